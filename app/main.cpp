@@ -1,0 +1,26 @@
+// Entry point: High-DPI attributes, the command-line scan, the application object, the main window.
+#include "app/commandline.h"
+#include "app/mainwindow.h"
+
+#include <QApplication>
+#include <QIcon>
+
+int main(int argc, char** argv)
+{
+    // Both attributes must be set before the application object exists.
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps, true);
+
+    commandline::Scan(argc, argv);
+
+    QApplication application(argc, argv);
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/resources/orna_lumivue.ico")));
+
+    int result = 0;
+    {
+        MainWindow window;
+        window.show();
+        result = QApplication::exec();
+    }
+    return result;
+}

@@ -1,6 +1,5 @@
 #include "tools/iconrender/artwork.h"
 
-#include <QBuffer>
 #include <QDataStream>
 #include <QPainter>
 #include <QPainterPath>
@@ -228,9 +227,8 @@ QImage ApertureMark(int pixels, const QColor& color)
         const qreal length = std::hypot(along.x(), along.y());
         painter.drawLine(from, from + along / length * outer * 1.2);
     }
-    painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
-    // Clip the blade lines that reach past the rim.
     painter.end();
+    // The blade lines run past the rim; clipping to the disc keeps the outline round.
     QImage clipped(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
     clipped.fill(Qt::transparent);
     QPainter clip(&clipped);

@@ -4,6 +4,8 @@
 #include <QPainterPath>
 #include <QVector>
 
+#include <utility>
+
 #include "tools/iconrender/glyphsources.h"
 
 using lumivue::resources::GlyphSource;

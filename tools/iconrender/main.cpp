@@ -22,6 +22,7 @@
 #include <QTextStream>
 
 #include <cstdio>
+#include <utility>
 
 #include "resources/iconnames.h"
 #include "tools/iconrender/artwork.h"
@@ -252,9 +253,13 @@ int main(int argc, char** argv)
     }
     if (!writer.WriteQrc(parser.value(qrcOption)))
         return 1;
-    if (parser.isSet(sheetOption) && !ContactSheet(painter, textFamily).save(parser.value(sheetOption), "PNG")) {
-        std::fprintf(stderr, "lumivue_iconrender: cannot write the contact sheet\n");
-        return 1;
+    if (parser.isSet(sheetOption)) {
+        QSaveFile sheet(parser.value(sheetOption));
+        if (!sheet.open(QIODevice::WriteOnly) || !ContactSheet(painter, textFamily).save(&sheet, "PNG") ||
+            !sheet.commit()) {
+            std::fprintf(stderr, "lumivue_iconrender: cannot write the contact sheet\n");
+            return 1;
+        }
     }
     return 0;
 }

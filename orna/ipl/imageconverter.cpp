@@ -235,8 +235,7 @@ void ImageConverter::Impl::FinishColor(cv::Mat& work, int workBits, Image& dst)
         return;
     }
     cv::Mat out = detail::View(dst);
-    if (work.data != out.data)
-        AdjustDepth(work, workBits, out, bits);
+    AdjustDepth(work, workBits, out, bits); // in place when work is the destination itself
     if (out.channels() == 4 && out.depth() == CV_16U)
         FillAlpha16(out, bits);
 }

@@ -222,6 +222,16 @@ private Q_SLOTS:
         for (int i = 0; i < samples; ++i)
             peak = qMax(peak, qAbs(int(qFromLittleEndian<qint16>(d + 44 + 2 * i))));
         QVERIFY2(peak > 3000, "the beep is silent");
+        // A clear tone, not noise: the zero crossings give a pitch in the audible middle range, and the
+        // header's sample rate agrees with the data (a wrong rate shifts the pitch).
+        int crossings = 0;
+        for (int i = 1; i < samples / channels; ++i) {
+            const int a = qFromLittleEndian<qint16>(d + 44 + 2 * channels * (i - 1));
+            const int b = qFromLittleEndian<qint16>(d + 44 + 2 * channels * i);
+            crossings += (a < 0) != (b < 0);
+        }
+        const double pitch = crossings / 2.0 / seconds;
+        QVERIFY2(pitch > 400 && pitch < 2000, qPrintable(QStringLiteral("pitch %1 Hz").arg(pitch)));
         // Fades at both ends: no click when the sound starts or stops.
         QVERIFY(qAbs(int(qFromLittleEndian<qint16>(d + 44))) < 500);
         QVERIFY(qAbs(int(qFromLittleEndian<qint16>(d + 44 + 2 * (samples - 1)))) < 500);

@@ -243,22 +243,25 @@ QImage ApertureMark(int pixels, const QColor& color)
 
 QImage Logo(const QColor& textColor, const QColor& accent, const QString& textFamily)
 {
-    constexpr int kHeight = 64;
-    constexpr int kWidth = 192;
+    // Twice the 337 by 105 of the empty-desk hint, so the hint stays sharp on high-DPI screens.
+    constexpr int kWidth = 674;
+    constexpr int kHeight = 210;
+    constexpr int kMargin = 12;
     QImage image(kWidth, kHeight, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.drawImage(4, 4, ApertureMark(kHeight - 8, accent));
+    const int mark = kHeight - 2 * kMargin;
+    painter.drawImage(kMargin, kMargin, ApertureMark(mark, accent));
 
     QFont font(textFamily);
     font.setBold(true);
-    font.setPixelSize(44);
-    font.setLetterSpacing(QFont::AbsoluteSpacing, 2.0);
+    font.setPixelSize(kHeight * 2 / 3);
+    font.setLetterSpacing(QFont::AbsoluteSpacing, kHeight / 30.0);
     QPainterPath text;
     text.addText(0, 0, font, QStringLiteral("KVX"));
     const QRectF bounds = text.boundingRect();
-    const QRectF area(kHeight + 4, 0, kWidth - kHeight - 8, kHeight);
+    const QRectF area(kMargin + mark, 0, kWidth - mark - 2 * kMargin, kHeight);
     painter.translate(area.center() - bounds.center());
     painter.fillPath(text, textColor);
     painter.end();

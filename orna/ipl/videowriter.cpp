@@ -154,10 +154,12 @@ void VideoWriter::Impl::Encode(const Slot& slot, uint32_t w, uint32_t h, uint32_
     }
     if (mjpeg) {
         const cv::Mat* source = &frame;
-        if (channels == 3 && f == RGB8)
+        // OpenCV's JPEG encoder takes BGR and BGRA (dropping alpha row by row) itself; only the RGB orders
+        // need a full-frame swap first.
+        if (f == RGB8)
             cv::cvtColor(frame, bgr, cv::COLOR_RGB2BGR), source = &bgr;
-        else if (channels == 4)
-            cv::cvtColor(frame, bgr, f == RGBa8 ? cv::COLOR_RGBA2BGR : cv::COLOR_BGRA2BGR), source = &bgr;
+        else if (f == RGBa8)
+            cv::cvtColor(frame, bgr, cv::COLOR_RGBA2BGR), source = &bgr;
         const std::vector<int> params = {cv::IMWRITE_JPEG_QUALITY, encoder->GetOption("Quality")};
         if (!cv::imencode(".jpg", *source, encodedBytes, params))
             Raise(ReturnCode::Error, "Could not encode a video frame as JPEG.");

@@ -258,6 +258,8 @@ int main(int argc, char** argv)
          Find(collector, "opencv_debayer_bgr_alpha/" + a + "/"));
     Time("debayer_bgra8_vs_memcpy", Find(collector, "ours_debayer_bgra8/1/"),
          Find(collector, "memcpy/" + std::to_string(bgraBytes) + "/"));
+    Time("debayer_bgra8_mt_vs_memcpy", Find(collector, "ours_debayer_bgra8/" + a + "/"),
+         Find(collector, "memcpy/" + std::to_string(bgraBytes) + "/"));
     const double memcpy16 = Find(collector, "memcpy/" + std::to_string(mono16Bytes) + "/");
     Bandwidth("unpack_mono12p", Find(collector, "ours_unpack/" + m12 + "/1/"), memcpy16, double(mono16Bytes));
     Bandwidth("unpack_mono10p", Find(collector, "ours_unpack/" + m10 + "/1/"), memcpy16, double(mono16Bytes));

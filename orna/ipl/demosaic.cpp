@@ -101,7 +101,36 @@ __attribute__((target("avx2"))) uint32_t RowAvx2(const uint8_t* above, const uin
 }
 #endif
 
+#if defined(__x86_64__)
+__attribute__((target("avx2"))) uint32_t CompactAvx2(const uint8_t* in, uint8_t* out, uint32_t w)
+{
+    const __m128i shuffle = _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
+    uint32_t x = 0;
+    // 4 pixels per 16-byte store, of which 12 bytes count; the next store overwrites the other 4, so the
+    // loop keeps one block of room before the row end.
+    for (; x + 8 <= w; x += 4) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + 4 * size_t(x)));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 3 * size_t(x)), _mm_shuffle_epi8(v, shuffle));
+    }
+    return x;
+}
+#endif
+
 } // namespace
+
+void CompactRow4To3(const uint8_t* in, uint8_t* out, uint32_t w)
+{
+    uint32_t x = 0;
+#if defined(__x86_64__)
+    if (HasAvx2())
+        x = CompactAvx2(in, out, w);
+#endif
+    for (; x < w; ++x) {
+        out[3 * x] = in[4 * x];
+        out[3 * x + 1] = in[4 * x + 1];
+        out[3 * x + 2] = in[4 * x + 2];
+    }
+}
 
 void BayerRowKind(BayerPattern pattern, uint32_t y, bool& redRow, bool& colourAtEven)
 {

@@ -23,4 +23,7 @@ void BayerRowKind(BayerPattern pattern, uint32_t y, bool& redRow, bool& colourAt
 void DemosaicRowBGRA8(const uint8_t* above, const uint8_t* row, const uint8_t* below, uint8_t* out, uint32_t w,
                       bool redRow, bool colourAtEven, bool rgbOrder);
 
+// Drops the alpha byte of w four-byte pixels (BGRA to BGR, RGBA to RGB).
+void CompactRow4To3(const uint8_t* in, uint8_t* out, uint32_t w);
+
 } // namespace orna::ipl::detail

@@ -212,7 +212,7 @@ struct ImageConverter::Impl
         return Image::Construct(format, width, height);
     }
 
-    bool DemosaicToBGRA8(const Image& src, Image& dst);
+    bool DemosaicTo8Bit(const Image& src, Image& dst);
     void ConvertRaw(const Image& src, Image& dst, ConversionMode mode);
     void ConvertColor(const Image& src, Image& dst);
     void ConvertYuv(const Image& src, Image& dst);
@@ -243,11 +243,11 @@ void ImageConverter::Impl::FinishColor(cv::Mat& work, int workBits, Image& dst)
 }
 
 
-// The display path in one pass: 8-bit BGRA/RGBA from any mosaic of 8, 10 or 12 bits, packed or not,
-// bilinear. Each band of rows narrows (or unpacks) only the three mosaic rows it is working on into its
+// The display path in one pass: 8-bit BGRA/RGBA (and BGR/RGB, through a row of BGRA in the band's own
+// memory) from any mosaic of 8, 10 or 12 bits, packed or not, bilinear. Each band of rows narrows (or unpacks) only the three mosaic rows it is working on into its
 // own small ring, so no full-size intermediate is made. False when the geometry does not allow it (tiny
 // images; packed rows that do not start on a group boundary), and the general path runs instead.
-bool ImageConverter::Impl::DemosaicToBGRA8(const Image& src, Image& dst)
+bool ImageConverter::Impl::DemosaicTo8Bit(const Image& src, Image& dst)
 {
     const uint32_t fs = src.GetPixelFormat();
     const uint32_t w = src.GetWidth(), h = src.GetHeight();
@@ -264,13 +264,17 @@ bool ImageConverter::Impl::DemosaicToBGRA8(const Image& src, Image& dst)
 
     const int threads = cv::getNumThreads();
     const int bands = threads <= 1 ? 1 : int(std::min<uint32_t>(h / 8 + 1, uint32_t(4 * threads)));
-    cv::Mat ring = raw8.Get(1, bands * 3 * int(w), CV_8U);
+    const int channels = PixelFormat::GetNumChannels(dst.GetPixelFormat());
+    // Per band: three mosaic rows, and for three-channel results one four-channel row.
+    const size_t perBand = size_t(w) * (channels == 3 ? 7 : 3);
+    cv::Mat ring = raw8.Get(1, int(bands * perBand), CV_8U);
 
     const auto body = [&](const cv::Range& range) {
         for (int band = range.start; band < range.end; ++band) {
             const uint32_t y0 = uint32_t(uint64_t(h) * band / bands);
             const uint32_t y1 = uint32_t(uint64_t(h) * (band + 1) / bands);
-            uint8_t* slots = ring.data + size_t(band) * 3 * w;
+            uint8_t* slots = ring.data + size_t(band) * perBand;
+            uint8_t* wide = slots + size_t(3) * w;
             // Row r of the mosaic as 8-bit samples; buffered rows go to slot (r mod 3), mirrored at the edges.
             const auto rowAt = [&](int64_t r) -> const uint8_t* {
                 const uint32_t y = uint32_t(r < 0 ? 1 : (r >= int64_t(h) ? h - 2 : r));
@@ -296,8 +300,13 @@ bool ImageConverter::Impl::DemosaicToBGRA8(const Image& src, Image& dst)
                 const uint8_t* below = rowAt(int64_t(y) + 1);
                 bool redRow, colourAtEven;
                 detail::BayerRowKind(pattern, y, redRow, colourAtEven);
-                detail::DemosaicRowBGRA8(above, row, below, dst.GetData() + size_t(y) * w * 4, w, redRow,
-                                         colourAtEven, rgbOrder);
+                if (channels == 4) {
+                    detail::DemosaicRowBGRA8(above, row, below, dst.GetData() + size_t(y) * w * 4, w, redRow,
+                                             colourAtEven, rgbOrder);
+                } else {
+                    detail::DemosaicRowBGRA8(above, row, below, wide, w, redRow, colourAtEven, rgbOrder);
+                    detail::CompactRow4To3(wide, dst.GetData() + size_t(y) * w * 3, w);
+                }
                 above = row;
                 row = below;
             }
@@ -330,7 +339,8 @@ void ImageConverter::Impl::ConvertRaw(const Image& src, Image& dst, ConversionMo
               "The conversion mode \"Classic\" supports 8-bit Bayer sources only, not " + PixelFormat::ToName(fs) +
                   ".");
 
-    if (bayer && mode == ConversionMode::Fast && (fd == BGRa8 || fd == RGBa8) && DemosaicToBGRA8(src, dst))
+    if (bayer && mode == ConversionMode::Fast && (fd == BGRa8 || fd == RGBa8 || fd == BGR8 || fd == RGB8) &&
+        DemosaicTo8Bit(src, dst))
         return;
 
     // 1. The raw samples as a Mat of 8 or 16 bits (rawBits significant).

@@ -344,10 +344,18 @@ TEST(IplDemosaic, DisplayPathMatchesTheBilinearReferenceExactly)
             const Image fromPacked = converter.Convert(p12, BGRa8);
             EXPECT_EQ(std::memcmp(fromPacked.GetData(), expected.data(), expected.size()), 0);
 
-            // RGBa8 is the same with red and blue swapped.
+            // RGBa8 is the same with red and blue swapped; BGR8 and RGB8 the same without alpha.
             const Image rgba = converter.Convert(eight, RGBa8);
-            EXPECT_EQ(rgba.GetData()[0], expected[2]);
-            EXPECT_EQ(rgba.GetData()[2], expected[0]);
+            const Image bgr = converter.Convert(p12, BGR8);
+            const Image rgb = converter.Convert(deep, RGB8);
+            size_t wrong = 0;
+            for (size_t i = 0; i < size_t(w) * h; ++i)
+                for (int c = 0; c < 3; ++c) {
+                    wrong += rgba.GetData()[4 * i + c] != expected[4 * i + 2 - c];
+                    wrong += bgr.GetData()[3 * i + c] != expected[4 * i + c];
+                    wrong += rgb.GetData()[3 * i + c] != expected[4 * i + 2 - c];
+                }
+            EXPECT_EQ(wrong, 0u);
         }
     }
 }

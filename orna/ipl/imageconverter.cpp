@@ -242,10 +242,10 @@ void ImageConverter::Impl::FinishColor(cv::Mat& work, int workBits, Image& dst)
         FillAlpha16(out, bits);
 }
 
-
 // The display path in one pass: 8-bit BGRA/RGBA (and BGR/RGB, through a row of BGRA in the band's own
-// memory) from any mosaic of 8, 10 or 12 bits, packed or not, bilinear. Each band of rows narrows (or unpacks) only the three mosaic rows it is working on into its
-// own small ring, so no full-size intermediate is made. False when the geometry does not allow it (tiny
+// memory) from any mosaic of 8, 10 or 12 bits, packed or not, bilinear. Each band of rows narrows (or
+// unpacks) only the three mosaic rows it is working on into its own small ring, so no full-size
+// intermediate is made. False when the geometry does not allow it (tiny
 // images; packed rows that do not start on a group boundary), and the general path runs instead.
 bool ImageConverter::Impl::DemosaicTo8Bit(const Image& src, Image& dst)
 {

@@ -81,11 +81,14 @@ void CustomComboBox::MoveItem(int from, int to)
     const QVariant data = itemData(from);
     const QIcon icon = itemIcon(from);
     const bool wasCurrent = currentIndex() == from;
-    const QSignalBlocker blocker(this);
-    removeItem(from);
-    insertItem(to, icon, text, data);
-    if (wasCurrent)
-        setCurrentIndex(to);
+    {
+        // Moving an item is no change of the selection.
+        const QSignalBlocker blocker(this);
+        removeItem(from);
+        insertItem(to, icon, text, data);
+        if (wasCurrent)
+            setCurrentIndex(to);
+    }
     Q_EMIT Signal_ItemPositionChanged(text);
 }
 

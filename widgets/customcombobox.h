@@ -23,6 +23,7 @@ public:
     void FadeOut();
     // Moves an item to a new row and reports the moved item's text by Signal_ItemPositionChanged.
     void MoveItem(int from, int to);
+    void showPopup() override;
 
 public Q_SLOTS:
     void UpdateStyleSheet();
@@ -41,7 +42,6 @@ protected:
     void mousePressEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
-    void showPopup() override;
 
 private Q_SLOTS:
     void OnIndexChanged(int index);

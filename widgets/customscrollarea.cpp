@@ -1,0 +1,24 @@
+#include "widgets/customscrollarea.h"
+
+#include "app/applicationglobals.h"
+#include "widgets/customscrollbar.h"
+
+CustomScrollArea::CustomScrollArea(QWidget* parent) : QScrollArea(parent)
+{
+    setObjectName(QStringLiteral("CustomScrollArea"));
+    setFrameShape(QFrame::NoFrame);
+    setWidgetResizable(true);
+    m_vertical = new CustomScrollBar(Qt::Vertical, this);
+    m_horizontal = new CustomScrollBar(Qt::Horizontal, this);
+    setVerticalScrollBar(m_vertical);
+    setHorizontalScrollBar(m_horizontal);
+    UpdateStyleSheet();
+}
+
+void CustomScrollArea::UpdateStyleSheet()
+{
+    setStyleSheet(QStringLiteral("QScrollArea#CustomScrollArea { background-color: %1; border: none; }")
+                      .arg(ApplicationGlobals::colorBackground.name()));
+    m_vertical->UpdateStyleSheet();
+    m_horizontal->UpdateStyleSheet();
+}

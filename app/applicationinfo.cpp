@@ -31,6 +31,7 @@ ApplicationInfo::ApplicationInfo(QWidget* parent) : ControlElement(parent, false
 
     const int g = ApplicationGlobals::gridSize;
     CustomLayout* rows = Layout();
+    rows->setContentsMargins(10, 5, 10, 5);
     rows->AddWidget(0, logoLabel, 0, 60);
     rows->AddWidget(1, infoLabel, 0, 0);
     AddSeparator(2, 5, 5);

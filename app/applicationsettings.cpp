@@ -48,7 +48,7 @@ ApplicationSettings::ApplicationSettings(QWidget* parent) : ControlElement(paren
     Layout()->AddWidget(0, tabs, 0, 0);
 
     const int g = ApplicationGlobals::gridSize;
-    SetDefaultSize(30 * g + 1, 24 * g + 1, 26 * g + 1, 20 * g + 1);
+    SetDefaultSize(30 * g + 1, 26 * g + 1, 26 * g + 1, 22 * g + 1);
     UpdateTexts();
     UpdateStyleSheetWithoutDestroy();
     UpdateControls();
@@ -151,11 +151,17 @@ QWidget* ApplicationSettings::BuildImageSavingPage()
     editAutoImageSaveName = new CustomEdit(this);
     labelInvalidFileName = new QLabel(this);
     labelInvalidFileName->setObjectName(QStringLiteral("InvalidFileName"));
+    // The row keeps its shape whether or not the warning shows.
+    QSizePolicy keepPlace = labelInvalidFileName->sizePolicy();
+    keepPlace.setRetainSizeWhenHidden(true);
+    labelInvalidFileName->setSizePolicy(keepPlace);
     labelInvalidFileName->hide();
+    // Name and type share one column; the warning stands to the right of the name.
     rows->AddWidget(row, labelAutoImageSaveName, LabelWidth() / 2, kRowHeight);
-    rows->AddWidget(row, editAutoImageSaveName, 0, kRowHeight);
-    rows->AddSpacing(row, 8);
-    rows->AddWidget(row, labelInvalidFileName, 110, kRowHeight);
+    rows->AddWidget(row, editAutoImageSaveName, 10 * ApplicationGlobals::gridSize, kRowHeight);
+    rows->AddSpacing(row, 10);
+    rows->AddWidget(row, labelInvalidFileName, 6 * ApplicationGlobals::gridSize, kRowHeight);
+    rows->AddStretch(row);
     ++row;
 
     labelAutoImageSaveType = MakeLabel();
@@ -163,7 +169,8 @@ QWidget* ApplicationSettings::BuildImageSavingPage()
     for (const char* type : {"bmp", "png", "jpg"})
         comboAutoImageSaveType->addItem(QString::fromLatin1(type), QString::fromLatin1(type));
     rows->AddWidget(row, labelAutoImageSaveType, LabelWidth() / 2, kRowHeight);
-    rows->AddWidget(row, comboAutoImageSaveType, 0, kRowHeight);
+    rows->AddWidget(row, comboAutoImageSaveType, 10 * ApplicationGlobals::gridSize, kRowHeight);
+    rows->AddStretch(row);
     ++row;
     labelTypeNote = MakeLabel();
     labelTypeNote->setWordWrap(true);

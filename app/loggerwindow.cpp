@@ -70,7 +70,7 @@ LoggerWindow::LoggerWindow(QWidget* parent) : ControlElement(parent, false)
 
     lastTextColor = ApplicationGlobals::colorText;
     SetTitle(tr("Logger"), true);
-    SetDefaultSize(20 * ApplicationGlobals::gridSize + 1, 15 * ApplicationGlobals::gridSize + 1,
+    SetDefaultSize(32 * ApplicationGlobals::gridSize + 1, 16 * ApplicationGlobals::gridSize + 1,
                    12 * ApplicationGlobals::gridSize + 1, 8 * ApplicationGlobals::gridSize + 1);
     UpdateTexts();
     StyleButtons();

@@ -7,6 +7,7 @@
 #include "widgets/customcombobox.h"
 #include "widgets/customedit.h"
 #include "widgets/customfiledialog.h"
+#include "widgets/customintslider.h"
 #include "widgets/customlabel.h"
 #include "widgets/custompushbutton.h"
 #include "widgets/customswitch.h"
@@ -19,7 +20,6 @@
 #include <QGuiApplication>
 #include <QLabel>
 #include <QRegularExpressionValidator>
-#include <QSlider>
 #include <QTabWidget>
 
 namespace {
@@ -100,15 +100,11 @@ QWidget* ApplicationSettings::BuildGeneralPage()
     addSwitchRow(labelShowGrid, switchShowGrid);
 
     labelAnimationDuration = MakeLabel();
-    sliderAnimationDuration = new QSlider(Qt::Horizontal, this);
-    sliderAnimationDuration->setRange(0, kFadeMax);
-    sliderAnimationDuration->setSingleStep(kFadeStep);
-    sliderAnimationDuration->setPageStep(4 * kFadeStep);
-    labelAnimationValue = MakeLabel();
-    labelAnimationValue->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    sliderAnimationDuration = new CustomSliderIntNormal(this);
+    sliderAnimationDuration->SetRange(0, kFadeMax);
+    sliderAnimationDuration->SetIncrement(kFadeStep);
     rows->AddWidget(row, labelAnimationDuration, LabelWidth(), kRowHeight);
     rows->AddWidget(row, sliderAnimationDuration, 0, kRowHeight);
-    rows->AddWidget(row, labelAnimationValue, 50, kRowHeight);
     ++row;
 
     auto addComboRow = [&](CustomLabel*& label, CustomComboBox*& combo) {
@@ -331,7 +327,8 @@ void ApplicationSettings::ConnectControls()
     connect(switchShowConnections, &CustomSwitch::Signal_ValueChanged, this,
             &ApplicationSettings::OnSwitchShowConnections);
     connect(switchShowGrid, &CustomSwitch::Signal_ValueChanged, this, &ApplicationSettings::OnSwitchShowGrid);
-    connect(sliderAnimationDuration, &QSlider::valueChanged, this, &ApplicationSettings::OnSliderAnimationDuration);
+    connect(sliderAnimationDuration, &CustomIntSlider::Signal_ValueChanged, this,
+            &ApplicationSettings::OnSliderAnimationDuration);
     connect(comboLanguage, QOverload<int>::of(&QComboBox::activated), this,
             &ApplicationSettings::OnComboApplicationLanguage);
     connect(comboTheme, QOverload<int>::of(&QComboBox::activated), this,
@@ -403,8 +400,7 @@ void ApplicationSettings::UpdateControls()
     switchOnlyKernelTLs->SetValue(ReadBool(QStringLiteral("only_kvx_kernel_tls"), 0));
     switchShowConnections->SetValue(ReadBool(QStringLiteral("show_connections"), 1));
     switchShowGrid->SetValue(ReadBool(QStringLiteral("show_grid"), 0));
-    sliderAnimationDuration->setValue(ApplicationGlobals::fadeInOutTime);
-    labelAnimationValue->setText(QString::number(sliderAnimationDuration->value()));
+    sliderAnimationDuration->SetValue(ApplicationGlobals::fadeInOutTime);
 
     const int language = comboLanguage->findData(ApplicationGlobals::language);
     comboLanguage->setCurrentIndex(language < 0 ? 0 : language);
@@ -529,8 +525,7 @@ void ApplicationSettings::UpdateStyleSheetWithoutDestroy()
                        "border-bottom: none; }"
                        "QTabBar::tab:selected { background-color: %4; color: %5; }"
                        "QWidget#OptionsPage { background-color: %2; }"
-                       "QSlider::groove:horizontal { height: 4px; background: %1; }"
-                       "QSlider::handle:horizontal { background: %4; width: 12px; margin: -5px 0; border-radius: 6px; }")
+)
             .arg(G::colorBorder.name(), G::colorBackground.name(), G::colorText.name(), G::colorAccent.name(),
                  QColor(Qt::white).name()));
     labelTypeNote->setFont(G::fontSmall);
@@ -574,9 +569,8 @@ void ApplicationSettings::ToggleGridVisible()
 
 void ApplicationSettings::OnSliderAnimationDuration()
 {
-    // Snap to the step so the stored value is what the label shows.
-    const int value = (sliderAnimationDuration->value() + kFadeStep / 2) / kFadeStep * kFadeStep;
-    labelAnimationValue->setText(QString::number(value));
+    // The slider keeps its value on the step grid, so what is stored is what the edit box shows.
+    const int value = static_cast<int>(sliderAnimationDuration->Value());
     ApplicationGlobals::fadeInOutTime = value;
     settings::Write(QStringLiteral("fade_in_out_time"), value);
 }

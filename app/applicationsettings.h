@@ -20,10 +20,10 @@ class CustomComboBox;
 class CustomEdit;
 class CustomLabel;
 class CustomPushButton;
+class CustomSliderIntNormal;
 class CustomSwitch;
 class IconButton;
 class QLabel;
-class QSlider;
 class QTabWidget;
 
 class ApplicationSettings : public ControlElement
@@ -46,7 +46,7 @@ public:
     CustomSwitch* SwitchOnlyKernelTLs() const { return switchOnlyKernelTLs; }
     CustomSwitch* SwitchShowConnections() const { return switchShowConnections; }
     CustomSwitch* SwitchShowGrid() const { return switchShowGrid; }
-    QSlider* SliderAnimationDuration() const { return sliderAnimationDuration; }
+    CustomSliderIntNormal* SliderAnimationDuration() const { return sliderAnimationDuration; }
     CustomComboBox* ComboLanguage() const { return comboLanguage; }
     CustomComboBox* ComboTheme() const { return comboTheme; }
     CustomComboBox* ComboDefaultWorkspace() const { return comboDefaultWorkspace; }
@@ -156,8 +156,7 @@ private:
     CustomLabel* labelShowGrid = nullptr;
     CustomSwitch* switchShowGrid = nullptr;
     CustomLabel* labelAnimationDuration = nullptr;
-    QSlider* sliderAnimationDuration = nullptr;
-    CustomLabel* labelAnimationValue = nullptr;
+    CustomSliderIntNormal* sliderAnimationDuration = nullptr;
     CustomLabel* labelLanguage = nullptr;
     CustomComboBox* comboLanguage = nullptr;
     CustomLabel* labelTheme = nullptr;

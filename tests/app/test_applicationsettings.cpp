@@ -8,12 +8,12 @@
 #include "orna/core/library.h"
 #include "widgets/customcombobox.h"
 #include "widgets/customedit.h"
+#include "widgets/customintslider.h"
 #include "widgets/customswitch.h"
 
 #include <QLabel>
 #include <QSettings>
 #include <QSignalSpy>
-#include <QSlider>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -58,7 +58,7 @@ private Q_SLOTS:
         QCOMPARE(options.EditAutoImageSaveName()->text(), QStringLiteral("kvx_image"));
         QCOMPARE(options.EditAutoImageSaveMaxNumber()->text(), QStringLiteral("10"));
         QCOMPARE(options.ComboAutoImageSaveType()->currentText(), QStringLiteral("bmp"));
-        QCOMPARE(options.SliderAnimationDuration()->value(), 300);
+        QCOMPARE(options.SliderAnimationDuration()->Value(), int64_t(300));
         QCOMPARE(options.Tabs()->count(), 4);
         QCOMPARE(options.Tabs()->tabText(3), QStringLiteral("Shortcuts"));
     }
@@ -156,7 +156,10 @@ private Q_SLOTS:
         QCOMPARE(settings::ReadString("auto_image_save_image_type"), QStringLiteral("png"));
         QCOMPARE(changed.count(), 1);
 
-        options.SliderAnimationDuration()->setValue(480);
+        // From code nothing is stored; a user step is.
+        options.SliderAnimationDuration()->SetValue(450);
+        QVERIFY(!Has("fade_in_out_time"));
+        QVERIFY(options.SliderAnimationDuration()->StepUp());
         QCOMPARE(Stored("fade_in_out_time"), 500);
         QCOMPARE(ApplicationGlobals::fadeInOutTime, 500);
     }

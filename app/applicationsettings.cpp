@@ -103,8 +103,9 @@ QWidget* ApplicationSettings::BuildGeneralPage()
     sliderAnimationDuration = new CustomSliderIntNormal(this);
     sliderAnimationDuration->SetRange(0, kFadeMax);
     sliderAnimationDuration->SetIncrement(kFadeStep);
+    sliderAnimationDuration->SetEditBoxWidth(60);
     rows->AddWidget(row, labelAnimationDuration, LabelWidth(), kRowHeight);
-    rows->AddWidget(row, sliderAnimationDuration, 0, kRowHeight);
+    rows->AddWidget(row, sliderAnimationDuration, 11 * ApplicationGlobals::gridSize, kRowHeight);
     ++row;
 
     auto addComboRow = [&](CustomLabel*& label, CustomComboBox*& combo) {

@@ -277,6 +277,7 @@ void MainWindow::BuildToolBar()
     comboWorkspace->setFixedSize(150, 30);
     bar->addWidget(comboWorkspace);
     editWorkspace = new CustomEdit(toolBarFrame);
+    editWorkspace->setObjectName(QStringLiteral("WorkspaceEdit"));
     editWorkspace->setFixedSize(150, 30);
     editWorkspace->hide();
     bar->addWidget(editWorkspace);

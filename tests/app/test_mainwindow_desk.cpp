@@ -15,6 +15,7 @@
 #include "widgets/iconbutton.h"
 
 #include <QKeyEvent>
+#include <QLineEdit>
 #include <QScreen>
 #include <QSettings>
 #include <QShortcut>
@@ -336,6 +337,33 @@ private Q_SLOTS:
         QCOMPARE(settings::Read(QStringLiteral("show_grid")).toInt(), 1);
         QMetaObject::invokeMethod(&window, "OnToggleGridVisible");
         QCOMPARE(settings::Read(QStringLiteral("show_grid")).toInt(), 0);
+    }
+
+    void cannotOpenCameraRemovesItsWindow()
+    {
+        MainWindow window;
+        auto* camera = new PlainElement(&window, ControlElement::kCameraObjectType);
+        window.AppendElement(camera);
+        QPointer<ControlElement> watch(camera);
+        // The dialog closes itself in offscreen runs.
+        window.OnCannotOpenCamera(QStringLiteral("cam"), QStringLiteral("busy"), camera);
+        QVERIFY(window.Elements().empty());
+        QTRY_VERIFY(watch.isNull());
+        QVERIFY(window.dockingWidget()->IsHintVisible());
+    }
+
+    void newWorkspaceProposalAndEmptyNameGiveUp()
+    {
+        MainWindow window;
+        QVERIFY(QMetaObject::invokeMethod(&window, "OnButtonCreateWorkspace"));
+        auto* edit = window.findChild<QLineEdit*>(QStringLiteral("WorkspaceEdit"));
+        QVERIFY(edit != nullptr && !edit->isHidden());
+        // Hour padded with zeros, minute and second with blanks: "New_09_ 5_ 7".
+        QVERIFY2(QRegularExpression(QStringLiteral("^New_\\d\\d_[ 1-5]\\d_[ 1-5]\\d$")).match(edit->text()).hasMatch(),
+                 qPrintable(edit->text()));
+        edit->clear();
+        QVERIFY(QMetaObject::invokeMethod(&window, "OnEditSaveWorkspace"));
+        QVERIFY(edit->isHidden());
     }
 
     void fullScreenHidesTheBarsAndComesBack()

@@ -991,6 +991,21 @@ bool ControlElement::IsFading() const
     return m_fadeAnimation != nullptr && m_fadeAnimation->state() == QAbstractAnimation::Running;
 }
 
+void ControlElement::MoveFromStartToEnd(const QPoint& start, const QPoint& end)
+{
+    if (m_moveAnimation == nullptr)
+    {
+        m_moveAnimation = new QPropertyAnimation(this, "pos", this);
+        connect(m_moveAnimation, &QPropertyAnimation::finished, this, &ControlElement::Signal_MoveFromStartToEndFinished);
+    }
+    m_moveAnimation->stop();
+    m_moveAnimation->setDuration(std::max(m_fadeTime, 0));
+    m_moveAnimation->setStartValue(start);
+    m_moveAnimation->setEndValue(end);
+    move(start);
+    m_moveAnimation->start();
+}
+
 void ControlElement::FadeIn()
 {
     StartFade(FadeKind::In);

@@ -151,6 +151,9 @@ public:
     void FadeOut();
     void FadeOutAndDelete();
     bool IsFading() const;
+    // Slides the element from start to end (coordinates of its current state) in the fade time and
+    // reports the end with Signal_MoveFromStartToEndFinished; moves from code never dock or tab.
+    void MoveFromStartToEnd(const QPoint& start, const QPoint& end);
 
     // --- Tab host (the parent side of tabbing)
     ControlElement* LeftTabbedElement() const { return m_leftTabbed; }
@@ -342,6 +345,7 @@ private:
     QGraphicsOpacityEffect* m_fadeEffect = nullptr;
     QPropertyAnimation* m_fadeAnimation = nullptr;
     FadeKind m_fadeKind = FadeKind::In;
+    QPropertyAnimation* m_moveAnimation = nullptr;
 
     std::map<int, Place> m_places;
 };

@@ -297,6 +297,17 @@ private Q_SLOTS:
         QCOMPARE(in.count(), 1);
     }
 
+    void slidesFromStartToEnd()
+    {
+        TestHost host;
+        auto* e = new TestElement(&host, 2);
+        QSignalSpy done(e, &ControlElement::Signal_MoveFromStartToEndFinished);
+        e->MoveFromStartToEnd(QPoint(300, 40), QPoint(20, 40));
+        QVERIFY(done.wait(2000));
+        QCOMPARE(e->pos(), QPoint(20, 40));
+        QVERIFY(e->IsDocked()); // a move from code is no gesture
+    }
+
     void closeTwiceStartsOneDeletion()
     {
         TestHost host;

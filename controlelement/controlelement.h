@@ -206,7 +206,8 @@ public Q_SLOTS:
     virtual void OnButtonMaximize();
     virtual void OnButtonClose();
     virtual void OnCameraChanged() {}
-    virtual void UpdateTexts() {}
+    // Sets the frame's translated texts (button tips, "OK"); a panel that overrides it calls the base first.
+    virtual void UpdateTexts();
     void OnRelayUpdateControls(ControlElement* elem);
     void ShowTitleIcon(bool show);
     void ShowTitleIcon();

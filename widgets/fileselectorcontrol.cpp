@@ -24,6 +24,11 @@ FileSelectorControl::FileSelectorControl(Mode mode, QWidget* parent) : QWidget(p
     connect(m_edit, &CustomEdit::Signal_EditingFinished, this, &FileSelectorControl::OnEditingFinished);
 }
 
+FileSelectorControl::~FileSelectorControl()
+{
+    m_edit->disconnect(this);
+}
+
 bool FileSelectorControl::Exists(const QString& path) const
 {
     if (path.trimmed().isEmpty())

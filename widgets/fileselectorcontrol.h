@@ -23,6 +23,8 @@ public:
     };
 
     explicit FileSelectorControl(Mode mode = Mode::OpenFile, QWidget* parent = nullptr);
+    // The edit box reports a last edit when the focus leaves it during destruction; cut it off first.
+    ~FileSelectorControl() override;
 
     void SetFilter(const QString& filter) { m_filter = filter; }
     void SetCaption(const QString& caption) { m_caption = caption; }

@@ -243,6 +243,27 @@ private Q_SLOTS:
         QVERIFY(!host.dock->grab().isNull());
     }
 
+    void gridLinesLieOnTheSnapLines()
+    {
+        DockingWidget dock;
+        dock.resize(205, 105);
+        dock.SetGridOffset(10);
+        dock.SetConnectionsVisible(false);
+        dock.SetHintVisible(false);
+        dock.SetGridVisible(true);
+        const QImage image = dock.grab().toImage();
+        const QRgb grid = ApplicationGlobals::colorGrid.rgb();
+        // Vertical lines at offset + k * 20, horizontal ones at k * 20 - 1: exactly where elements snap.
+        for (int k = 0; k <= (205 - 20) / 20; ++k)
+            QCOMPARE(image.pixel(10 + k * 20, 50), grid);
+        for (int k = 1; k <= 105 / 20; ++k)
+            QCOMPARE(image.pixel(15, k * 20 - 1), grid);
+        QVERIFY(image.pixel(15, 50) != grid);
+        QVERIFY(image.pixel(5, 50) != grid); // the side margin carries no line
+        dock.SetGridVisible(false);
+        QVERIFY(dock.grab().toImage().pixel(10, 50) != grid);
+    }
+
     void dockingHighlightFades()
     {
         TestHost host;

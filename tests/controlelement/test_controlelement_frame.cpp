@@ -152,6 +152,41 @@ private Q_SLOTS:
         QVERIFY(camera->IsDocked());
     }
 
+    void freePlaceRule()
+    {
+        TestHost host;
+        host.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&host));
+        const QPoint a = host.GridOrigin();
+        auto* panel = new TestElement(&host, 2);
+        panel->setGeometry(QRect(a + QPoint(0, 99), QSize(101, 101)));
+        panel->show();
+        auto* other = new TestElement(&host, 3);
+        other->setGeometry(QRect(a + QPoint(50, 149), QSize(101, 101)));
+        other->show();
+        auto* fixed = new QWidget(&host);
+        fixed->setGeometry(QRect(a + QPoint(300, 99), QSize(101, 101)));
+        fixed->show();
+        const std::vector<ControlElement*> elements = {panel, other};
+        QVERIFY(!ControlElementHost::FreePlaceRule(panel, elements, {fixed}));
+        other->hide(); // an element on its way out does not block
+        QVERIFY(ControlElementHost::FreePlaceRule(panel, elements, {fixed}));
+        other->show();
+        other->SetTabbed(true, true); // nor does a tabbed one
+        QVERIFY(ControlElementHost::FreePlaceRule(panel, elements, {fixed}));
+        other->SetTabbed(true, false);
+        panel->move(a + QPoint(320, 119));
+        QVERIFY(!ControlElementHost::FreePlaceRule(panel, elements, {fixed})); // over a fixed element
+        fixed->hide();
+        QVERIFY(ControlElementHost::FreePlaceRule(panel, elements, {fixed}));
+        // A camera window may always dock.
+        auto* camera = new TestElement(&host, ControlElement::kCameraObjectType);
+        camera->setGeometry(other->geometry());
+        camera->show();
+        QVERIFY(ControlElementHost::FreePlaceRule(camera, {panel, other, camera}, {}));
+        QVERIFY(!ControlElementHost::FreePlaceRule(nullptr, elements, {}));
+    }
+
     void tabLeftThenRightThenTearOff()
     {
         TestHost host;

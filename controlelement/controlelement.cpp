@@ -84,11 +84,9 @@ ControlElement::ControlElement(QWidget* parent, bool hasScrollArea)
     m_titleLabel->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     m_buttonMaximize = new IconButton(QStringLiteral("window-maximize.png"), this);
     m_buttonMaximize->setFixedSize(buttonSize, buttonSize);
-    m_buttonMaximize->setToolTip(tr("Maximize"));
     m_buttonClose = new IconButton(QStringLiteral("close.png"), this);
     m_buttonClose->setFixedSize(buttonSize, buttonSize);
-    m_buttonClose->setToolTip(tr("Close"));
-    m_buttonOk = new CustomPushButton(tr("OK"), this);
+    m_buttonOk = new CustomPushButton(QString(), this);
     m_buttonOk->setFixedHeight(30);
     m_buttonOk->hide();
 
@@ -161,6 +159,7 @@ ControlElement::ControlElement(QWidget* parent, bool hasScrollArea)
     connect(m_buttonClose, &IconButton::clicked, this, &ControlElement::OnButtonClose);
     connect(m_buttonOk, &CustomPushButton::clicked, this, &ControlElement::Signal_OkClicked);
 
+    ControlElement::UpdateTexts();
     if (m_host != nullptr)
         m_host->ConnectElement(this);
     UpdateStyleSheetWithoutDestroy();
@@ -552,6 +551,13 @@ void ControlElement::UpdateMaximizeIcon()
     m_buttonMaximize->SetIconFile(m_maximized ? QStringLiteral("window-restore.png")
                                               : QStringLiteral("window-maximize.png"));
     m_buttonMaximize->setToolTip(m_maximized ? tr("Restore") : tr("Maximize"));
+}
+
+void ControlElement::UpdateTexts()
+{
+    m_buttonClose->setToolTip(tr("Close"));
+    m_buttonOk->SetText(tr("OK"));
+    UpdateMaximizeIcon();
 }
 
 void ControlElement::OnButtonMaximize()
@@ -989,6 +995,21 @@ bool ControlElement::RememberedPlace(int type, Place* place) const
 bool ControlElement::IsFading() const
 {
     return m_fadeAnimation != nullptr && m_fadeAnimation->state() == QAbstractAnimation::Running;
+}
+
+void ControlElement::MoveFromStartToEnd(const QPoint& start, const QPoint& end)
+{
+    if (m_moveAnimation == nullptr)
+    {
+        m_moveAnimation = new QPropertyAnimation(this, "pos", this);
+        connect(m_moveAnimation, &QPropertyAnimation::finished, this, &ControlElement::Signal_MoveFromStartToEndFinished);
+    }
+    m_moveAnimation->stop();
+    m_moveAnimation->setDuration(std::max(m_fadeTime, 0));
+    m_moveAnimation->setStartValue(start);
+    m_moveAnimation->setEndValue(end);
+    move(start);
+    m_moveAnimation->start();
 }
 
 void ControlElement::FadeIn()

@@ -151,6 +151,9 @@ public:
     void FadeOut();
     void FadeOutAndDelete();
     bool IsFading() const;
+    // Slides the element from start to end (coordinates of its current state) in the fade time and
+    // reports the end with Signal_MoveFromStartToEndFinished; moves from code never dock or tab.
+    void MoveFromStartToEnd(const QPoint& start, const QPoint& end);
 
     // --- Tab host (the parent side of tabbing)
     ControlElement* LeftTabbedElement() const { return m_leftTabbed; }
@@ -203,7 +206,8 @@ public Q_SLOTS:
     virtual void OnButtonMaximize();
     virtual void OnButtonClose();
     virtual void OnCameraChanged() {}
-    virtual void UpdateTexts() {}
+    // Sets the frame's translated texts (button tips, "OK"); a panel that overrides it calls the base first.
+    virtual void UpdateTexts();
     void OnRelayUpdateControls(ControlElement* elem);
     void ShowTitleIcon(bool show);
     void ShowTitleIcon();
@@ -342,6 +346,7 @@ private:
     QGraphicsOpacityEffect* m_fadeEffect = nullptr;
     QPropertyAnimation* m_fadeAnimation = nullptr;
     FadeKind m_fadeKind = FadeKind::In;
+    QPropertyAnimation* m_moveAnimation = nullptr;
 
     std::map<int, Place> m_places;
 };

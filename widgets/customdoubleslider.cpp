@@ -36,6 +36,12 @@ CustomDoubleSlider::CustomDoubleSlider(QWidget* parent) : QWidget(parent)
     UpdateStyleSheet();
 }
 
+CustomDoubleSlider::~CustomDoubleSlider()
+{
+    m_edit->disconnect(this);
+    m_slider->disconnect(this);
+}
+
 double CustomDoubleSlider::Normalize(double value, double minimum, double maximum, double increment)
 {
     if (minimum > maximum)

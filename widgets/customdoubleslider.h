@@ -22,6 +22,8 @@ public:
     static constexpr int kPositions = 10000;
 
     explicit CustomDoubleSlider(QWidget* parent = nullptr);
+    // See ~CustomIntSlider: the edit box must not report to a half-destroyed slider.
+    ~CustomDoubleSlider() override;
 
     void SetRange(double minimum, double maximum);
     // 0 (or less) means continuous.

@@ -65,6 +65,12 @@ CustomIntSlider::CustomIntSlider(QWidget* parent) : QWidget(parent)
     UpdateStyleSheet();
 }
 
+CustomIntSlider::~CustomIntSlider()
+{
+    m_edit->disconnect(this);
+    m_slider->disconnect(this);
+}
+
 // --- Value rules
 
 int64_t CustomIntSlider::Normalize(int64_t value, int64_t minimum, int64_t maximum, int64_t increment)

@@ -25,6 +25,9 @@ public:
     static constexpr int kMaxPositions = 1000000;
 
     explicit CustomIntSlider(QWidget* parent = nullptr);
+    // Hiding the widget on destruction moves the focus out of the edit box, which would report an edit to
+    // a half-destroyed slider; the children are cut off first.
+    ~CustomIntSlider() override;
 
     // A reversed range is swapped; an increment below 1 becomes 1. The value is re-normalised silently.
     void SetRange(int64_t minimum, int64_t maximum);

@@ -9,6 +9,8 @@
 #include <QApplication>
 #include <QLabel>
 #include <QMouseEvent>
+#include <QScreen>
+#include <QScrollArea>
 #include <QSignalSpy>
 #include <QtTest>
 
@@ -150,6 +152,41 @@ private Q_SLOTS:
         QVERIFY(camera->IsDocked());
     }
 
+    void freePlaceRule()
+    {
+        TestHost host;
+        host.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&host));
+        const QPoint a = host.GridOrigin();
+        auto* panel = new TestElement(&host, 2);
+        panel->setGeometry(QRect(a + QPoint(0, 99), QSize(101, 101)));
+        panel->show();
+        auto* other = new TestElement(&host, 3);
+        other->setGeometry(QRect(a + QPoint(50, 149), QSize(101, 101)));
+        other->show();
+        auto* fixed = new QWidget(&host);
+        fixed->setGeometry(QRect(a + QPoint(300, 99), QSize(101, 101)));
+        fixed->show();
+        const std::vector<ControlElement*> elements = {panel, other};
+        QVERIFY(!ControlElementHost::FreePlaceRule(panel, elements, {fixed}));
+        other->hide(); // an element on its way out does not block
+        QVERIFY(ControlElementHost::FreePlaceRule(panel, elements, {fixed}));
+        other->show();
+        other->SetTabbed(true, true); // nor does a tabbed one
+        QVERIFY(ControlElementHost::FreePlaceRule(panel, elements, {fixed}));
+        other->SetTabbed(true, false);
+        panel->move(a + QPoint(320, 119));
+        QVERIFY(!ControlElementHost::FreePlaceRule(panel, elements, {fixed})); // over a fixed element
+        fixed->hide();
+        QVERIFY(ControlElementHost::FreePlaceRule(panel, elements, {fixed}));
+        // A camera window may always dock.
+        auto* camera = new TestElement(&host, ControlElement::kCameraObjectType);
+        camera->setGeometry(other->geometry());
+        camera->show();
+        QVERIFY(ControlElementHost::FreePlaceRule(camera, {panel, other, camera}, {}));
+        QVERIFY(!ControlElementHost::FreePlaceRule(nullptr, elements, {}));
+    }
+
     void tabLeftThenRightThenTearOff()
     {
         TestHost host;
@@ -241,6 +278,27 @@ private Q_SLOTS:
         QVERIFY(!host.dock->grab().isNull());
     }
 
+    void gridLinesLieOnTheSnapLines()
+    {
+        DockingWidget dock;
+        dock.resize(205, 105);
+        dock.SetGridOffset(10);
+        dock.SetConnectionsVisible(false);
+        dock.SetHintVisible(false);
+        dock.SetGridVisible(true);
+        const QImage image = dock.grab().toImage();
+        const QRgb grid = ApplicationGlobals::colorGrid.rgb();
+        // Vertical lines at offset + k * 20, horizontal ones at k * 20 - 1: exactly where elements snap.
+        for (int k = 0; k <= (205 - 20) / 20; ++k)
+            QCOMPARE(image.pixel(10 + k * 20, 50), grid);
+        for (int k = 1; k <= 105 / 20; ++k)
+            QCOMPARE(image.pixel(15, k * 20 - 1), grid);
+        QVERIFY(image.pixel(15, 50) != grid);
+        QVERIFY(image.pixel(5, 50) != grid); // the side margin carries no line
+        dock.SetGridVisible(false);
+        QVERIFY(dock.grab().toImage().pixel(10, 50) != grid);
+    }
+
     void dockingHighlightFades()
     {
         TestHost host;
@@ -293,6 +351,17 @@ private Q_SLOTS:
         QVERIFY(finish.wait(2000));
         QVERIFY(!e->isVisible());
         QCOMPARE(in.count(), 1);
+    }
+
+    void slidesFromStartToEnd()
+    {
+        TestHost host;
+        auto* e = new TestElement(&host, 2);
+        QSignalSpy done(e, &ControlElement::Signal_MoveFromStartToEndFinished);
+        e->MoveFromStartToEnd(QPoint(300, 40), QPoint(20, 40));
+        QVERIFY(done.wait(2000));
+        QCOMPARE(e->pos(), QPoint(20, 40));
+        QVERIFY(e->IsDocked()); // a move from code is no gesture
     }
 
     void closeTwiceStartsOneDeletion()
@@ -436,6 +505,157 @@ private Q_SLOTS:
         QVERIFY(a->isEnabled());
         layout->ShowRows(false);
         QVERIFY(a->isHidden());
+    }
+
+    void floatingTitleStaysOnTheScreen()
+    {
+        TestHost host;
+        host.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&host));
+        auto* e = new TestElement(&host, 2);
+        e->setGeometry(100, 100, 201, 141);
+        e->show();
+        e->SetDocked(false);
+        const QRect available = e->screen()->availableGeometry();
+
+        DragTitle(e, QPoint(10, -(GlobalPos(e).y() - available.top()) - 200));
+        QVERIFY(!e->IsDocked());
+        QCOMPARE(GlobalPos(e).y(), available.top());
+        const int x = GlobalPos(e).x();
+
+        DragTitle(e, QPoint(0, available.height() + 300));
+        QCOMPARE(GlobalPos(e).y(), available.bottom() - ControlElement::titleHeight);
+        QCOMPARE(GlobalPos(e).x(), x); // x is never corrected
+    }
+
+    void resizeAtTheBorderSnapsAndHoldsTheMinimum()
+    {
+        TestHost host;
+        host.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&host));
+        auto* e = new TestElement(&host, 2);
+        e->setMinimumSize(101, 81);
+        const QRect start(host.GridOrigin() + QPoint(40, 59), QSize(201, 141));
+        e->setGeometry(start);
+        e->show();
+        QSignalSpy finished(e->GetResizeHandler(), &ResizeHandler::ResizeFinished);
+
+        // Right edge out by 37: 238 snaps to 241.
+        QPoint local(e->width() - 2, e->height() / 2);
+        SendMouse(e, QEvent::MouseMove, local, e->mapToGlobal(local), Qt::NoButton);
+        QCOMPARE(e->cursor().shape(), Qt::SizeHorCursor);
+        SendMouse(e, QEvent::MouseButtonPress, local, e->mapToGlobal(local), Qt::LeftButton);
+        QVERIFY(e->GetResizeHandler()->IsResizing());
+        const QPoint g = e->mapToGlobal(local) + QPoint(37, 0);
+        SendMouse(e, QEvent::MouseMove, e->mapFromGlobal(g), g, Qt::LeftButton);
+        QCOMPARE(e->width(), 238);
+        SendMouse(e, QEvent::MouseButtonRelease, e->mapFromGlobal(g), g, Qt::NoButton);
+        QCOMPARE(finished.count(), 1);
+        QCOMPARE(e->geometry(), QRect(start.topLeft(), QSize(241, 141)));
+
+        // Top-left corner far inwards: held at the minimum, the bottom-right corner stays.
+        const QPoint bottomRight = e->geometry().bottomRight();
+        local = QPoint(1, 1);
+        SendMouse(e, QEvent::MouseMove, local, e->mapToGlobal(local), Qt::NoButton);
+        QCOMPARE(e->cursor().shape(), Qt::SizeFDiagCursor);
+        SendMouse(e, QEvent::MouseButtonPress, local, e->mapToGlobal(local), Qt::LeftButton);
+        const QPoint far = e->mapToGlobal(local) + QPoint(500, 500);
+        SendMouse(e, QEvent::MouseMove, e->mapFromGlobal(far), far, Qt::LeftButton);
+        QCOMPARE(e->size(), e->minimumSize());
+        QCOMPARE(e->geometry().bottomRight(), bottomRight);
+        SendMouse(e, QEvent::MouseButtonRelease, e->mapFromGlobal(far), far, Qt::NoButton);
+        QCOMPARE(finished.count(), 2);
+
+        // A maximized element does not resize.
+        e->SetMaximized(true, false);
+        local = QPoint(e->width() - 2, e->height() / 2);
+        SendMouse(e, QEvent::MouseButtonPress, local, e->mapToGlobal(local), Qt::LeftButton);
+        QVERIFY(!e->GetResizeHandler()->IsResizing());
+    }
+
+    void doubleClickOnTheTitleMaximizes()
+    {
+        TestHost host;
+        host.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&host));
+        auto* e = new TestElement(&host, 2);
+        e->setGeometry(QRect(host.GridOrigin() + QPoint(40, 59), QSize(201, 141)));
+        e->show();
+        const QPoint onTitle(60, e->MaximizeButton()->geometry().center().y());
+        QTest::mouseDClick(e->TitleLabel(), Qt::LeftButton, Qt::NoModifier, e->TitleLabel()->mapFrom(e, onTitle));
+        QVERIFY(e->IsMaximized());
+        // Below the title row nothing happens.
+        QTest::mouseDClick(e, Qt::LeftButton, Qt::NoModifier, QPoint(60, e->height() - 20));
+        QVERIFY(e->IsMaximized());
+        e->ShowMaximizeButton(false);
+        QTest::mouseDClick(e->TitleLabel(), Qt::LeftButton, Qt::NoModifier, e->TitleLabel()->mapFrom(e, onTitle));
+        QVERIFY(e->IsMaximized());
+    }
+
+    void highlightShowsOverAFreePlaceDuringTheDrag()
+    {
+        TestHost host;
+        host.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&host));
+        auto* e = new TestElement(&host, 2);
+        e->setGeometry(QRect(host.GridOrigin() + QPoint(40, 59), QSize(201, 141)));
+        e->show();
+        host.elements = {e};
+        QSignalSpy highlightIn(host.dock, &DockingWidget::Signal_FadeInFinished);
+        QLabel* title = e->TitleLabel();
+        const QPoint local(20, 10);
+        const QPoint start = title->mapToGlobal(local);
+        SendMouse(title, QEvent::MouseButtonPress, local, start, Qt::LeftButton);
+        SendMouse(title, QEvent::MouseMove, title->mapFromGlobal(start + QPoint(5, 5)), start + QPoint(5, 5),
+                  Qt::LeftButton);
+        QVERIFY(!e->IsDocked());
+        QVERIFY(host.dock->IsFading() || host.dock->IsHighlighted());
+        QVERIFY(highlightIn.wait(2000));
+        SendMouse(title, QEvent::MouseButtonRelease, title->mapFromGlobal(start + QPoint(5, 5)),
+                  start + QPoint(5, 5), Qt::NoButton);
+        QVERIFY(e->IsDocked());
+        // The release hides it (fade or at once).
+        QTRY_VERIFY(!host.dock->IsHighlighted() && !host.dock->IsFading());
+    }
+
+    void titleCarriesTheCameraUnlessPlainOrTabbed()
+    {
+        TestHost host;
+        ControlElement::SetCameraNameProvider([](VisionCamera*) { return QStringLiteral("KV-1000 - 4711"); });
+        auto* e = new TestElement(&host, 2);
+        e->SetTitle(QStringLiteral("Acquisition"));
+        QCOMPARE(e->TitleLabel()->text(), QStringLiteral("Acquisition"));
+        auto* fakeCamera = reinterpret_cast<VisionCamera*>(e); // only compared, never used
+        e->SetCamera(fakeCamera);
+        QCOMPARE(e->TitleLabel()->text(), QStringLiteral("Acquisition (KV-1000 - 4711)"));
+        e->SetTabbed(true, true);
+        QCOMPARE(e->TitleLabel()->text(), QStringLiteral("Acquisition"));
+        e->SetTabbed(true, false);
+        e->SetTitle(QStringLiteral("Acquisition"), true);
+        QCOMPARE(e->TitleLabel()->text(), QStringLiteral("Acquisition"));
+        e->SetTitle(QString());
+        QVERIFY(e->TitleLabel()->text().isEmpty());
+        ControlElement::SetCameraNameProvider(nullptr);
+    }
+
+    void defaultSizeAndRowEnabling()
+    {
+        TestHost host;
+        auto* e = new TestElement(&host, 2, true);
+        auto* row = new QLabel(QStringLiteral("row"));
+        e->Layout()->AddWidget(0, row, 100, -1);
+        e->SetDefaultSize(300, 400, -1, 200);
+        QCOMPARE(e->size(), QSize(300, 400));
+        QCOMPARE(e->minimumSize(), QSize(300, 200));
+        QCOMPARE(e->DefaultSize(), QSize(300, 400));
+        QVERIFY(e->ScrollArea() != nullptr);
+        QCOMPARE(e->ScrollArea()->height(), 400 - 3 * ControlElement::layoutMargin - ControlElement::titleHeight);
+        QCOMPARE(e->ContentWidget()->minimumWidth(), 300 - 2 * ApplicationGlobals::gridSize);
+        e->SetCameraEnabled(false);
+        QVERIFY(e->isEnabled());
+        QVERIFY(!row->isEnabled());
+        e->SetCameraEnabled(true);
+        QVERIFY(row->isEnabled());
     }
 
     void separatorsFollowTheSkin()

@@ -132,6 +132,33 @@ private Q_SLOTS:
         QCOMPARE(combo.currentText(), QStringLiteral("b"));
     }
 
+    void comboWheelNeedsFocus()
+    {
+        QWidget page;
+        auto* combo = new CustomComboBox(&page);
+        combo->addItems({QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c")});
+        auto* other = new CustomEdit(&page);
+        other->move(0, 40);
+        page.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&page));
+        other->setFocus();
+        QTRY_VERIFY(other->hasFocus());
+        QSignalSpy byAny(combo, &CustomComboBox::Signal_CurrentIndexChangedByUserOrFunction);
+        const QPoint centre = combo->rect().center();
+        QWheelEvent down(centre, combo->mapToGlobal(centre), QPoint(), QPoint(0, -120), Qt::NoButton, Qt::NoModifier,
+                         Qt::NoScrollPhase, false);
+        QApplication::sendEvent(combo, &down);
+        QCOMPARE(byAny.count(), 0); // scrolling the panel past the box changes nothing
+        combo->setFocus();
+        QTRY_VERIFY(combo->hasFocus());
+        QSignalSpy byUser(combo, &CustomComboBox::Signal_CurrentIndexChanged);
+        QWheelEvent down2(centre, combo->mapToGlobal(centre), QPoint(), QPoint(0, -120), Qt::NoButton,
+                          Qt::NoModifier, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(combo, &down2);
+        QCOMPARE(combo->currentIndex(), 1);
+        QCOMPARE(byUser.count(), 1);
+    }
+
     void editSignals()
     {
         CustomEdit edit;

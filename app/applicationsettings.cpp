@@ -11,6 +11,7 @@
 #include "widgets/customlabel.h"
 #include "widgets/custompushbutton.h"
 #include "widgets/customswitch.h"
+#include "widgets/customtabwidget.h"
 #include "widgets/iconbutton.h"
 #include "widgets/infodialog.h"
 
@@ -40,7 +41,7 @@ int LabelWidth()
 ApplicationSettings::ApplicationSettings(QWidget* parent) : ControlElement(parent, false)
 {
     skinPath = QCoreApplication::applicationDirPath();
-    tabs = new QTabWidget(this);
+    tabs = new CustomTabWidget(this);
     tabs->addTab(BuildGeneralPage(), QString());
     tabs->addTab(BuildImageSavingPage(), QString());
     tabs->addTab(BuildAdvancedPage(), QString());
@@ -519,16 +520,10 @@ void ApplicationSettings::UpdateStyleSheetWithoutDestroy()
     labelInvalidFileName->setStyleSheet(
         QStringLiteral("QLabel#InvalidFileName { color: %1; background: transparent; }").arg(G::colorRedLog.name()));
     labelInvalidFileName->setFont(G::fontNormal);
-    tabs->setFont(G::fontNormal);
-    tabs->setStyleSheet(
-        QStringLiteral("QTabWidget::pane { border: 1px solid %1; top: -1px; background-color: %2; }"
-                       "QTabBar::tab { background-color: %2; color: %3; padding: 6px 12px; border: 1px solid %1; "
-                       "border-bottom: none; }"
-                       "QTabBar::tab:selected { background-color: %4; color: %5; }"
-                       "QWidget#OptionsPage { background-color: %2; }"
-)
-            .arg(G::colorBorder.name(), G::colorBackground.name(), G::colorText.name(), G::colorAccent.name(),
-                 QColor(Qt::white).name()));
+    tabs->UpdateStyleSheet();
+    const QString pageStyle = QStringLiteral("QWidget#OptionsPage { background-color: %1; }").arg(G::colorBackground.name());
+    for (int i = 0; i < tabs->count(); ++i)
+        tabs->widget(i)->setStyleSheet(pageStyle);
     labelTypeNote->setFont(G::fontSmall);
 }
 

@@ -22,9 +22,9 @@ class CustomLabel;
 class CustomPushButton;
 class CustomSliderIntNormal;
 class CustomSwitch;
+class CustomTabWidget;
 class IconButton;
 class QLabel;
-class QTabWidget;
 
 class ApplicationSettings : public ControlElement
 {
@@ -41,7 +41,7 @@ public:
     static QStringList SkinFileNames(const QString& folder);
 
     // For tests: the controls, by the key they write.
-    QTabWidget* Tabs() const { return tabs; }
+    CustomTabWidget* Tabs() const { return tabs; }
     CustomSwitch* SwitchStartLive() const { return switchStartLive; }
     CustomSwitch* SwitchOnlyKernelTLs() const { return switchOnlyKernelTLs; }
     CustomSwitch* SwitchShowConnections() const { return switchShowConnections; }
@@ -145,7 +145,7 @@ private:
     void ApplyTheme(bool light);
     const PathRow* FindPathRow(const QObject* widget) const;
 
-    QTabWidget* tabs = nullptr;
+    CustomTabWidget* tabs = nullptr;
     // General
     CustomLabel* labelStartLive = nullptr;
     CustomSwitch* switchStartLive = nullptr;

@@ -10,6 +10,7 @@
 #include "widgets/customedit.h"
 #include "widgets/customintslider.h"
 #include "widgets/customswitch.h"
+#include "widgets/customtabwidget.h"
 
 #include <QLabel>
 #include <QSettings>

@@ -12,6 +12,7 @@
 #include "controlelement/dockingwidget.h"
 #include "widgets/customcombobox.h"
 #include "widgets/customswitch.h"
+#include "widgets/customtabwidget.h"
 #include "widgets/iconbutton.h"
 
 #include <QKeyEvent>

@@ -139,6 +139,8 @@ inline constexpr IconEntry kIcons[] = {
     {"usb_recovery.png", FolderAll, GlyphSource::BootstrapIcons, "usb-plug", 0, false},
     {"video_sequence.png", FolderAll, GlyphSource::BootstrapIcons, "film", 0, false},
     {"warning.png", FolderAll, GlyphSource::MaterialDesignIcons, "alert", 0, false},
+    {"window-maximize.png", FolderAll, GlyphSource::MaterialDesignIcons, "window-maximize", 0, false},
+    {"window-restore.png", FolderAll, GlyphSource::MaterialDesignIcons, "window-restore", 0, false},
     {"workspace_add.png", FolderAll, GlyphSource::MaterialIcons, "library_add", 0, false},
     {"zoom-original.png", FolderAll, GlyphSource::Drawn, "zoom-original", 0, false},
 };

@@ -43,6 +43,7 @@ enum class Kind
 };
 
 constexpr uint64_t kLockRegister = 0x50001000;
+constexpr guint kDefaultPacketSize = 1500;
 // A GigE discovery pass (about one second) answers every network card for this long.
 constexpr auto kDiscoveryReuse = std::chrono::milliseconds(500);
 
@@ -474,8 +475,12 @@ public:
         if (m_kind == Kind::GigE && ARV_IS_GV_DEVICE(m_device.Get()))
         {
             GError* error = nullptr;
-            // Loopback and most networks carry the largest packets the camera offers; fall back silently.
-            arv_gv_device_auto_packet_size(ARV_GV_DEVICE(m_device.Get()), &error);
+            // A camera still at the Ethernet default gets the largest packet the path carries; a size someone
+            // chose (GevSCPSPacketSize written before the stream opens) is kept.
+            const guint current = arv_gv_device_get_packet_size(ARV_GV_DEVICE(m_device.Get()), &error);
+            g_clear_error(&error);
+            if (current <= kDefaultPacketSize)
+                arv_gv_device_auto_packet_size(ARV_GV_DEVICE(m_device.Get()), &error);
             g_clear_error(&error);
         }
         GError* error = nullptr;

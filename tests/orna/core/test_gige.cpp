@@ -55,6 +55,9 @@ TEST_F(GigETest, DiscoveryOpenAndStream)
     auto device = descriptor->OpenDevice(DeviceAccessType::Control);
     auto remote = device->GetRemoteDevice()->GetNodeMap();
     EXPECT_GT(remote->FindNode<IntegerNode>("Width")->GetValue(), 0);
+    // A node Aravis adds outside the camera's XML is reachable too.
+    ASSERT_TRUE(remote->GetHasNode("ArvGevSCPSPacketSize"));
+    EXPECT_GT(remote->FindNode<IntegerNode>("ArvGevSCPSPacketSize")->GetValue(), 0);
     auto port = device->GetRemoteDevice()->GetPort();
     ASSERT_GE(port->GetNumURLs(), 1u);
     EXPECT_EQ(port->GetURL(0)->GetFileName(), "arv-fake-camera.xml");

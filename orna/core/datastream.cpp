@@ -215,7 +215,7 @@ void DataStream::StartAcquisition(AcquisitionStartMode, uint64_t count)
         std::lock_guard<std::mutex> lock(m_mutex);
         if (m_lost)
             Raise(ReturnCode::IO, "The device of stream " + m_id + " was lost");
-        if (m_grabbing)
+        if (m_started)
             Raise(ReturnCode::BadAccess, "The stream " + m_id + " is acquiring already");
         m_remaining = count == 0 ? kInfinite : count;
         m_delivered = 0;
@@ -223,18 +223,21 @@ void DataStream::StartAcquisition(AcquisitionStartMode, uint64_t count)
     m_backend->Start();
     std::lock_guard<std::mutex> lock(m_mutex);
     m_grabbing = true;
+    m_started = true;
 }
 
 void DataStream::StopAcquisition(AcquisitionStopMode)
 {
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        if (!m_grabbing)
+        // A counted acquisition stops grabbing by itself; the transport still runs until stopped here.
+        if (!m_started)
             return;
     }
     m_backend->Stop();
     std::lock_guard<std::mutex> lock(m_mutex);
     m_grabbing = false;
+    m_started = false;
 }
 
 bool DataStream::GetIsGrabbing() const

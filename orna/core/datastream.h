@@ -89,7 +89,8 @@ private:
     std::unordered_map<const detail::BufferBackend*, bool> m_queued;
     uint64_t m_kills = 0;
     uint64_t m_wakeups = 0;
-    bool m_grabbing = false;
+    bool m_grabbing = false; // frames still expected (false once a counted acquisition has its frames)
+    bool m_started = false;  // the transport's acquisition runs (until StopAcquisition)
     bool m_lost = false;
     uint64_t m_remaining = kInfinite; // frames left of a counted acquisition
     uint64_t m_delivered = 0;

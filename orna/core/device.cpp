@@ -198,6 +198,7 @@ Device::~Device()
 {
     // Streams hold the transport device themselves; nothing here may call back into a dying Device.
     m_backend->SetConnectionLostHandler({});
+    m_backend->SetEventHandler({});
     if (auto descriptor = m_descriptor.lock())
         descriptor->OnDeviceClosed();
 }
@@ -210,6 +211,10 @@ void Device::Initialize()
     m_backend->SetConnectionLostHandler([weak] {
         if (auto self = weak.lock())
             self->OnConnectionLost();
+    });
+    m_backend->SetEventHandler([weak](uint64_t id, std::vector<uint8_t> data) {
+        if (auto self = weak.lock())
+            self->PushEvent(std::make_shared<Event>(EventType::RemoteDevice, id, std::move(data)));
     });
     {
         std::lock_guard<std::mutex> lock(m_streamMutex);

@@ -74,7 +74,10 @@ Interface::Interface(std::weak_ptr<System> system, std::weak_ptr<InterfaceDescri
     m_key = d->GetKey();
 }
 
-Interface::~Interface() = default;
+Interface::~Interface()
+{
+    m_backend->SetDeviceConnectionHandler(m_id, {});
+}
 
 detail::InterfaceInfo Interface::Info() const
 {
@@ -84,6 +87,18 @@ detail::InterfaceInfo Interface::Info() const
 
 void Interface::BuildNodeMap()
 {
+    std::weak_ptr<Interface> self = weak_from_this();
+    m_backend->SetDeviceConnectionHandler(m_id, [self](const std::string& deviceId, bool connected) {
+        auto iface = self.lock();
+        auto descriptor = iface ? iface->FindDevice(deviceId) : nullptr;
+        if (!descriptor)
+            return;
+        if (connected)
+            iface->m_reconnected.Invoke(descriptor, DeviceReconnectInformation{});
+        else
+            iface->m_disconnected.Invoke(descriptor);
+    });
+
     auto bank = std::make_shared<detail::RegisterBank>();
     detail::LocalXmlBuilder xml("Interface", bank);
     std::weak_ptr<Interface> weak = weak_from_this();

@@ -167,6 +167,9 @@ public:
     virtual std::unique_ptr<StreamBackend> OpenStream(const std::string& id) = 0;
     // Called once, on a backend thread, when the transport loses the device.
     virtual void SetConnectionLostHandler(std::function<void()> handler) = 0;
+    // Remote-device events (type 4) the transport receives, delivered on its own thread. Transports without an
+    // event channel (Aravis 0.8) never call it.
+    virtual void SetEventHandler(std::function<void(uint64_t eventId, std::vector<uint8_t> data)>) {}
 };
 
 class TransportBackend
@@ -181,6 +184,10 @@ public:
     // Raises BadAccessException when the device is held by another application.
     virtual std::unique_ptr<DeviceBackend> OpenDevice(const std::string& interfaceId, const DeviceInfo& device,
                                                       DeviceAccessType access) = 0;
+    // Transport-level disconnect (connected false) and reconnect of a device that survives it, reported on a
+    // backend thread. The Aravis transports have no such notion and never call it. One handler per interface.
+    using ConnectionHandler = std::function<void(const std::string& deviceId, bool connected)>;
+    virtual void SetDeviceConnectionHandler(const std::string& /*interfaceId*/, ConnectionHandler /*handler*/) {}
 };
 
 // A producer kind that EnvironmentInspector can list. `token` is the name used in ORNA_TRANSPORTS ("gev",

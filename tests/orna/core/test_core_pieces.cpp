@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 using namespace orna::core;
 
 namespace {
@@ -95,6 +97,32 @@ TEST(RegisterBank, RegionsProtectionAndPartialAccess)
     EXPECT_EQ(live, 0x0502);
     const uint8_t negative[8] = {0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff};
     EXPECT_EQ(bank.Write(0x300, negative, 8), detail::RegisterBank::Status::Failed);
+}
+
+TEST(RegisterBank, PassThroughWindowGetsAbsoluteAddresses)
+{
+    std::vector<uint8_t> memory(0x100, 0);
+    detail::RegisterBank bank;
+    bank.AddPassThrough(
+        0x1000, memory.size(),
+        [&memory](uint64_t address, uint8_t* data, size_t size) {
+            std::memcpy(data, memory.data() + (address - 0x1000), size);
+            return true;
+        },
+        [&memory](uint64_t address, const uint8_t* data, size_t size) {
+            if (address == 0x10F0)
+                return false; // the simulated device refuses this one
+            std::memcpy(memory.data() + (address - 0x1000), data, size);
+            return true;
+        });
+    const uint8_t value[2] = {0xAB, 0xCD};
+    EXPECT_EQ(bank.Write(0x1010, value, 2), detail::RegisterBank::Status::Ok);
+    EXPECT_EQ(memory[0x10], 0xAB);
+    uint8_t back[2] = {};
+    EXPECT_EQ(bank.Read(0x1010, back, 2), detail::RegisterBank::Status::Ok);
+    EXPECT_EQ(back[1], 0xCD);
+    EXPECT_EQ(bank.Write(0x10F0, value, 2), detail::RegisterBank::Status::Failed);
+    EXPECT_EQ(bank.Read(0x10FF, back, 2), detail::RegisterBank::Status::InvalidAddress);
 }
 
 TEST(EventControllerQueue, KillBeforeWaitAbortsTheNextWaitOnceAndQueueIsBounded)

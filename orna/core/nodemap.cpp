@@ -461,7 +461,8 @@ void NodeMap::LoadFromFile(const std::string& path)
             continue;
         values.emplace_back(line.substr(0, tab), line.substr(tab + 1));
     }
-    std::lock_guard<std::recursive_mutex> lock(m_impl->mutex);
+    // No lock across the whole load: each write takes the map's mutex and fires its callbacks after
+    // releasing it, as any other write does.
     std::vector<std::pair<std::string, std::string>> failed;
     std::string lastError;
     auto apply = [&](const std::pair<std::string, std::string>& item) {

@@ -5,6 +5,8 @@
 #include "orna/core/datastream.h"
 #include "orna/core/exception.h"
 
+#include <fcntl.h>
+
 using namespace orna::core;
 using namespace orna::core::nodes;
 
@@ -89,8 +91,30 @@ TEST_F(GigETest, DiscoveryOpenAndStream)
     for (auto& buffer : buffers)
         stream->RevokeBuffer(buffer);
 
-    // A second application cannot take control while we hold it: emulate it with a second open of the same id.
+    EXPECT_THROW(descriptor->OpenDevice(DeviceAccessType::Control), BadAccessException) << "open already";
+}
+
+TEST_F(GigETest, CameraControlledByAnotherProcessRaises)
+{
+    if (::access("/usr/bin/arv-camera-test-0.8", X_OK) != 0)
+        GTEST_SKIP() << "arv-camera-test-0.8 (package aravis-tools) is not installed";
+    // arv-camera-test takes control of the camera and keeps it while it streams.
+    const char* argv[] = {"arv-camera-test-0.8", "-n", "Aravis-Fake-GV01", nullptr};
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
+    pid_t other = -1;
+    ASSERT_EQ(posix_spawn(&other, "/usr/bin/arv-camera-test-0.8", &actions, nullptr, const_cast<char* const*>(argv),
+                          environ),
+              0);
+    posix_spawn_file_actions_destroy(&actions);
+    std::this_thread::sleep_for(std::chrono::milliseconds(2500));
     EXPECT_THROW(descriptor->OpenDevice(DeviceAccessType::Control), BadAccessException);
+    EXPECT_EQ(descriptor->GetAccessStatus(), DeviceAccessStatus::ReadWrite) << "a failed open holds nothing";
+    // Read-only access does not need control.
+    EXPECT_NO_THROW(descriptor->OpenDevice(DeviceAccessType::ReadOnly));
+    ::kill(other, SIGINT);
+    ::waitpid(other, nullptr, 0);
 }
 
 } // namespace

@@ -8,6 +8,7 @@
 #include "orna/core/producerlibrary.h"
 #include "orna/core/system.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -19,7 +20,8 @@ int main()
 {
     ::setenv("ORNA_TRANSPORTS", "fake", 1);
     orna::Library::Initialize();
-    constexpr int kRounds = 300;
+    constexpr int kRounds = 200;
+    constexpr int kRepeats = 5;
     try
     {
         auto producer = ProducerLibrary::Construct("aravis:Fake");
@@ -76,19 +78,27 @@ int main()
             }
         };
         readAll(); // warm-up
-        const auto start = std::chrono::steady_clock::now();
-        for (int round = 0; round < kRounds; ++round)
-            readAll();
-        const double ours = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-        const double baseline = benchsupport::AravisFeatureWalkSeconds(features, kRounds);
-        if (baseline <= 0)
+        // The machine is shared: alternate the two walks and keep each side's best run.
+        double ours = 1e30;
+        double baseline = 1e30;
+        for (int repeat = 0; repeat < kRepeats; ++repeat)
         {
-            std::fprintf(stderr, "node_read_all: the Aravis baseline could not open the Fake device\n");
-            return 1;
+            const auto start = std::chrono::steady_clock::now();
+            for (int round = 0; round < kRounds; ++round)
+                readAll();
+            ours = std::min(ours, std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+            const double aravis = benchsupport::AravisFeatureWalkSeconds(features, kRounds);
+            if (aravis <= 0)
+            {
+                std::fprintf(stderr, "node_read_all: the Aravis baseline could not open the Fake device\n");
+                return 1;
+            }
+            baseline = std::min(baseline, aravis);
         }
         const double oursUs = ours / kRounds * 1e6;
         const double baselineUs = baseline / kRounds * 1e6;
-        std::fprintf(stderr, "node_read_all: %zu nodes per walk, %d walks\n", nodes.size(), kRounds);
+        std::fprintf(stderr, "node_read_all: %zu nodes per walk, best of %d runs of %d walks\n", nodes.size(),
+                     kRepeats, kRounds);
         std::printf("BENCH node_read_all ours=%.1f baseline=%.1f ratio=%.3f unit=us_per_walk\n", oursUs, baselineUs,
                     baselineUs / oursUs);
     }

@@ -112,6 +112,7 @@ std::shared_ptr<nodes::Node> NodeMapImpl::Wrap(const std::string& name, ArvGcNod
             auto entryNode = std::make_shared<nodes::EnumerationEntryNode>(
                 NodeRef{weak, entry, entryName, nodes::NodeType::EnumerationEntry});
             enumeration->m_entries.push_back(entryNode);
+            enumeration->m_symbols.push_back(arv_gc_feature_node_get_name(entry));
             table.emplace(entryName, entryNode);
         }
     }

@@ -768,10 +768,11 @@ std::shared_ptr<EnumerationEntryNode> EnumerationNode::GetCurrentEntry() const
 
 std::shared_ptr<EnumerationEntryNode> EnumerationNode::FindEntryBySymbolicValue(const std::string& symbolic) const
 {
-    for (const auto& entry : GetEntries())
+    Map();
+    for (size_t i = 0; i < m_symbols.size(); ++i)
     {
-        if (entry->GetSymbolicValue() == symbolic)
-            return entry;
+        if (m_symbols[i] == symbolic)
+            return m_entries[i];
     }
     Raise(ReturnCode::NotFound, m_ref.name + " has no entry " + symbolic);
 }

@@ -190,8 +190,9 @@ public:
 
 private:
     friend struct detail::NodeMapImpl;
-    // Built once when the map creates the node (entries never change).
+    // Built once when the map creates the node (entries never change); m_symbols[i] is m_entries[i]'s symbol.
     std::vector<std::shared_ptr<EnumerationEntryNode>> m_entries;
+    std::vector<std::string> m_symbols;
 };
 
 // Raises InvalidCastException "Invalid node cast!" when node is not a T (and the null-pointer error for null).

@@ -275,6 +275,7 @@ void SimFrameGenerator::BuildLinear() {
         BoxBlurPlane(linear_.data() + c * outPixels, s.width, s.height, radius);
     }
     // Hot pixels sit at fixed sensor positions; they show where their bin/decimation cell is sent.
+    hotPixels_.clear();
     uint64_t h = s.seed * 0x100000001B3ull + 17;
     for (int k = 0; k < kHotPixelCount; ++k) {
         h = SplitMix(h);
@@ -289,9 +290,7 @@ void SimFrameGenerator::BuildLinear() {
         }
         const uint32_t ox = s.reverseX ? s.width - 1 - uint32_t(bx) : uint32_t(bx);
         const uint32_t oy = s.reverseY ? s.height - 1 - uint32_t(by) : uint32_t(by);
-        for (uint32_t c = 0; c < channels_; ++c) {
-            linear_[c * outPixels + size_t(oy) * s.width + ox] = 65535;
-        }
+        hotPixels_.push_back(size_t(oy) * s.width + ox);
     }
 }
 
@@ -405,6 +404,17 @@ void SimFrameGenerator::BuildBase() {
             }
         }
         base8_.clear();
+    }
+    // Hot pixels: dark current saturates them whatever the exposure.
+    for (size_t i : hotPixels_) {
+        if (info.layout == PixelLayout::RGB8 || info.layout == PixelLayout::BGRa8) {
+            const size_t bytes = info.layout == PixelLayout::RGB8 ? 3 : 4;
+            std::fill_n(base8_.begin() + i * bytes, 3, uint8_t(255));
+        } else if (!base8_.empty()) {
+            base8_[i] = 255;
+        } else {
+            base16_[i] = uint16_t(maxValue_);
+        }
     }
     // The moving element: a warm disk with a dark blue hand, in output units of each channel.
     static constexpr double kElement[3] = {0.95, 0.8, 0.25}, kHand[3] = {0.08, 0.12, 0.6};

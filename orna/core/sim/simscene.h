@@ -83,6 +83,7 @@ private:
     std::vector<int8_t> noise8_;
     std::vector<int16_t> noise16_;
     std::vector<uint16_t> row16_;
+    std::vector<size_t> hotPixels_;  // output pixel indices
     uint16_t elementValue_[3] = {0, 0, 0};
     uint16_t elementHand_[3] = {0, 0, 0};
 };

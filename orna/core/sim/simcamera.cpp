@@ -134,6 +134,9 @@ struct SimCamera::FrameJob {
     bool chunkMode = false;
     bool chunkEnabled[val::kChunkCount] = {};
     bool drop = false, incomplete = false;
+    bool measure = false;  // an auto function needs the levels of this frame
+    bool measured = false;
+    double levels[3] = {0, 0, 0};
 };
 
 // ---------------------------------------------------------------------------------------------- set-up
@@ -656,10 +659,7 @@ bool SimCamera::ApplyWrite(uint64_t a, Pending* pending) {
     if (a >= reg::Gain && a < reg::Gain + 8 * val::kGainSelectors) {
         const uint32_t sel = uint32_t((a - reg::Gain) / 8);
         if (sel == val::GainAll) {
-            const double all = F64(a);
-            const double analog = std::min(all, limits::GainMax[val::GainAnalogAll]);
-            SetF64(reg::Gain + 8 * val::GainAnalogAll, analog);
-            SetF64(reg::Gain + 8 * val::GainDigitalAll, all - analog);
+            SetGainAll(F64(a));
         } else {
             SetF64(reg::Gain, F64(reg::Gain + 8 * val::GainAnalogAll) + F64(reg::Gain + 8 * val::GainDigitalAll));
         }
@@ -686,6 +686,59 @@ bool SimCamera::ApplyWrite(uint64_t a, Pending* pending) {
     }
     (void)v;
     return true;
+}
+
+void SimCamera::SetGainAll(double db) {
+    const double all = std::clamp(db, 0.0, limits::GainMax[val::GainAll]);
+    const double analog = std::min(all, limits::GainMax[val::GainAnalogAll]);
+    SetF64(reg::Gain, all);
+    SetF64(reg::Gain + 8 * val::GainAnalogAll, analog);
+    SetF64(reg::Gain + 8 * val::GainDigitalAll, all - analog);
+}
+
+// The camera's own auto functions, run on the acquisition thread after each measured frame: exposure first
+// (up to kAutoExposureMaxUs), then gain for what exposure could not reach; white balance by the grey world.
+// "Once" switches itself off when the target is reached.
+void SimCamera::ApplyAuto(const double mean[3]) {
+    using namespace reg;
+    constexpr double kTarget = 0.4, kTolerance = 0.05, kDamping = 0.8, kAutoExposureMaxUs = 100000.0;
+    const double luma = 0.2126 * mean[0] + 0.7152 * mean[1] + 0.0722 * mean[2];
+    const double ratio = kTarget / std::max(luma, 0.002);
+    const bool converged = std::fabs(ratio - 1.0) < kTolerance;
+    double remaining = std::pow(ratio, kDamping);
+    const uint32_t exposureAuto = U32(ExposureAuto), gainAuto = U32(GainAuto);
+    if (exposureAuto != val::AutoOff) {
+        const double e = F64(ExposureTime);
+        if (!converged) {
+            const double next = std::clamp(e * remaining, limits::ExposureMin, kAutoExposureMaxUs);
+            SetF64(ExposureTime, next);
+            remaining *= e / next;
+        } else if (exposureAuto == val::AutoOnce) {
+            SetU32(ExposureAuto, val::AutoOff);
+        }
+    }
+    if (gainAuto != val::AutoOff) {
+        if (!converged && std::fabs(remaining - 1.0) > 0.01) {
+            SetGainAll(F64(reg::Gain) + 20.0 * std::log10(remaining));
+        } else if (converged && gainAuto == val::AutoOnce) {
+            SetU32(GainAuto, val::AutoOff);
+        }
+    }
+    const uint32_t balanceAuto = U32(BalanceWhiteAuto);
+    if (config_.color && balanceAuto != val::AutoOff && mean[0] > 0.01 && mean[1] > 0.01 && mean[2] > 0.01 &&
+        mean[1] < 0.95) {
+        const double toRed = mean[1] / mean[0], toBlue = mean[1] / mean[2];
+        if (std::fabs(toRed - 1.0) < 0.02 && std::fabs(toBlue - 1.0) < 0.02) {
+            if (balanceAuto == val::AutoOnce) {
+                SetU32(BalanceWhiteAuto, val::AutoOff);
+            }
+        } else {
+            SetF64(BalanceRatio, std::clamp(F64(BalanceRatio) * toRed, limits::BalanceRatioMin, limits::BalanceRatioMax));
+            SetF64(BalanceRatio + 16,
+                   std::clamp(F64(BalanceRatio + 16) * toBlue, limits::BalanceRatioMin, limits::BalanceRatioMax));
+        }
+    }
+    UpdateDerived();
 }
 
 void SimCamera::TriggerEdge(uint32_t source) {
@@ -1269,6 +1322,8 @@ void SimCamera::AcquisitionLoop() {
             job.chunkEnabled[k] = U32(ChunkEnable + 4 * k) != 0;
         }
         job.chunkGain = F64(reg::Gain + 8 * std::min<uint32_t>(U32(reg::ChunkGainSelector), val::kGainSelectors - 1));
+        job.measure = U32(ExposureAuto) != val::AutoOff || U32(GainAuto) != val::AutoOff ||
+                      (config_.color && U32(BalanceWhiteAuto) != val::AutoOff);
         job.drop = std::exchange(dropNext_, false);
         job.incomplete = std::exchange(incompleteNext_, false);
         Pending pending;
@@ -1280,6 +1335,9 @@ void SimCamera::AcquisitionLoop() {
         RunPending(pending);
         DeliverFrame(job);
         lock.lock();
+        if (job.measured) {
+            ApplyAuto(job.levels);
+        }
         ++buffersDone;
         const uint32_t mode = U32(AcquisitionMode);
         if (mode == val::SingleFrame ||
@@ -1326,6 +1384,10 @@ void SimCamera::DeliverFrame(FrameJob& job) {
     }
     for (uint32_t k = 0; k < job.images; ++k) {
         generator_->Generate(job.frameId + k, mem + k * one);
+    }
+    if (job.measure) {
+        generator_->Measure(mem, job.levels);
+        job.measured = true;
     }
     if (job.incomplete) {
         // The second half of the packets never arrived.

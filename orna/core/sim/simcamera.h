@@ -186,6 +186,8 @@ private:
     bool I2COperation();
     std::string SerializeUserSet() const;
     bool LoadUserSet(const std::string& text);
+    void SetGainAll(double db);
+    void ApplyAuto(const double mean[3]);
     void FireEvent(uint32_t selector, uint64_t frameId, Pending* pending);
     void RunPending(Pending& pending);
 
@@ -231,7 +233,6 @@ private:
     std::mutex sinkMutex_;
     FrameSink* sink_ = nullptr;
     std::unique_ptr<SimFrameGenerator> generator_;  // acquisition thread only
-    std::vector<uint8_t> scratch_;                  // acquisition thread only
 
     std::mutex callbackMutex_;
     std::function<void(const SimEvent&)> eventSink_;

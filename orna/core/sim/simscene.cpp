@@ -514,4 +514,46 @@ void SimFrameGenerator::Generate(uint64_t frameIndex, uint8_t* dst) {
     }
 }
 
+void SimFrameGenerator::Measure(const uint8_t* image, double mean[3]) const {
+    mean[0] = mean[1] = mean[2] = 0;
+    if (!configured_) {
+        return;
+    }
+    const SimImageSettings& s = settings_;
+    const PixelFormatInfo info = DescribePixelFormat(s.pixelFormat);
+    const size_t rowBytes = imageSize_ / s.height;
+    double sum[3] = {0, 0, 0};
+    size_t count[3] = {0, 0, 0};
+    std::vector<uint16_t> row(s.width);
+    for (uint32_t y = 0; y < s.height; y += 8) {
+        const uint8_t* src = image + size_t(y) * rowBytes;
+        if (info.color) {
+            const size_t step = info.layout == PixelLayout::BGRa8 ? 4 : 3;
+            const int r = info.layout == PixelLayout::BGRa8 ? 2 : 0, b = 2 - r;
+            for (uint32_t x = 0; x < s.width; ++x) {
+                sum[0] += src[x * step + r];
+                sum[1] += src[x * step + 1];
+                sum[2] += src[x * step + b];
+                ++count[0], ++count[1], ++count[2];
+            }
+            continue;
+        }
+        UnpackSamples(info.layout, src, s.width, row.data());
+        for (uint32_t x = 0; x < s.width; ++x) {
+            uint32_t c = 1;
+            if (info.bayer) {
+                c = (y & 1) == 0 ? ((x & 1) == 0 ? 0 : 1) : ((x & 1) == 0 ? 1 : 2);
+            }
+            sum[c] += row[x];
+            ++count[c];
+        }
+    }
+    for (int c = 0; c < 3; ++c) {
+        mean[c] = count[c] != 0 ? sum[c] / double(count[c]) / maxValue_ : 0.0;
+    }
+    if (!info.bayer && !info.color) {
+        mean[0] = mean[2] = mean[1];
+    }
+}
+
 }  // namespace orna::core::sim

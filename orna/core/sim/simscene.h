@@ -61,6 +61,9 @@ public:
     // Writes one image of ImageSize() bytes for frame `frameIndex` (the moving element's position and
     // the noise pattern follow it).
     void Generate(uint64_t frameIndex, uint8_t* dst);
+    // Mean level of red, green and blue (mono: all three the same) of an image made by Generate with the
+    // current settings, as a fraction of full scale, from every eighth row. For the camera's auto functions.
+    void Measure(const uint8_t* image, double mean[3]) const;
 
 private:
     struct Scene;

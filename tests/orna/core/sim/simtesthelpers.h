@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <ios>
@@ -51,7 +52,7 @@ public:
         orna::core::sim::FrameHeader header;
         std::vector<uint8_t> data;
     };
-    bool refuse = false;
+    std::atomic<bool> refuse{false};
 
     uint8_t* AcquireBuffer(size_t size, void** token) override {
         std::lock_guard<std::mutex> lock(mutex_);

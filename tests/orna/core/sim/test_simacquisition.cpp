@@ -314,3 +314,40 @@ TEST_F(SimAcquisition, HeldByOtherProcessIsReported) {
 }
 
 }  // namespace
+
+namespace {
+
+using namespace orna::core::sim;
+using namespace simtest;
+using namespace std::chrono_literals;
+
+TEST(SimAutoFunctions, ExposureAutoOnceReachesTheTargetAndSwitchesOff) {
+    SimCamera cam(Config("color", "AUTOTEST-1"));
+    CollectingSink sink;
+    cam.SetFrameSink(&sink);
+    ASSERT_TRUE(WriteU32(cam, reg::Width, 320));
+    ASSERT_TRUE(WriteU32(cam, reg::Height, 240));
+    ASSERT_TRUE(WriteU32(cam, reg::PixelFormat, pfnc::Mono8));
+    ASSERT_TRUE(WriteF64(cam, reg::ExposureTime, 100.0));  // far too dark
+    ASSERT_TRUE(WriteF64(cam, reg::AcquisitionFrameRate, 200.0));
+    ASSERT_TRUE(WriteU32(cam, reg::ExposureAuto, val::AutoOnce));
+    ASSERT_TRUE(Execute(cam, reg::AcquisitionStart));
+    const auto end = std::chrono::steady_clock::now() + 10s;
+    while (ReadU32(cam, reg::ExposureAuto) != val::AutoOff && std::chrono::steady_clock::now() < end) {
+        std::this_thread::sleep_for(10ms);
+    }
+    EXPECT_EQ(ReadU32(cam, reg::ExposureAuto), val::AutoOff) << "Once ends by itself";
+    const size_t seen = sink.Count();
+    ASSERT_TRUE(sink.WaitFor(seen + 2));
+    ASSERT_TRUE(Execute(cam, reg::AcquisitionStop));
+    cam.SetFrameSink(nullptr);
+    const auto frames = sink.Frames();
+    const auto& last = frames.back().data;
+    double mean = 0;
+    for (uint8_t v : last) mean += v;
+    mean /= double(last.size()) * 255.0;
+    EXPECT_NEAR(mean, 0.4, 0.08);
+    EXPECT_GT(ReadF64(cam, reg::ExposureTime), 1000.0);
+}
+
+}  // namespace

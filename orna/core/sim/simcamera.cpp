@@ -1273,6 +1273,13 @@ void SimCamera::AcquisitionLoop() {
             --pendingAcquisitionTriggers_;
         }
     }
+    // Prepare the generator before the first exposure so the first frame keeps the frame timing.
+    {
+        const SimImageSettings settings = ImageSettingsLocked();
+        lock.unlock();
+        generator_->Configure(settings);
+        lock.lock();
+    }
     uint64_t buffersDone = 0;
     auto next = Clock::now();
     while (!stopRequested_ && connected_) {

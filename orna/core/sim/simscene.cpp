@@ -139,7 +139,9 @@ struct SimFrameGenerator::Scene {
 namespace {
 using SceneKey = std::tuple<uint32_t, uint32_t, bool>;
 std::mutex sceneCacheMutex;  // guards sceneCache
-std::map<SceneKey, std::weak_ptr<const void>> sceneCache;
+// Scenes stay for the life of the process: building one costs a noticeable fraction of a second, and a
+// process has cameras of one or two sensor kinds.
+std::map<SceneKey, std::shared_ptr<const void>> sceneCache;
 }  // namespace
 
 bool SimImageSettings::operator==(const SimImageSettings& o) const {
@@ -196,7 +198,7 @@ bool SimFrameGenerator::Configure(const SimImageSettings& s) {
     if (sceneChanged) {
         const SceneKey key{s.sensorWidth, s.sensorHeight, s.colorSensor};
         std::lock_guard<std::mutex> lock(sceneCacheMutex);
-        auto cached = std::static_pointer_cast<const Scene>(sceneCache[key].lock());
+        auto cached = std::static_pointer_cast<const Scene>(sceneCache[key]);
         if (!cached) {
             auto scene = std::make_shared<Scene>();
             scene->width = s.sensorWidth;

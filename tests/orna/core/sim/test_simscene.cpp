@@ -87,6 +87,22 @@ TEST(SimScene, RedPatchIsBrightOnTheRedBayerSites) {
     EXPECT_GT(red, 3.0 * blue);
 }
 
+TEST(SimScene, RgbAndBgraCarryTheChannelsInTheirOrder) {
+    SimImageSettings s;
+    s.exposureUs = 6000;
+    const int cx = int((0.04 + 2.5 / 6 * 0.52) * s.width), cy = int((0.06 + 2.5 / 4 * 0.50) * s.height);
+    const size_t at = size_t(cy) * s.width + cx;  // inside the red patch
+    s.pixelFormat = pfnc::RGB8;
+    const auto rgb = Render(s);
+    EXPECT_GT(rgb[3 * at], 2 * rgb[3 * at + 2]) << "red before blue";
+    s.pixelFormat = pfnc::BGRa8;
+    const auto bgra = Render(s);
+    EXPECT_GT(bgra[4 * at + 2], 2 * bgra[4 * at]) << "blue before red";
+    for (size_t i = 3; i < bgra.size(); i += 4) {
+        ASSERT_EQ(bgra[i], 255) << "alpha at pixel " << i / 4;
+    }
+}
+
 double Sharpness(int focus) {
     SimImageSettings s;
     s.colorSensor = false;

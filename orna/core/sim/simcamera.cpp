@@ -894,6 +894,7 @@ SimImageSettings SimCamera::ImageSettingsLocked() const {
     s.focusPosition = int(U32(FocusStepper));
     s.focusPeak = config_.focusPeak;
     s.lowNoise = U32(reg::SensorOperationMode) == val::SensorLowNoise;
+    s.rollingShutter = U32(reg::SensorShutterMode) == val::ShutterRolling;
     s.seed = std::hash<std::string>{}(config_.serialNumber);
     return s;
 }

@@ -152,7 +152,7 @@ bool SimImageSettings::operator==(const SimImageSettings& o) const {
            reverseY == o.reverseY && pixelFormat == o.pixelFormat && exposureUs == o.exposureUs &&
            gainDb == o.gainDb && balance[0] == o.balance[0] && balance[1] == o.balance[1] &&
            balance[2] == o.balance[2] && blackLevelPercent == o.blackLevelPercent && gamma == o.gamma &&
-           focusPosition == o.focusPosition && focusPeak == o.focusPeak && lowNoise == o.lowNoise &&
+           focusPosition == o.focusPosition && focusPeak == o.focusPeak && lowNoise == o.lowNoise && rollingShutter == o.rollingShutter &&
            seed == o.seed;
 }
 
@@ -440,8 +440,13 @@ void SimFrameGenerator::DrawElement(uint64_t frameIndex, uint32_t y, T* row) con
     const SimImageSettings& s = settings_;
     const double phase = double(frameIndex % 3600) * (2.0 * kPi / 180.0);
     const double radius = std::max(3.0, std::min(s.width, s.height) / 16.0);
-    const double cx = s.width * (0.5 + 0.33 * std::sin(phase));
     const double cy = s.height * 0.6;
+    double cx = s.width * (0.5 + 0.33 * std::sin(phase));
+    if (s.rollingShutter) {
+        // Each row is exposed a little later; over the frame the element travels about half a frame's step.
+        const double stepPerFrame = s.width * 0.33 * std::cos(phase) * (2.0 * kPi / 180.0);
+        cx += stepPerFrame * 0.5 * (double(y) - cy) / s.height;
+    }
     const double dy = y + 0.5 - cy;
     if (std::fabs(dy) >= radius) {
         return;

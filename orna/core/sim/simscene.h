@@ -37,6 +37,7 @@ struct SimImageSettings {
     int focusPosition = 0;
     int focusPeak = 612;
     bool lowNoise = false;
+    bool rollingShutter = false;  // rows are read one after the other: moving things lean
     uint64_t seed = 1;  // hot pixel positions and noise table
 
     bool operator==(const SimImageSettings& o) const;

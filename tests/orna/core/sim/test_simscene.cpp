@@ -54,6 +54,15 @@ TEST(SimScene, BrightnessGrowsWithExposureAndGain) {
     EXPECT_NEAR(gained, doubled, doubled * 0.1) << "6 dB is twice the signal, as twice the exposure";
 }
 
+TEST(SimScene, SumBinningIsBrighterThanAverageBinning) {
+    SimImageSettings s = Bayer8();
+    s.exposureUs = 1000;
+    const double average = Mean(Render(s));
+    s.binningAverage = false;
+    const double sum = Mean(Render(s));
+    EXPECT_GT(sum, 3.0 * average) << "2 x 2 pixels summed";
+}
+
 TEST(SimScene, BalanceRatioScalesItsChannel) {
     SimImageSettings s = Bayer8();
     auto channelMean = [](const std::vector<uint8_t>& img, uint32_t w, uint32_t h, int dx, int dy) {

@@ -322,6 +322,24 @@ void SimCamera::BuildRegisters() {
     AddFloat(BlackLevel, 0.0, 0.0, limits::BlackLevelMax, true);
     AddFloat(reg::Gamma, 1.0, limits::GammaMin, limits::GammaMax, true);
     AddUInt(FocusStepper, 500, 0, limits::FocusMax, true);
+    AddEnum(reg::ColorCorrectionMode, ColorCorrectionOff, 2, true);
+    AddEnum(ColorCorrectionMatrixValueSelector, 0, kColorCorrectionGains, false);
+    for (uint32_t k = 0; k < kColorCorrectionGains; ++k) {
+        AddFloat(ColorCorrectionMatrixValue + 8 * k, limits::ColorCorrectionDefault[k], limits::ColorCorrectionMin,
+                 limits::ColorCorrectionMax, true);
+    }
+    // The XML text in the camera's memory and the URL that points at it.
+    {
+        char url[160];
+        std::snprintf(url, sizeof url, "Local:%s.xml;%" PRIx64 ";%zx", c.modelName.substr(0, 40).c_str(), XmlFile,
+                      xml_.size());
+        std::string name(url);
+        std::replace(name.begin(), name.end(), ' ', '_');
+        Reg& r = AddReg(XmlUrl, Kind::Raw, kXmlUrlLength, false);
+        std::copy_n(name.begin(), std::min<size_t>(name.size(), kXmlUrlLength - 1), r.bytes.begin());
+        Reg& x = AddReg(XmlFile, Kind::Raw, uint32_t(xml_.size()), false);
+        std::copy(xml_.begin(), xml_.end(), x.bytes.begin());
+    }
     // Chunks and events.
     AddUInt(ChunkModeActive, 0, 0, 1, true, true);
     AddEnum(ChunkSelector, 0, kChunkCount, false);
@@ -893,6 +911,10 @@ SimImageSettings SimCamera::ImageSettingsLocked() const {
     s.gamma = F64(reg::Gamma);
     s.focusPosition = int(U32(FocusStepper));
     s.focusPeak = config_.focusPeak;
+    s.colorCorrection = U32(reg::ColorCorrectionMode) == val::ColorCorrectionAuto;
+    for (uint32_t k = 0; k < val::kColorCorrectionGains; ++k) {
+        s.ccm[k] = F64(ColorCorrectionMatrixValue + 8 * k);
+    }
     s.lowNoise = U32(reg::SensorOperationMode) == val::SensorLowNoise;
     s.rollingShutter = U32(reg::SensorShutterMode) == val::ShutterRolling;
     s.seed = std::hash<std::string>{}(config_.serialNumber);

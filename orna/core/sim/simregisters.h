@@ -63,6 +63,11 @@ constexpr uint64_t TimestampLatchValue = 0x0348;  // 8 bytes, ns, RO
 constexpr uint64_t TimestampReset = 0x0350;       // command
 constexpr uint64_t SensorClockFrequency = 0x0358;  // double, Hz, RO
 constexpr uint64_t TLParamsLocked = 0x0360;
+// The camera's own XML description: a "Local:" URL (file name;address;length, hexadecimal) pointing at the
+// XML text kept in the camera's memory, as GenICam devices publish their first URL.
+constexpr uint64_t XmlUrl = 0x0800;
+constexpr uint32_t kXmlUrlLength = 512;
+constexpr uint64_t XmlFile = 0x00100000;
 // --- Image format
 constexpr uint64_t SensorWidth = 0x1000;
 constexpr uint64_t SensorHeight = 0x1004;
@@ -118,6 +123,9 @@ constexpr uint64_t BalanceWhiteAuto = 0x2160;
 constexpr uint64_t BlackLevel = 0x2168;  // double, in percent of full scale
 constexpr uint64_t Gamma = 0x2170;       // double
 constexpr uint64_t FocusStepper = 0x2200;
+constexpr uint64_t ColorCorrectionMode = 0x2210;
+constexpr uint64_t ColorCorrectionMatrixValueSelector = 0x2214;
+constexpr uint64_t ColorCorrectionMatrixValue = 0x2220;  // double, + selector * 8 (Gain00..Gain22)
 // --- Chunks
 constexpr uint64_t ChunkModeActive = 0x3000;  // bit 0
 constexpr uint64_t ChunkSelector = 0x3004;
@@ -220,6 +228,8 @@ enum LineSourceValue : uint32_t {
     LineSourceOff = 0, LineSourceExposureActive, LineSourceFlashActive, LineSourceGlobalFlashWindow,
     LineSourceUserOutput0, LineSourceUserOutput1, LineSourceUserOutput2
 };
+enum ColorCorrectionModeValue : uint32_t { ColorCorrectionOff = 0, ColorCorrectionAuto = 1 };
+constexpr uint32_t kColorCorrectionGains = 9;  // Gain00 .. Gain22, row by row
 enum FlashReferenceValue : uint32_t { FlashExposureStart = 0, FlashExposureEnd = 1 };
 constexpr uint32_t kLineCount = 4;        // Line0 opto input, Line1 flash output, Line2/Line3 GPIO
 constexpr uint32_t kUserOutputCount = 3;  // UserOutput0..2
@@ -270,6 +280,9 @@ constexpr double GainMax[3] = {36.0, 24.0, 12.0};                // All, AnalogA
 constexpr double BalanceRatioMin = 0.1, BalanceRatioMax = 8.0;
 constexpr double BlackLevelMax = 10.0;  // percent
 constexpr double GammaMin = 0.25, GammaMax = 4.0;
+constexpr double ColorCorrectionMin = -4.0, ColorCorrectionMax = 4.0;
+// The sensor's factory colour correction (rows: output R, G, B; columns: input R, G, B).
+constexpr double ColorCorrectionDefault[9] = {1.58, -0.42, -0.16, -0.28, 1.48, -0.20, -0.06, -0.52, 1.58};
 constexpr double DelayMax = 1000000.0;  // us, trigger and flash delays
 constexpr int64_t FocusMax = 1000;
 constexpr uint32_t TriggerDividerMax = 64;

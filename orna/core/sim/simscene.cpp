@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <iterator>
 #include <map>
 #include <mutex>
 #include <tuple>
@@ -152,6 +153,7 @@ bool SimImageSettings::operator==(const SimImageSettings& o) const {
            reverseY == o.reverseY && pixelFormat == o.pixelFormat && exposureUs == o.exposureUs &&
            gainDb == o.gainDb && balance[0] == o.balance[0] && balance[1] == o.balance[1] &&
            balance[2] == o.balance[2] && blackLevelPercent == o.blackLevelPercent && gamma == o.gamma &&
+           colorCorrection == o.colorCorrection && std::equal(std::begin(ccm), std::end(ccm), std::begin(o.ccm)) &&
            focusPosition == o.focusPosition && focusPeak == o.focusPeak && lowNoise == o.lowNoise && rollingShutter == o.rollingShutter &&
            seed == o.seed;
 }
@@ -365,9 +367,17 @@ void SimFrameGenerator::BuildBase() {
         return uint16_t((2126u * lutOf(0)[lin[i]] + 7152u * lutOf(1)[lin[n + i]] + 722u * lutOf(2)[lin[2 * n + i]]) /
                         10000u);
     };
+    const bool correct = s.colorCorrection && channels_ == 3;
     auto rgbOf = [&](size_t i, uint16_t out[3]) {
         for (uint32_t c = 0; c < 3; ++c) {
             out[c] = channels_ == 3 ? lutOf(c)[lin[c * n + i]] : lutOf(0)[lin[i]];
+        }
+        if (correct) {
+            const double r = out[0], g = out[1], b = out[2];
+            for (uint32_t c = 0; c < 3; ++c) {
+                const double v = s.ccm[3 * c] * r + s.ccm[3 * c + 1] * g + s.ccm[3 * c + 2] * b;
+                out[c] = uint16_t(std::clamp(std::lround(v), 0L, long(maxValue_)));
+            }
         }
     };
     if (info.layout == PixelLayout::RGB8 || info.layout == PixelLayout::BGRa8) {

@@ -33,6 +33,8 @@ struct SimImageSettings {
     double balance[3] = {1.0, 1.0, 1.0};
     double blackLevelPercent = 0.0;
     double gamma = 1.0;
+    bool colorCorrection = false;  // applies `ccm` to RGB outputs (raw Bayer data stays raw)
+    double ccm[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
     // Optics and sensor.
     int focusPosition = 0;
     int focusPeak = 612;

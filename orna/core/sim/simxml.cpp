@@ -455,6 +455,24 @@ void AnalogSection(XmlWriter& x, const SimCameraConfig& c) {
     x.Float("BlackLevel", {BlackLevel}, "Offset of the black level.", 0.0, Num(limits::BlackLevelMax), "%", "Expert");
     x.Float("Gamma", {reg::Gamma}, "Gamma of the output.", limits::GammaMin, Num(limits::GammaMax), nullptr, "Expert");
     features.insert(features.end(), {"BlackLevel", "Gamma"});
+    if (c.color) {
+        x.Enumeration("ColorCorrectionMode", {reg::ColorCorrectionMode},
+                      "Whether the camera applies its colour correction matrix to RGB outputs.",
+                      {{"Off", val::ColorCorrectionOff, ""}, {"Auto", val::ColorCorrectionAuto, ""}});
+        std::vector<Entry> gains;
+        for (uint32_t k = 0; k < val::kColorCorrectionGains; ++k) {
+            gains.push_back({"Gain" + std::to_string(k / 3) + std::to_string(k % 3), int64_t(k), ""});
+        }
+        x.Enumeration("ColorCorrectionMatrixValueSelector", {ColorCorrectionMatrixValueSelector},
+                      "Which coefficient ColorCorrectionMatrixValue sets (row: output, column: input).", gains, "RW",
+                      {"ColorCorrectionMatrixValue"}, false, "Expert");
+        x.Float("ColorCorrectionMatrixValue", {ColorCorrectionMatrixValue, "ColorCorrectionMatrixValueSelector", 8},
+                "Coefficient of the colour correction matrix.", limits::ColorCorrectionMin,
+                Num(limits::ColorCorrectionMax), nullptr, "Expert");
+        x.Category("ColorCorrectionMatrix", "The camera's colour correction.",
+                   {"ColorCorrectionMode", "ColorCorrectionMatrixValueSelector", "ColorCorrectionMatrixValue"});
+        features.push_back("ColorCorrectionMatrix");
+    }
     x.Category("AnalogControl", "Gain, white balance, black level.", features);
     x.Integer("FocusStepper", {FocusStepper}, "Position of the focus motor.", "0", std::to_string(limits::FocusMax));
     x.Category("LensControl", "Focus.", {"FocusStepper"});

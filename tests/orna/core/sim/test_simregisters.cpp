@@ -309,6 +309,23 @@ TEST(SimCameraModels, LockRegisterServiceFirmwareAndUserId) {
     EXPECT_EQ(ReadStr(stranger, reg::DeviceUserID), "");
 }
 
+TEST_F(SimRegisters, XmlIsPublishedInTheCameraMemoryByItsUrl) {
+    char url[reg::kXmlUrlLength + 1] = {};
+    ASSERT_TRUE(cam.ReadMemory(reg::XmlUrl, url, reg::kXmlUrlLength));
+    const std::string text(url);
+    ASSERT_EQ(text.rfind("Local:", 0), 0u) << text;
+    const auto first = text.find(';'), second = text.find(';', first + 1);
+    ASSERT_NE(second, std::string::npos) << text;
+    EXPECT_EQ(text.substr(6, first - 6), "LVS-2300C.xml");
+    const uint64_t address = std::stoull(text.substr(first + 1, second - first - 1), nullptr, 16);
+    const size_t length = std::stoull(text.substr(second + 1), nullptr, 16);
+    ASSERT_EQ(length, cam.GenICamXml().size());
+    std::string xml(length, '\0');
+    ASSERT_TRUE(cam.ReadMemory(address, xml.data(), length));
+    EXPECT_EQ(xml, cam.GenICamXml());
+    EXPECT_FALSE(cam.WriteMemory(address, "x", 1));
+}
+
 TEST_F(SimRegisters, TimestampLatchAdvances) {
     ASSERT_TRUE(Execute(cam, reg::TimestampLatch));
     const uint64_t a = ReadU64(cam, reg::TimestampLatchValue);

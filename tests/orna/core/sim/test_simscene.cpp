@@ -112,6 +112,20 @@ TEST(SimScene, RgbAndBgraCarryTheChannelsInTheirOrder) {
     }
 }
 
+TEST(SimScene, ColourCorrectionSaturatesRgbOutput) {
+    SimImageSettings s;
+    s.exposureUs = 6000;
+    s.pixelFormat = pfnc::RGB8;
+    const int cx = int((0.04 + 2.5 / 6 * 0.52) * s.width), cy = int((0.06 + 2.5 / 4 * 0.50) * s.height);
+    const size_t at = 3 * (size_t(cy) * s.width + cx);
+    const auto plain = Render(s);
+    s.colorCorrection = true;
+    std::copy(std::begin(limits::ColorCorrectionDefault), std::end(limits::ColorCorrectionDefault), s.ccm);
+    const auto corrected = Render(s);
+    EXPECT_GT(corrected[at], plain[at]) << "red gains";
+    EXPECT_LT(corrected[at + 1] + 2, plain[at + 1]) << "green drops on a red patch";
+}
+
 double Sharpness(int focus) {
     SimImageSettings s;
     s.colorSensor = false;

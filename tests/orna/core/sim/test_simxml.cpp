@@ -55,7 +55,9 @@ const std::vector<Promised> kColorNodes = {
     {"GainSelector", Kind::Enumeration}, {"Gain", Kind::Float}, {"GainAuto", Kind::Enumeration},
     {"BalanceRatioSelector", Kind::Enumeration}, {"BalanceRatio", Kind::Float},
     {"BalanceWhiteAuto", Kind::Enumeration}, {"BlackLevel", Kind::Float}, {"Gamma", Kind::Float},
-    {"FocusStepper", Kind::Integer},
+    {"FocusStepper", Kind::Integer}, {"ColorCorrectionMode", Kind::Enumeration},
+    {"ColorCorrectionMatrixValueSelector", Kind::Enumeration}, {"ColorCorrectionMatrixValue", Kind::Float},
+    {"ColorCorrectionMatrix", Kind::Category},
     {"ChunkModeActive", Kind::Boolean}, {"ChunkSelector", Kind::Enumeration}, {"ChunkEnable", Kind::Boolean},
     {"ChunkGainSelector", Kind::Enumeration}, {"ChunkUsableOffsetX", Kind::Integer},
     {"ChunkUsableOffsetY", Kind::Integer}, {"ChunkUsableWidth", Kind::Integer}, {"ChunkUsableHeight", Kind::Integer},
@@ -195,12 +197,23 @@ TEST_F(SimXmlTest, PixelFormatEntriesAreTheOfferedCodesInOrder) {
 
 }
 
+TEST_F(SimXmlTest, ColourCorrectionMatrixIsSelectedByGainNames) {
+    Open("color");
+    const auto names = EntryNames(gc_, "ColorCorrectionMatrixValueSelector");
+    EXPECT_EQ(std::set<std::string>(names.begin(), names.end()),
+              (std::set<std::string>{"Gain00", "Gain01", "Gain02", "Gain10", "Gain11", "Gain12", "Gain20", "Gain21",
+                                     "Gain22"}));
+    ASSERT_TRUE(SetEnum("ColorCorrectionMatrixValueSelector", "Gain12"));
+    EXPECT_DOUBLE_EQ(Float("ColorCorrectionMatrixValue"), limits::ColorCorrectionDefault[5]);
+}
+
 TEST_F(SimXmlTest, MonoCameraOffersMonoFormatsAndNoWhiteBalance) {
     Open("mono");
     const auto names = EntryNames(gc_, "PixelFormat");
     EXPECT_EQ(std::set<std::string>(names.begin(), names.end()),
               (std::set<std::string>{"Mono8", "Mono10", "Mono10p", "Mono12", "Mono12p", "Mono10g40KVX", "Mono12g24KVX"}));
     EXPECT_EQ(arv_gc_get_node(gc_, "BalanceRatio"), nullptr);
+    EXPECT_EQ(arv_gc_get_node(gc_, "ColorCorrectionMatrix"), nullptr);
     EXPECT_FALSE(SetEnum("PixelFormat", "BayerRG8"));
 }
 

@@ -90,7 +90,9 @@ void StoreUserId(const std::string& serial, const std::string& id) {
 
 // ---------------------------------------------------------------------------------------------- config
 
-std::vector<std::string> SimCameraConfig::ModelNames() { return {"color", "mono", "locked", "service", "booterror"}; }
+std::vector<std::string> SimCameraConfig::ModelNames() {
+    return {"color", "mono", "locked", "service", "booterror", "color12mp"};
+}
 
 bool SimCameraConfig::ForModel(const std::string& model, const std::string& serial, SimCameraConfig* out) {
     SimCameraConfig c;
@@ -110,6 +112,13 @@ bool SimCameraConfig::ForModel(const std::string& model, const std::string& seri
         c.modelName = "LVS-2300C service";
         c.firmwareVersion = "0.9.3 service";
         c.serviceFirmware = true;
+    } else if (model == "color12mp") {
+        // A large sensor for load tests of the host pipeline: 12.3 MP at up to 30 fps.
+        c.modelName = "LVS-12000C";
+        c.sensorName = "IMX304";
+        c.sensorWidth = 4096;
+        c.sensorHeight = 3000;
+        c.fullFrameRate = 30.0;
     } else if (model == "booterror") {
         c.modelName = "LVS-2300C";
         c.bootStatus = val::BootConfigurationCrcError;

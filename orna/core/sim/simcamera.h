@@ -62,7 +62,7 @@ struct SimEvent {
 };
 
 struct SimCameraConfig {
-    std::string model = "color";  // color, mono, locked, service, booterror
+    std::string model = "color";  // color, mono, locked, service, booterror, color12mp
     std::string vendorName = "Lumivue";
     std::string modelName;  // from the model when empty
     std::string familyName = "Lumivue Sim";
@@ -80,7 +80,7 @@ struct SimCameraConfig {
     int focusPeak = 612;
     std::chrono::milliseconds resetDuration{1500};  // DeviceReset: time until the camera is back
 
-    // The configuration of a named model ("color", "mono", "locked", "service", "booterror");
+    // The configuration of a named model ("color", "mono", "locked", "service", "booterror", "color12mp");
     // false for an unknown name.
     static bool ForModel(const std::string& model, const std::string& serial, SimCameraConfig* out);
     static std::vector<std::string> ModelNames();

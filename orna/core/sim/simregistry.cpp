@@ -31,6 +31,7 @@ char ModelLetter(const std::string& model) {
     if (model == "locked") return 'L';
     if (model == "service") return 'S';
     if (model == "booterror") return 'B';
+    if (model == "color12mp") return 'X';
     return 'C';
 }
 

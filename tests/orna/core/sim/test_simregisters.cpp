@@ -296,6 +296,10 @@ TEST(SimCameraModels, LockRegisterServiceFirmwareAndUserId) {
     EXPECT_EQ(ReadU32(service, reg::DeviceStreamChannelCount), 0u);
     EXPECT_FALSE(Execute(service, reg::AcquisitionStart));
 
+    SimCamera large(Config("color12mp", "LARGE-1"));
+    EXPECT_EQ(ReadU32(large, reg::PayloadSize), 4096u * 3000);
+    EXPECT_NEAR(ReadF64(large, reg::AcquisitionFrameRateMax), 30.0, 0.5);
+
     SimCamera boot(Config("booterror", "BOOT-1"));
     EXPECT_EQ(ReadU32(boot, reg::DeviceBootStatus), val::BootConfigurationCrcError);
 

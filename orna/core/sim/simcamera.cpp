@@ -425,6 +425,14 @@ void SimCamera::PowerUp() {
     }
     SetU32(reg::UserSetDefault, defaultSet);
     SetStr(reg::DeviceUserID, userId);
+    if (!pendingFirmware_.empty()) {
+        installedFirmware_ = pendingFirmware_;
+        pendingFirmware_.clear();
+        files_[val::FileFirmware].clear();
+    }
+    if (!installedFirmware_.empty()) {
+        SetStr(reg::DeviceFirmwareVersion, installedFirmware_);
+    }
     if (defaultSet != val::UserSetDefaultSet) {
         LoadUserSet(files_[defaultSet - 1]);
     }
@@ -941,7 +949,7 @@ bool SimCamera::FileOperation() {
     uint32_t result = 0;
     switch (U32(FileOperationSelector)) {
     case val::FileOpen:
-        if (!st.open) {
+        if (!st.open && !(sel == val::FileFirmware && U32(reg::FileOpenMode) != val::OpenWrite)) {
             st.open = true;
             st.mode = U32(reg::FileOpenMode);
             if (st.mode == val::OpenWrite) {
@@ -952,6 +960,16 @@ bool SimCamera::FileOperation() {
         break;
     case val::FileClose:
         ok = st.open;
+        if (ok && sel == val::FileFirmware && st.mode != val::OpenRead) {
+            // The image is checked when it is complete; a bad one is dropped and the close reports it.
+            std::string version;
+            ok = CheckFirmwareImage(content, &version);
+            if (ok) {
+                pendingFirmware_ = version;
+            } else {
+                content.clear();
+            }
+        }
         st.open = false;
         break;
     case val::FileRead:
@@ -991,6 +1009,23 @@ bool SimCamera::FileOperation() {
     SetU32(reg::FileOperationStatus, ok ? val::Success : val::Failure);
     SetU32(FileOperationResult, result);
     return true;  // the command itself is accepted; the status tells the outcome
+}
+
+bool SimCamera::CheckFirmwareImage(const std::string& image, std::string* version) const {
+    std::istringstream in(image);
+    std::string line, family;
+    if (!std::getline(in, line) || line != firmware::Magic) {
+        return false;
+    }
+    while (std::getline(in, line) && !line.empty()) {
+        if (line.rfind("family=", 0) == 0) {
+            family = line.substr(7);
+        } else if (line.rfind("version=", 0) == 0) {
+            *version = line.substr(8);
+        }
+    }
+    return !family.empty() && config_.modelName.rfind(family, 0) == 0 && !version->empty() &&
+           version->size() < reg::kStringLength;
 }
 
 std::string SimCamera::SerializeUserSet() const {

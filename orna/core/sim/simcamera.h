@@ -183,6 +183,7 @@ private:
     bool LineLevel(uint32_t line) const;
 
     bool FileOperation();
+    bool CheckFirmwareImage(const std::string& image, std::string* version) const;
     bool I2COperation();
     std::string SerializeUserSet() const;
     bool LoadUserSet(const std::string& text);
@@ -211,6 +212,8 @@ private:
     struct FileState { bool open = false; uint32_t mode = 0; };
     std::vector<FileState> fileStates_;
     std::vector<uint8_t> eeprom_;
+    std::string pendingFirmware_;    // version of a checked image waiting for the next reset
+    std::string installedFirmware_;  // version installed by an update (non-volatile)
     bool connected_ = true;
     bool heldByOther_ = false;
     bool lineInput_[4] = {false, false, false, false};

@@ -215,7 +215,7 @@ enum ChunkSelectorValue : uint32_t {
     ChunkExposureTriggerTimestamp, ChunkExposureTime, ChunkGain, ChunkFrameID, kChunkCount
 };
 enum EventSelectorValue : uint32_t { EventSelExposureEnd = 0, EventSelTest = 1, kEventCount = 2 };
-enum FileSelectorValue : uint32_t { FileUserSet1 = 0, FileUserSet2 = 1, FileUserData = 2, kFileCount = 3 };
+enum FileSelectorValue : uint32_t { FileUserSet1 = 0, FileUserSet2 = 1, FileUserData = 2, FileFirmware = 3, kFileCount = 4 };
 enum FileOperationValue : uint32_t { FileOpen = 0, FileClose = 1, FileRead = 2, FileWrite = 3, FileDelete = 4 };
 enum FileOpenModeValue : uint32_t { OpenRead = 0, OpenWrite = 1, OpenReadWrite = 2 };
 enum StatusValue : uint32_t { Success = 0, Failure = 1 };
@@ -260,6 +260,14 @@ namespace eventid {
 constexpr uint32_t ExposureEnd = 0x9001u;
 constexpr uint32_t Test = 0x9002u;
 }  // namespace eventid
+
+// Firmware images the camera accepts through the "Firmware" file: a first line with the magic text, then
+// "family=<model name prefix>" and "version=<text>" lines, then any payload. A valid image is installed by the
+// next DeviceReset.
+namespace firmware {
+constexpr const char* Magic = "LVS-FIRMWARE 1";
+constexpr const char* Family = "LVS-";
+}  // namespace firmware
 
 // The simulated device on the I2C bus: a 256-byte EEPROM and a temperature sensor.
 namespace i2cdev {

@@ -567,7 +567,8 @@ void FileSection(XmlWriter& x) {
     x.Enumeration("FileSelector", {FileSelector}, "The file the file access nodes work on.",
                   {{"UserSet1", val::FileUserSet1, "Contents of user set 1."},
                    {"UserSet2", val::FileUserSet2, "Contents of user set 2."},
-                   {"UserData", val::FileUserData, "A free text file."}},
+                   {"UserData", val::FileUserData, "A free text file."},
+                   {"Firmware", val::FileFirmware, "Firmware image (write only); installed by the next DeviceReset."}},
                   "RW", {"FileOperationSelector", "FileOpenMode", "FileSize", "FileOperationExecute"});
     x.Enumeration("FileOperationSelector", {FileOperationSelector}, "Operation FileOperationExecute runs.",
                   {{"Open", val::FileOpen, ""}, {"Close", val::FileClose, ""}, {"Read", val::FileRead, ""},

@@ -310,6 +310,34 @@ TEST_F(SimAcquisition, DeviceResetLeavesAndComesBackWithItsDefaultUserSet) {
     EXPECT_EQ(ReadU32(*cam, reg::UserSetDefault), val::UserSet1);
 }
 
+TEST_F(SimAcquisition, FirmwareImageIsCheckedAndInstalledByReset) {
+    auto writeFirmware = [&](const std::string& image) {
+        EXPECT_TRUE(WriteU32(*cam, reg::FileSelector, val::FileFirmware));
+        EXPECT_TRUE(WriteU32(*cam, reg::FileOpenMode, val::OpenWrite));
+        EXPECT_TRUE(WriteU32(*cam, reg::FileOperationSelector, val::FileOpen));
+        EXPECT_TRUE(Execute(*cam, reg::FileOperationExecute));
+        EXPECT_EQ(ReadU32(*cam, reg::FileOperationStatus), val::Success);
+        EXPECT_TRUE(cam->WriteMemory(reg::FileAccessBuffer, image.data(), image.size()));
+        EXPECT_TRUE(WriteU32(*cam, reg::FileAccessOffset, 0));
+        EXPECT_TRUE(WriteU32(*cam, reg::FileAccessLength, uint32_t(image.size())));
+        EXPECT_TRUE(WriteU32(*cam, reg::FileOperationSelector, val::FileWrite));
+        EXPECT_TRUE(Execute(*cam, reg::FileOperationExecute));
+        EXPECT_TRUE(WriteU32(*cam, reg::FileOperationSelector, val::FileClose));
+        EXPECT_TRUE(Execute(*cam, reg::FileOperationExecute));
+        return ReadU32(*cam, reg::FileOperationStatus);
+    };
+    const std::string before = ReadStr(*cam, reg::DeviceFirmwareVersion);
+    EXPECT_EQ(writeFirmware("not firmware\n"), val::Failure);
+    EXPECT_EQ(writeFirmware("LVS-FIRMWARE 1\nfamily=LVS-9\nversion=9.9\n"), val::Failure) << "another family";
+    EXPECT_EQ(writeFirmware("LVS-FIRMWARE 1\nfamily=LVS-2300\nversion=2.5.0 build 9001\n\npayload"), val::Success);
+    EXPECT_EQ(ReadStr(*cam, reg::DeviceFirmwareVersion), before) << "installed only by a reset";
+    std::atomic<int> reconnects{0};
+    cam->SetConnectionCallback([&](bool connected) { reconnects += connected ? 1 : 0; });
+    ASSERT_TRUE(Execute(*cam, reg::DeviceReset));
+    ASSERT_TRUE(WaitUntil([&] { return reconnects.load() == 1; }));
+    EXPECT_EQ(ReadStr(*cam, reg::DeviceFirmwareVersion), "2.5.0 build 9001");
+}
+
 TEST_F(SimAcquisition, HeldByOtherProcessIsReported) {
     EXPECT_FALSE(cam->IsHeldByOtherProcess());
     cam->SetHeldByOtherProcess(true);

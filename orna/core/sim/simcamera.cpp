@@ -639,7 +639,6 @@ bool SimCamera::LineLevel(uint32_t line) const {
 
 bool SimCamera::ApplyWrite(uint64_t a, Pending* pending) {
     using namespace reg;
-    const uint32_t v = U32(a);
     switch (a) {
     case AcquisitionStart:
         if (!acquiring_) {
@@ -719,7 +718,6 @@ bool SimCamera::ApplyWrite(uint64_t a, Pending* pending) {
             acqCv_.notify_all();  // a waiting acquisition loop re-reads its trigger set-up
         }
     }
-    (void)v;
     return true;
 }
 

@@ -10,11 +10,12 @@
 // - `callbackMutex_` guards the event sink and the connection callback and is held while they run. Events
 //   run on the acquisition thread (exposure end) or on the thread that wrote the command (test event);
 //   connection changes run on the caller of DisconnectNow or on the camera's service thread (scheduled
-//   reconnects, DeviceReset). Callbacks must not call back into SetFrameSink/SetEventSink/
-//   SetConnectionCallback of the same camera.
+//   reconnects, DeviceReset). Callbacks must not call SetFrameSink/SetEventSink/SetConnectionCallback or
+//   DisconnectNow of the same camera.
 // - The service thread runs scheduled disconnects and reconnects; `serviceMutex_` guards its schedule.
-// No mutex is taken while another of them is held, except sinkMutex_ -> mutex_ never: the acquisition
-// thread releases mutex_ before calling out.
+// - `threadMutex_` serialises starting and joining the acquisition thread.
+// Lock order: threadMutex_ before mutex_. sinkMutex_, callbackMutex_ and serviceMutex_ are never taken while
+// mutex_ is held: the acquisition thread and the register writers release mutex_ before calling out.
 
 #include "orna/core/sim/simscene.h"
 

@@ -1,6 +1,7 @@
 #include "orna/ipl/imageconverter.h"
 
 #include "orna/ipl/cvview.h"
+#include "orna/ipl/demosaic.h"
 #include "orna/ipl/exception.h"
 #include "orna/ipl/pixelformat.h"
 #include "orna/ipl/unpack.h"
@@ -211,6 +212,7 @@ struct ImageConverter::Impl
         return Image::Construct(format, width, height);
     }
 
+    bool DemosaicTo8Bit(const Image& src, Image& dst);
     void ConvertRaw(const Image& src, Image& dst, ConversionMode mode);
     void ConvertColor(const Image& src, Image& dst);
     void ConvertYuv(const Image& src, Image& dst);
@@ -240,6 +242,83 @@ void ImageConverter::Impl::FinishColor(cv::Mat& work, int workBits, Image& dst)
         FillAlpha16(out, bits);
 }
 
+
+// The display path in one pass: 8-bit BGRA/RGBA (and BGR/RGB, through a row of BGRA in the band's own
+// memory) from any mosaic of 8, 10 or 12 bits, packed or not, bilinear. Each band of rows narrows (or unpacks) only the three mosaic rows it is working on into its
+// own small ring, so no full-size intermediate is made. False when the geometry does not allow it (tiny
+// images; packed rows that do not start on a group boundary), and the general path runs instead.
+bool ImageConverter::Impl::DemosaicTo8Bit(const Image& src, Image& dst)
+{
+    const uint32_t fs = src.GetPixelFormat();
+    const uint32_t w = src.GetWidth(), h = src.GetHeight();
+    const Packing packing = PixelFormat::GetPacking(fs);
+    const int bits = PixelFormat::GetNumSignificantBitsPerChannel(fs);
+    if (w < 4 || h < 4 || (packing != Packing::None && w % 8 != 0))
+        return false;
+    const BayerPattern pattern = PixelFormat::GetBayerPattern(fs);
+    const bool rgbOrder = PixelFormat::IsRGBOrder(dst.GetPixelFormat());
+    const uint8_t* data = src.GetData();
+    const size_t rowBytes = packing == Packing::None ? size_t(w) * (bits > 8 ? 2 : 1)
+                                                     : size_t(w) / 8 * (bits == 10 ? 10 : 12);
+    const bool direct = packing == Packing::None && bits == 8;
+
+    const int threads = cv::getNumThreads();
+    const int bands = threads <= 1 ? 1 : int(std::min<uint32_t>(h / 8 + 1, uint32_t(4 * threads)));
+    const int channels = PixelFormat::GetNumChannels(dst.GetPixelFormat());
+    // Per band: three mosaic rows, and for three-channel results one four-channel row.
+    const size_t perBand = size_t(w) * (channels == 3 ? 7 : 3);
+    cv::Mat ring = raw8.Get(1, int(bands * perBand), CV_8U);
+
+    const auto body = [&](const cv::Range& range) {
+        for (int band = range.start; band < range.end; ++band) {
+            const uint32_t y0 = uint32_t(uint64_t(h) * band / bands);
+            const uint32_t y1 = uint32_t(uint64_t(h) * (band + 1) / bands);
+            uint8_t* slots = ring.data + size_t(band) * perBand;
+            uint8_t* wide = slots + size_t(3) * w;
+            // Row r of the mosaic as 8-bit samples; buffered rows go to slot (r mod 3), mirrored at the edges.
+            const auto rowAt = [&](int64_t r) -> const uint8_t* {
+                const uint32_t y = uint32_t(r < 0 ? 1 : (r >= int64_t(h) ? h - 2 : r));
+                const uint8_t* in = data + rowBytes * y;
+                if (direct)
+                    return in;
+                uint8_t* out = slots + size_t((r + 3) % 3) * w;
+                switch (packing) {
+                case Packing::None:
+                    unpack::Shift16To8(reinterpret_cast<const uint16_t*>(in), out, w, bits - 8);
+                    break;
+                case Packing::P10: unpack::P10To8(in, out, w); break;
+                case Packing::P12: unpack::P12To8(in, out, w); break;
+                case Packing::G40: unpack::G40To8(in, out, w); break;
+                case Packing::G24: unpack::G24To8(in, out, w); break;
+                default: break;
+                }
+                return out;
+            };
+            const uint8_t* above = rowAt(int64_t(y0) - 1);
+            const uint8_t* row = rowAt(y0);
+            for (uint32_t y = y0; y < y1; ++y) {
+                const uint8_t* below = rowAt(int64_t(y) + 1);
+                bool redRow, colourAtEven;
+                detail::BayerRowKind(pattern, y, redRow, colourAtEven);
+                if (channels == 4) {
+                    detail::DemosaicRowBGRA8(above, row, below, dst.GetData() + size_t(y) * w * 4, w, redRow,
+                                             colourAtEven, rgbOrder);
+                } else {
+                    detail::DemosaicRowBGRA8(above, row, below, wide, w, redRow, colourAtEven, rgbOrder);
+                    detail::CompactRow4To3(wide, dst.GetData() + size_t(y) * w * 3, w);
+                }
+                above = row;
+                row = below;
+            }
+        }
+    };
+    if (bands == 1)
+        body(cv::Range(0, 1));
+    else
+        cv::parallel_for_(cv::Range(0, bands), body);
+    return true;
+}
+
 void ImageConverter::Impl::ConvertRaw(const Image& src, Image& dst, ConversionMode mode)
 {
     const uint32_t fs = src.GetPixelFormat();
@@ -259,6 +338,10 @@ void ImageConverter::Impl::ConvertRaw(const Image& src, Image& dst, ConversionMo
         Raise(ReturnCode::ImageFormatNotSupported,
               "The conversion mode \"Classic\" supports 8-bit Bayer sources only, not " + PixelFormat::ToName(fs) +
                   ".");
+
+    if (bayer && mode == ConversionMode::Fast && (fd == BGRa8 || fd == RGBa8 || fd == BGR8 || fd == RGB8) &&
+        DemosaicTo8Bit(src, dst))
+        return;
 
     // 1. The raw samples as a Mat of 8 or 16 bits (rawBits significant).
     cv::Mat raw;

@@ -5,6 +5,13 @@
 
 #include <cstring>
 
+#if defined(__x86_64__)
+#include <immintrin.h>
+#define ORNA_IPL_X86 1
+#else
+#define ORNA_IPL_X86 0
+#endif
+
 namespace orna::ipl::unpack {
 
 namespace {
@@ -109,12 +116,90 @@ template <typename Out> void G24(const uint8_t* src, Out* dst, size_t n)
     }
 }
 
+
+// --- AVX2 paths for the PFNC streams (chosen at run time; the loops above remain the reference and
+// handle the tails). Each step reads 32 bytes at most from the current group, so a step runs only while
+// that many bytes remain inside the buffer.
+#if ORNA_IPL_X86
+// 12p: 16 pixels from 24 bytes. Each 128-bit lane gets 12 bytes (8 pixels); pixel 2j takes bytes 3j,3j+1,
+// pixel 2j+1 bytes 3j+1,3j+2; even pixels keep the low 12 bits, odd pixels drop the low 4.
+__attribute__((target("avx2"))) inline __m256i P12Step(const uint8_t* s)
+{
+    const __m256i bytes = _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(s + 12),
+                                              reinterpret_cast<const __m128i*>(s));
+    const __m256i shuffle = _mm256_setr_epi8(0, 1, 1, 2, 3, 4, 4, 5, 6, 7, 7, 8, 9, 10, 10, 11, 0, 1, 1, 2, 3, 4,
+                                             4, 5, 6, 7, 7, 8, 9, 10, 10, 11);
+    const __m256i words = _mm256_shuffle_epi8(bytes, shuffle);
+    const __m256i even = _mm256_and_si256(words, _mm256_set1_epi16(0x0FFF));
+    const __m256i odd = _mm256_srli_epi16(words, 4);
+    return _mm256_blend_epi16(even, odd, 0xAA);
+}
+
+// 10p: 16 pixels from 20 bytes, 10 bytes (8 pixels) per lane. Pixel k sits at bit 10k: bytes 5k/4 and the
+// next, shifted by 0, 2, 4, 6. A multiply by 2^(6-shift) moves the 10 bits to the top, a shift by 6 down.
+__attribute__((target("avx2"))) inline __m256i P10Step(const uint8_t* s)
+{
+    const __m256i bytes = _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(s + 10),
+                                              reinterpret_cast<const __m128i*>(s));
+    const __m256i shuffle = _mm256_setr_epi8(0, 1, 1, 2, 2, 3, 3, 4, 5, 6, 6, 7, 7, 8, 8, 9, 0, 1, 1, 2, 2, 3, 3,
+                                             4, 5, 6, 6, 7, 7, 8, 8, 9);
+    const __m256i words = _mm256_shuffle_epi8(bytes, shuffle);
+    const __m256i scale = _mm256_setr_epi16(64, 16, 4, 1, 64, 16, 4, 1, 64, 16, 4, 1, 64, 16, 4, 1);
+    return _mm256_srli_epi16(_mm256_mullo_epi16(words, scale), 6);
+}
+
+template <int Bits, typename Out>
+__attribute__((target("avx2"))) size_t StreamAvx2(const uint8_t* src, Out* dst, size_t n)
+{
+    constexpr size_t kBytes = Bits == 12 ? 24 : 20; // per 16 pixels
+    const size_t srcBytes = (n * Bits + 7) / 8;
+    size_t i = 0, at = 0;
+    // Two steps at a time for the 8-bit form (one 32-byte store).
+    if constexpr (sizeof(Out) == 1) {
+        for (; i + 32 <= n && at + kBytes + 32 <= srcBytes; i += 32, at += 2 * kBytes) {
+            __m256i a = Bits == 12 ? P12Step(src + at) : P10Step(src + at);
+            __m256i b = Bits == 12 ? P12Step(src + at + kBytes) : P10Step(src + at + kBytes);
+            a = _mm256_srli_epi16(a, Bits - 8);
+            b = _mm256_srli_epi16(b, Bits - 8);
+            const __m256i packed = _mm256_permute4x64_epi64(_mm256_packus_epi16(a, b), 0xD8);
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + i), packed);
+        }
+    } else {
+        for (; i + 16 <= n && at + 32 <= srcBytes; i += 16, at += kBytes) {
+            const __m256i v = Bits == 12 ? P12Step(src + at) : P10Step(src + at);
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + i), v);
+        }
+    }
+    return i; // a multiple of 16 pixels: the scalar code goes on from a group boundary
+}
+
+bool HasAvx2()
+{
+    static const bool has = __builtin_cpu_supports("avx2");
+    return has;
+}
+#endif
+
+template <int Bits, typename Out> void Stream(const uint8_t* src, Out* dst, size_t n)
+{
+    size_t done = 0;
+#if ORNA_IPL_X86
+    if (HasAvx2())
+        done = StreamAvx2<Bits>(src, dst, n);
+#endif
+    const uint8_t* s = src + done * Bits / 8;
+    if constexpr (Bits == 12)
+        P12(s, dst + done, n - done);
+    else
+        P10(s, dst + done, n - done);
+}
+
 } // namespace
 
-void P10To16(const uint8_t* src, uint16_t* dst, size_t n) { P10(src, dst, n); }
-void P10To8(const uint8_t* src, uint8_t* dst, size_t n) { P10(src, dst, n); }
-void P12To16(const uint8_t* src, uint16_t* dst, size_t n) { P12(src, dst, n); }
-void P12To8(const uint8_t* src, uint8_t* dst, size_t n) { P12(src, dst, n); }
+void P10To16(const uint8_t* src, uint16_t* dst, size_t n) { Stream<10>(src, dst, n); }
+void P10To8(const uint8_t* src, uint8_t* dst, size_t n) { Stream<10>(src, dst, n); }
+void P12To16(const uint8_t* src, uint16_t* dst, size_t n) { Stream<12>(src, dst, n); }
+void P12To8(const uint8_t* src, uint8_t* dst, size_t n) { Stream<12>(src, dst, n); }
 void G40To16(const uint8_t* src, uint16_t* dst, size_t n) { G40(src, dst, n); }
 void G40To8(const uint8_t* src, uint8_t* dst, size_t n) { G40(src, dst, n); }
 void G24To16(const uint8_t* src, uint16_t* dst, size_t n) { G24(src, dst, n); }

@@ -102,21 +102,46 @@ void* operator new[](size_t size)
 {
     return operator new(size);
 }
-void operator delete(void* p) noexcept
+void* operator new(size_t size, const std::nothrow_t&) noexcept
+{
+    try {
+        return operator new(size);
+    } catch (...) {
+        return nullptr;
+    }
+}
+void* operator new[](size_t size, const std::nothrow_t& tag) noexcept
+{
+    return operator new(size, tag);
+}
+void operator delete(void* p, const std::nothrow_t&) noexcept
 {
     std::free(p);
+}
+void operator delete[](void* p, const std::nothrow_t&) noexcept
+{
+    std::free(p);
+}
+// Out of line so that the compiler does not pair a visible operator new with free().
+__attribute__((noinline)) void RawFree(void* p) noexcept
+{
+    std::free(p);
+}
+void operator delete(void* p) noexcept
+{
+    RawFree(p);
 }
 void operator delete[](void* p) noexcept
 {
-    std::free(p);
+    RawFree(p);
 }
 void operator delete(void* p, size_t) noexcept
 {
-    std::free(p);
+    RawFree(p);
 }
 void operator delete[](void* p, size_t) noexcept
 {
-    std::free(p);
+    RawFree(p);
 }
 
 using namespace orna::ipl;

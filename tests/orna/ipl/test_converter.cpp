@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <opencv2/imgproc.hpp>
 
+#include <cmath>
 #include <cstring>
 #include <random>
 #include <vector>
@@ -80,8 +81,8 @@ TEST(IplDemosaic, UniformMosaicsOfAllFourOrdersGiveTheirColourInEveryMode)
         converter.SetConversionMode(mode);
         for (BayerPattern pattern : kPatterns) {
             SCOPED_TRACE("mode " + std::to_string(mode) + " pattern " + std::to_string(int(pattern)));
-            auto mosaic = Mosaic<uint8_t>(pattern, 32, 24, c);
-            const Image src = Image::ConstructFromBuffer(PixelFormat::BayerFormat(pattern, 8), 32, 24,
+            auto mosaic = Mosaic<uint8_t>(pattern, 72, 24, c);
+            const Image src = Image::ConstructFromBuffer(PixelFormat::BayerFormat(pattern, 8), 72, 24,
                                                          mosaic.data(), mosaic.size());
             ExpectInteriorColour<uint8_t>(converter.Convert(src, RGB8), 3, 0, 1, 2, c, 1);
             ExpectInteriorColour<uint8_t>(converter.Convert(src, BGR8), 3, 2, 1, 0, c, 1);
@@ -248,4 +249,133 @@ TEST(IplConvert, PoolImagesAreReusedOnlyWhenReleased)
     Image d = converter.Convert(src, BGRa8);
     EXPECT_EQ(d.GetData(), first);
     EXPECT_EQ(d.GetData()[0], 50);
+}
+
+namespace {
+
+int Avg(int a, int b) { return (a + b + 1) >> 1; }
+
+// The documented bilinear rule, written independently: mirrored borders, pair averages.
+std::vector<uint8_t> ReferenceBGRA(const std::vector<uint8_t>& m, int w, int h, BayerPattern pattern)
+{
+    const auto at = [&](int x, int y) {
+        x = x < 0 ? 1 : (x >= w ? w - 2 : x);
+        y = y < 0 ? 1 : (y >= h ? h - 2 : y);
+        return int(m[size_t(y) * w + x]);
+    };
+    // Colour of (x, y): 0 red, 1 green, 2 blue.
+    const auto colourOf = [&](int x, int y) {
+        const int cell = (x & 1) + 2 * (y & 1);
+        static const int rg[] = {0, 1, 1, 2}, gb[] = {1, 2, 0, 1}, gr[] = {1, 0, 2, 1}, bg[] = {2, 1, 1, 0};
+        switch (pattern) {
+        case BayerPattern::RG: return rg[cell];
+        case BayerPattern::GB: return gb[cell];
+        case BayerPattern::GR: return gr[cell];
+        default: return bg[cell];
+        }
+    };
+    std::vector<uint8_t> out(size_t(w) * h * 4);
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            const int c = at(x, y);
+            const int vert = Avg(at(x, y - 1), at(x, y + 1));
+            const int horiz = Avg(at(x - 1, y), at(x + 1, y));
+            const int diag = Avg(Avg(at(x - 1, y - 1), at(x + 1, y - 1)), Avg(at(x - 1, y + 1), at(x + 1, y + 1)));
+            int rgb[3];
+            const int own = colourOf(x, y);
+            if (own != 1) {
+                rgb[own] = c;
+                rgb[1] = Avg(vert, horiz);
+                rgb[2 - own] = diag;
+            } else {
+                rgb[1] = c;
+                const int rowColour = colourOf(x ^ 1, y); // the colour beside a green site in this row
+                rgb[rowColour] = horiz;
+                rgb[2 - rowColour] = vert;
+            }
+            uint8_t* px = &out[(size_t(y) * w + x) * 4];
+            px[0] = uint8_t(rgb[2]), px[1] = uint8_t(rgb[1]), px[2] = uint8_t(rgb[0]), px[3] = 255;
+        }
+    return out;
+}
+
+} // namespace
+
+// The one-pass display path (vector kernel and border code) against the reference, for all four orders,
+// widths that leave a tail after the 32-pixel blocks, and packed and deep sources of the same samples.
+TEST(IplDemosaic, DisplayPathMatchesTheBilinearReferenceExactly)
+{
+    std::mt19937 rng(5);
+    ImageConverter converter;
+    for (BayerPattern pattern : kPatterns) {
+        for (int w : {8, 40, 104, 136}) {
+            const int h = 6;
+            SCOPED_TRACE("pattern " + std::to_string(int(pattern)) + " width " + std::to_string(w));
+            std::vector<uint16_t> samples12(size_t(w) * h);
+            for (auto& s : samples12)
+                s = uint16_t(rng() & 0xFFF);
+            std::vector<uint8_t> mosaic8(samples12.size());
+            for (size_t i = 0; i < mosaic8.size(); ++i)
+                mosaic8[i] = uint8_t(samples12[i] >> 4);
+            const auto expected = ReferenceBGRA(mosaic8, w, h, pattern);
+
+            const Image eight = Image::ConstructFromBuffer(PixelFormat::BayerFormat(pattern, 8), w, h,
+                                                           mosaic8.data(), mosaic8.size());
+            const Image bgra = converter.Convert(eight, BGRa8);
+            EXPECT_EQ(std::memcmp(bgra.GetData(), expected.data(), expected.size()), 0);
+
+            const Image deep = Image::ConstructFromBuffer(PixelFormat::BayerFormat(pattern, 12), w, h,
+                                                          samples12.data(), samples12.size() * 2);
+            const Image fromDeep = converter.Convert(deep, BGRa8);
+            EXPECT_EQ(std::memcmp(fromDeep.GetData(), expected.data(), expected.size()), 0);
+
+            // 12p of the same samples (a 12-bit stream: pixel 2k in the low 12 bits of 3 bytes).
+            std::vector<uint8_t> packed(samples12.size() / 2 * 3);
+            for (size_t i = 0; i < samples12.size(); i += 2) {
+                packed[i / 2 * 3] = uint8_t(samples12[i]);
+                packed[i / 2 * 3 + 1] = uint8_t((samples12[i] >> 8) | ((samples12[i + 1] & 0xF) << 4));
+                packed[i / 2 * 3 + 2] = uint8_t(samples12[i + 1] >> 4);
+            }
+            uint32_t packedFormat = 0;
+            for (uint32_t f : PixelFormat::AllFormats())
+                if (PixelFormat::GetBayerPattern(f) == pattern && PixelFormat::GetPacking(f) == Packing::P12)
+                    packedFormat = f;
+            const Image p12 = Image::ConstructFromBuffer(packedFormat, w, h, packed.data(), packed.size());
+            const Image fromPacked = converter.Convert(p12, BGRa8);
+            EXPECT_EQ(std::memcmp(fromPacked.GetData(), expected.data(), expected.size()), 0);
+
+            // RGBa8 is the same with red and blue swapped; BGR8 and RGB8 the same without alpha.
+            const Image rgba = converter.Convert(eight, RGBa8);
+            const Image bgr = converter.Convert(p12, BGR8);
+            const Image rgb = converter.Convert(deep, RGB8);
+            size_t wrong = 0;
+            for (size_t i = 0; i < size_t(w) * h; ++i)
+                for (int c = 0; c < 3; ++c) {
+                    wrong += rgba.GetData()[4 * i + c] != expected[4 * i + 2 - c];
+                    wrong += bgr.GetData()[3 * i + c] != expected[4 * i + c];
+                    wrong += rgb.GetData()[3 * i + c] != expected[4 * i + 2 - c];
+                }
+            EXPECT_EQ(wrong, 0u);
+        }
+    }
+}
+
+// The own bilinear kernel and OpenCV's agree closely away from the borders.
+TEST(IplDemosaic, DisplayPathAgreesWithOpenCvBilinear)
+{
+    std::mt19937 rng(9);
+    const int w = 200, h = 100;
+    std::vector<uint8_t> mosaic(size_t(w) * h);
+    // A smooth scene: demosaicing differences stay small there.
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x)
+            mosaic[size_t(y) * w + x] = uint8_t(100 + 60 * std::sin(x / 9.0) + 40 * std::cos(y / 7.0) + rng() % 3);
+    ImageConverter converter;
+    const Image src = Image::ConstructFromBuffer(BayerRG8, w, h, mosaic.data(), mosaic.size());
+    const Image ours = converter.Convert(src, BGRa8);
+    cv::Mat in(h, w, CV_8U, mosaic.data()), reference;
+    cv::cvtColor(in, reference, cv::COLOR_BayerBG2BGRA);
+    const cv::Mat mine(h, w, CV_8UC4, ours.GetData());
+    const cv::Rect interior(2, 2, w - 4, h - 4);
+    EXPECT_LT(cv::norm(mine(interior), reference(interior), cv::NORM_L1) / (interior.area() * 4.0), 1.5);
 }

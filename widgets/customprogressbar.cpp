@@ -46,6 +46,12 @@ bool CustomProgressBar::IsBusy() const
     return m_busyTimer->isActive();
 }
 
+void CustomProgressBar::UpdateStyleSheet()
+{
+    setFont(ApplicationGlobals::fontNormal);
+    update();
+}
+
 QSize CustomProgressBar::sizeHint() const
 {
     return {300, 36};

@@ -20,6 +20,10 @@ public:
     bool IsBusy() const;
     QSize sizeHint() const override;
 
+public Q_SLOTS:
+    // The bar paints from the theme's colours at every paint; a skin change only needs the font again.
+    void UpdateStyleSheet();
+
 protected:
     void paintEvent(QPaintEvent* event) override;
 

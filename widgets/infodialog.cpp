@@ -1,10 +1,11 @@
 #include "widgets/infodialog.h"
 
 #include "app/applicationglobals.h"
+#include "widgets/custompushbutton.h"
+#include "widgets/theme.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QPushButton>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -20,10 +21,10 @@ InfoDialog::InfoDialog(QWidget* parent, const QString& title, const QString& tex
     m_label->setTextInteractionFlags(Qt::TextSelectableByMouse);
     m_label->setMinimumWidth(320);
 
-    m_buttonOk = new QPushButton(tr("OK"), this);
+    m_buttonOk = new CustomPushButton(tr("OK"), this);
     m_buttonOk->setDefault(true);
     m_buttonOk->setMinimumWidth(90);
-    connect(m_buttonOk, &QPushButton::clicked, this, &InfoDialog::OnButtonOk);
+    connect(m_buttonOk, &CustomPushButton::clicked, this, &InfoDialog::OnButtonOk);
 
     auto* buttons = new QHBoxLayout;
     buttons->addStretch(1);
@@ -52,17 +53,9 @@ QString InfoDialog::Text() const
 
 void InfoDialog::UpdateStyleSheet()
 {
-    using G = ApplicationGlobals;
-    setFont(G::fontNormal);
-    setStyleSheet(QStringLiteral("QDialog#InfoDialog { background-color: %1; border: 1px solid %2; }"
-                                 "QLabel { color: %3; }"
-                                 "QPushButton { color: %3; background-color: %4; border: 1px solid %2;"
-                                 " padding: 5px 12px; }"
-                                 "QPushButton:hover { background-color: %5; }"
-                                 "QPushButton:pressed { background-color: %6; }")
-                      .arg(G::colorBackground.name(), G::colorBorder.name(), G::colorText.name(),
-                           G::colorBackgroundRaised.name(), G::colorAccentHover.name(),
-                           G::colorAccentPressed.name()));
+    setFont(ApplicationGlobals::fontNormal);
+    setStyleSheet(Theme::DialogCss(objectName()));
+    m_buttonOk->UpdateStyleSheet();
 }
 
 void InfoDialog::OnButtonOk()

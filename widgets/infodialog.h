@@ -5,7 +5,7 @@
 #include <QDialog>
 
 class QLabel;
-class QPushButton;
+class CustomPushButton;
 class QTimer;
 
 class InfoDialog : public QDialog
@@ -16,6 +16,9 @@ public:
     InfoDialog(QWidget* parent, const QString& title, const QString& text, int hideAfterMs = 0);
 
     QString Text() const;
+    CustomPushButton* OkButton() const { return m_buttonOk; }
+
+public Q_SLOTS:
     // Applies the theme's colours and fonts.
     void UpdateStyleSheet();
 
@@ -25,6 +28,6 @@ private Q_SLOTS:
 
 private:
     QLabel* m_label = nullptr;
-    QPushButton* m_buttonOk = nullptr;
+    CustomPushButton* m_buttonOk = nullptr;
     QTimer* m_hideTimer = nullptr;
 };

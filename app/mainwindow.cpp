@@ -1,60 +1,101 @@
-// Start-up and teardown of the main window.
+// Start-up, the desk and teardown of the main window.
 //
 // Construction, in this order (each step is one block of the constructor):
-//   1. base, title, settings object, translator
+//   1. base, title, settings object, translator; the window becomes the host of every control element
 //   2. the four Roboto faces from the resources (LoadFonts)
 //   3. the three fonts of ApplicationGlobals
 //   4. the language file beside the binary (LoadLanguage)
 //   5. fade time, pixel format switch, LUT switch, buffer count (ReadStartupSettings)
-//   6. aboutToQuit -> OnAboutToQuit
+//   6. aboutToQuit -> OnExitProgram
 //   7. the two logos
-//   8. toolbars, frame and actions with their shortcuts (BuildActions)
-//   9. the hidden fixed elements (logger, options, information) as they exist
+//   8. toolbar, docking area, notification row and the shortcuts (BuildActions)
+//   9. the hidden fixed elements: LoggerWindow, ApplicationSettings, ApplicationInfo (CreateFixedElements)
 //  10. minimum size and the stored geometry (RestoreWindowGeometry)
 //  11./12. the workspace and image folders and the automatic image save keys (InitDefaultPaths)
 //  13. InitLibraries
 //  14. the inference library
 //  15. the camera manager, as soon as it exists
-//  16. the remaining connections
+//  16. the remaining connections between the elements
 //  17. show()
 //  18. the settings that need a visible window (ApplyVisibleWindowSettings)
 //  19. the version check of the device library (CheckDeviceLibraryVersion)
-//  20. the event filter on the window itself
+//  20. the event filter on the window itself (Ctrl+Tab)
 //
 // Teardown (destructor): a progress bar centred over the window walks six even steps, processing events
 // after each, so that closing cameras is visible; ExitLibraries() comes at step five, after every camera.
 #include "app/mainwindow.h"
 
 #include "app/applicationglobals.h"
+#include "app/applicationinfo.h"
+#include "app/applicationsettings.h"
+#include "app/desklogic.h"
+#include "app/loggerwindow.h"
 #include "app/logmessagesender.h"
 #include "app/settings.h"
 #include "app/versioncheck.h"
+#include "controlelement/controlelement.h"
+#include "controlelement/dockingwidget.h"
 #include "orna/afl/orna_afl.h"
 #include "orna/core/exception.h"
 #include "orna/core/library.h"
 #include "orna/ifl/inference.h"
+#include "widgets/customcombobox.h"
+#include "widgets/customedit.h"
+#include "widgets/customlabel.h"
 #include "widgets/customprogressbar.h"
+#include "widgets/iconbutton.h"
 #include "widgets/infodialog.h"
 
-#include <QAction>
 #include <QApplication>
+#include <QDateTime>
 #include <QDir>
 #include <QEvent>
 #include <QFontDatabase>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QMouseEvent>
+#include <QScreen>
 #include <QSettings>
+#include <QShortcut>
 #include <QStandardPaths>
+#include <QTime>
+#include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace {
 const QString kNoOrigin = QStringLiteral("-");
 const QString kDeviceLibraryName = QStringLiteral("kvx_orna");
 const QString kGenericApiName = QStringLiteral("KVX orna genericAPI");
+const QString kNoWorkspace = QStringLiteral("None");
+constexpr int kToolBarHeight = 48;
+constexpr int kToolIconSize = 36;
+constexpr int kNotificationHeight = 30;
+constexpr int kMaxElementType = 30;
+
+bool IsHeadless()
+{
+    return QGuiApplication::platformName() == QLatin1String("offscreen");
+}
 } // namespace
+
+std::map<int, MainWindow::ElementFactory>& MainWindow::ElementFactories()
+{
+    static std::map<int, ElementFactory> factories;
+    return factories;
+}
+
+void MainWindow::RegisterElementType(int type, ElementFactory factory)
+{
+    ElementFactories()[type] = std::move(factory);
+}
 
 MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
 {
-    // 1.
-    setWindowTitle(QStringLiteral("KVX orna Lumivue"));
+    // 1. Elements built from here on find the window through the host instance.
+    setWindowTitle(desk::ProgramName());
     m_settings = new QSettings(settings::kOrganisation, settings::kApplication, this);
+    ControlElementHost::SetInstance(this);
 
     // 2. and 3.
     LoadFonts();
@@ -68,19 +109,17 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
     ReadStartupSettings();
 
     // 6.
-    connect(qApp, &QCoreApplication::aboutToQuit, this, &MainWindow::OnAboutToQuit);
+    connect(qApp, &QCoreApplication::aboutToQuit, this, &MainWindow::OnExitProgram);
 
     // 7.
     m_logoDark = QIcon(QStringLiteral(":/resources/company_logo_dark.png"));
     m_logoLight = QIcon(QStringLiteral(":/resources/company_logo_light.png"));
 
     // 8.
-    m_centralArea = new QWidget(this);
-    m_centralArea->setObjectName(QStringLiteral("CentralArea"));
-    setCentralWidget(m_centralArea);
     BuildActions();
 
-    // 9. The logger, options and information elements join m_ownedElements here once they exist.
+    // 9.
+    CreateFixedElements();
 
     // 10.
     setMinimumSize(730, 480);
@@ -101,7 +140,30 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
                                     .arg(QString::fromLatin1(inference_status_text(inferenceStatus))));
     }
 
-    // 15. and 16. The camera manager and the connections between elements come with the device manager.
+    // 15. The camera manager comes with the device discovery; until then cameraManager stays null and the
+    // open button stays disabled.
+
+    // 16.
+    connect(applicationSettings, &ApplicationSettings::Signal_ThemeChanged, this, &MainWindow::OnThemeChanged);
+    connect(applicationSettings, &ApplicationSettings::Signal_LanguageChanged, this, &MainWindow::OnLanguageChanged);
+    connect(applicationSettings, &ApplicationSettings::Signal_ShowGridChanged, this, &MainWindow::OnShowGridChanged);
+    connect(applicationSettings, &ApplicationSettings::Signal_ShowConnectionsChanged, this,
+            &MainWindow::OnShowConnectionsChanged);
+    connect(applicationSettings, &ApplicationSettings::Signal_OpenCameraWithAcquisitionChanged, this,
+            [this](bool on) { m_openCameraWithAcquisition = on; });
+    connect(applicationSettings, &ApplicationSettings::Signal_CameraListAutoUpdateChanged, this, [this](bool on) {
+        m_cameraListAutoUpdate = on;
+        UpdateNotificationRow();
+    });
+    connect(applicationSettings, &ApplicationSettings::Signal_NodePollingChanged, this, [this](bool on) {
+        m_parameterPolling = on;
+        UpdateNotificationRow();
+    });
+    connect(applicationSettings, &ApplicationSettings::Signal_AutoImageSaveChanged, this,
+            &MainWindow::OnAutoImageSaveChanged);
+    connect(applicationSettings, &ApplicationSettings::Signal_PathChanged, this, &MainWindow::OnPathChanged);
+    applicationSettings->SetWorkspacePath(m_workspacePath);
+    FillWorkspaceCombo();
 
     UpdateStyleSheet();
 
@@ -110,6 +172,7 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
 
     // 18.
     ApplyVisibleWindowSettings();
+    UpdateNotificationRow();
     update();
 
     // 19.
@@ -144,7 +207,7 @@ void MainWindow::LoadLanguage()
         return;
     // A file that does not load leaves the translator empty and the texts in English.
     if (m_translator.load(QCoreApplication::applicationDirPath() + QLatin1Char('/') + ApplicationGlobals::language))
-        QCoreApplication::installTranslator(&m_translator);
+        m_translatorInstalled = QCoreApplication::installTranslator(&m_translator);
 }
 
 void MainWindow::ReadStartupSettings()
@@ -157,28 +220,154 @@ void MainWindow::ReadStartupSettings()
 
 void MainWindow::BuildActions()
 {
-    m_actionToggleTheme = new QAction(tr("Toggle theme"), this);
-    m_actionToggleTheme->setShortcut(QKeySequence(QStringLiteral("CTRL+ALT+T")));
-    m_actionToggleTheme->setShortcutContext(Qt::ApplicationShortcut);
-    connect(m_actionToggleTheme, &QAction::triggered, this, &MainWindow::OnToggleTheme);
-    addAction(m_actionToggleTheme);
+    m_frame = new QWidget(this);
+    m_frame->setObjectName(QStringLiteral("CentralArea"));
+    auto* layout = new QVBoxLayout(m_frame);
+    layout->setSpacing(0);
+    layout->setContentsMargins(0, 0, 0, 0);
+
+    BuildToolBar();
+    m_dockingWidget = new DockingWidget(m_frame);
+    m_dockingWidget->SetElementsProvider([this] { return elements; });
+    BuildNotificationRow();
+
+    layout->addWidget(toolBarFrame);
+    layout->addWidget(m_dockingWidget, 1);
+    layout->addWidget(notificationFrame);
+    setCentralWidget(m_frame);
+
+    BuildShortcuts();
+}
+
+void MainWindow::BuildToolBar()
+{
+    toolBarFrame = new QWidget(m_frame);
+    toolBarFrame->setObjectName(QStringLiteral("ToolBarFrame"));
+    toolBarFrame->setAttribute(Qt::WA_StyledBackground, true);
+    toolBarFrame->setFixedHeight(kToolBarHeight);
+    auto* bar = new QHBoxLayout(toolBarFrame);
+    bar->setSpacing(0);
+    bar->setContentsMargins(0, 0, 0, 0);
+    bar->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    bar->addSpacing(10);
+
+    auto addButton = [&](const char* icon, int spacingBehind, bool checkable, void (MainWindow::*slot)()) {
+        auto* button = new IconButton(QString::fromLatin1(icon), toolBarFrame);
+        button->setObjectName(QString::fromLatin1(icon));
+        button->setFixedSize(kToolIconSize, kToolIconSize);
+        button->setCheckable(checkable);
+        connect(button, &QAbstractButton::clicked, this, slot);
+        bar->addWidget(button);
+        if (spacingBehind > 0)
+            bar->addSpacing(spacingBehind);
+        return button;
+    };
+    buttonOpenCamera = addButton("camera.png", 10, false, &MainWindow::OnButtonCreateCameraObject);
+    buttonCameraManager = addButton("camera_manager.png", 10, true, &MainWindow::OnButtonCameraManager);
+    buttonClearAll = addButton("close.png", 30, false, &MainWindow::OnButtonClearAll);
+    buttonBandwidth = addButton("bandwidth.png", 10, true, &MainWindow::OnButtonBandwidth);
+    buttonLogger = addButton("logger.png", 30, true, &MainWindow::OnButtonLoggerWindow);
+    buttonOptions = addButton("cog.png", 30, true, &MainWindow::OnButtonApplicationSettings);
+
+    labelWorkspace = new CustomLabel(QString(), toolBarFrame);
+    labelWorkspace->setFixedHeight(kToolIconSize);
+    bar->addWidget(labelWorkspace);
+    bar->addSpacing(10);
+    comboWorkspace = new CustomComboBox(toolBarFrame);
+    comboWorkspace->setFixedSize(150, 30);
+    bar->addWidget(comboWorkspace);
+    editWorkspace = new CustomEdit(toolBarFrame);
+    editWorkspace->setFixedSize(150, 30);
+    editWorkspace->hide();
+    bar->addWidget(editWorkspace);
+    bar->addSpacing(10);
+    connect(comboWorkspace, QOverload<int>::of(&QComboBox::activated), this, &MainWindow::OnComboWorkspace);
+    connect(editWorkspace, &QLineEdit::returnPressed, this, &MainWindow::OnEditSaveWorkspace);
+
+    buttonCreateWorkspace = addButton("workspace_add.png", 10, false, &MainWindow::OnButtonCreateWorkspace);
+    buttonDeleteWorkspace = addButton("delete-forever.png", 30, false, &MainWindow::OnButtonDeleteWorkspace);
+    buttonInfo = addButton("information-outline.png", 0, true, &MainWindow::OnButtonApplicationInfo);
+    bar->addStretch(1);
+
+    // Nothing to open until the camera list says so.
+    buttonOpenCamera->setEnabled(false);
+
+    // Kept for the retranslation step; the hint itself never shows.
+    fullScreenHint = new QLabel(toolBarFrame);
+    fullScreenHint->hide();
+}
+
+void MainWindow::BuildNotificationRow()
+{
+    notificationFrame = new QWidget(m_frame);
+    notificationFrame->setObjectName(QStringLiteral("NotificationFrame"));
+    notificationFrame->setAttribute(Qt::WA_StyledBackground, true);
+    notificationFrame->setFixedHeight(kNotificationHeight);
+    auto* row = new QHBoxLayout(notificationFrame);
+    row->setSpacing(0);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->addSpacing(8);
+    notificationIcon = new QLabel(notificationFrame);
+    notificationIcon->setFixedSize(24, 24);
+    notificationIcon->setScaledContents(true);
+    row->addWidget(notificationIcon);
+    row->addSpacing(8);
+    notificationLabel = new QLabel(notificationFrame);
+    notificationLabel->setObjectName(QStringLiteral("NotificationLabel"));
+    row->addWidget(notificationLabel, 1);
+    notificationIcon->hide();
+    notificationLabel->hide();
+}
+
+void MainWindow::BuildShortcuts()
+{
+    for (const desk::Shortcut& entry : desk::Shortcuts())
+    {
+        auto* shortcut = new QShortcut(QKeySequence(desk::ShortcutKey(entry)), this, entry.slot);
+        shortcut->setWhatsThis(desk::ShortcutDescription(entry));
+        // Floating elements are windows of their own: the keys must work while one of them is active.
+        shortcut->setContext(Qt::ApplicationShortcut);
+        m_shortcuts.append(shortcut);
+    }
+}
+
+void MainWindow::CreateFixedElements()
+{
+    loggerWindow = new LoggerWindow(this);
+    applicationSettings = new ApplicationSettings(this);
+    applicationInfo = new ApplicationInfo(this);
+    const std::vector<std::pair<ControlElement*, void (MainWindow::*)()>> fixed = {
+        {loggerWindow, &MainWindow::OnButtonLoggerWindow},
+        {applicationSettings, &MainWindow::OnButtonApplicationSettings},
+        {applicationInfo, &MainWindow::OnButtonApplicationInfo},
+    };
+    for (const auto& [element, toggle] : fixed)
+    {
+        m_ownedElements.append(element);
+        fixedElements.push_back(element);
+        // The close button of a fixed element closes it through its toggle; it is never deleted before
+        // the teardown.
+        connect(element, &ControlElement::Signal_CloseClicked, this, toggle);
+        element->hide();
+    }
 }
 
 void MainWindow::RestoreWindowGeometry()
 {
     const QByteArray geometry = settings::Read(QStringLiteral("geometry")).toByteArray();
     if (geometry.isEmpty() || !restoreGeometry(geometry))
-        resize(730, height());
+        resize(730, 480);
 }
 
 void MainWindow::InitDefaultPaths()
 {
     QString dataLocation = QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation);
-    m_workspacePath = dataLocation.isEmpty() ? QCoreApplication::applicationDirPath()
-                                             : dataLocation + QStringLiteral("/workspaces");
-    QDir dir(m_workspacePath);
+    m_defaultWorkspacePath = dataLocation.isEmpty() ? QCoreApplication::applicationDirPath()
+                                                    : dataLocation + QStringLiteral("/workspaces");
+    QDir dir(m_defaultWorkspacePath);
     if (!dir.exists())
         dir.mkpath(QStringLiteral("."));
+    m_workspacePath = m_defaultWorkspacePath;
     // A chosen folder is taken as it is; a missing one shows up at the first save of a workspace.
     const QString chosenWorkspacePath = settings::ReadString(QStringLiteral("path_workspace"));
     if (!chosenWorkspacePath.isEmpty())
@@ -189,6 +378,12 @@ void MainWindow::InitDefaultPaths()
     if (!chosenImagePath.isEmpty())
         m_autoImageSavePath = chosenImagePath;
 
+    ReadAutoImageSaveSettings();
+    m_filterQtm = settings::ReadInt(QStringLiteral("filter_qtm"), 1) == 1;
+}
+
+void MainWindow::ReadAutoImageSaveSettings()
+{
     // Older keys keep their text defaults; toInt() reads both forms.
     m_autoImageSaveNameCreation = settings::ReadInt(QStringLiteral("auto_image_save_name_creation"), "0");
     m_autoImageSaveAcquisition = settings::ReadInt(QStringLiteral("auto_image_save_acquisition"), "0");
@@ -200,7 +395,6 @@ void MainWindow::InitDefaultPaths()
     m_autoImageSaveMaxNumber = settings::ReadInt(QStringLiteral("auto_image_save_acquisition_max_number"), "10");
     m_autoImageSaveMaxNumberEnable =
         settings::ReadInt(QStringLiteral("auto_image_save_acquisition_max_number_enable"), "1");
-    m_filterQtm = settings::ReadInt(QStringLiteral("filter_qtm"), 1) == 1;
 }
 
 void MainWindow::ApplyVisibleWindowSettings()
@@ -211,6 +405,10 @@ void MainWindow::ApplyVisibleWindowSettings()
     m_openCameraWithOptimalSettings = settings::ReadBool(QStringLiteral("open_camera_with_optimal_settings"), 1);
     m_defaultWorkspace = settings::ReadString(QStringLiteral("default_workspace"));
     m_cameraListAutoUpdate = settings::ReadBool(QStringLiteral("camera_list_auto_update_enable"), 1);
+    m_dockingWidget->SetConnectionsVisible(m_showConnections);
+    m_dockingWidget->SetGridVisible(m_showGrid);
+    // Loading m_defaultWorkspace (neither empty nor "None") belongs to the workspace reader, which is not
+    // part of this window yet.
 }
 
 // --- Libraries
@@ -311,22 +509,677 @@ void MainWindow::CheckDeviceLibraryVersion()
 
 void MainWindow::ShowWarning(const QString& text)
 {
-    // Offscreen test runs have nobody to press OK: the dialog closes itself there.
-    const bool headless = QGuiApplication::platformName() == QLatin1String("offscreen");
-    InfoDialog dialog(this, tr("Warning"), text, headless ? 1 : 0);
+    ShowInfo(tr("Warning"), text);
+}
+
+void MainWindow::ShowInfo(const QString& title, const QString& text)
+{
+    InfoDialog dialog(this, title, text, IsHeadless() ? 1 : 0);
     dialog.exec();
 }
 
-// --- Theme
+// --- Stacking and placement
+
+DockingWidget* MainWindow::HostDockingWidget()
+{
+    return m_beingDestroyed ? nullptr : m_dockingWidget;
+}
+
+bool MainWindow::HasFreePlace(ControlElement* element)
+{
+    std::vector<QWidget*> fixed(fixedElements.begin(), fixedElements.end());
+    return ControlElementHost::FreePlaceRule(element, elements, fixed);
+}
+
+void MainWindow::BringToFront(ControlElement* element)
+{
+    for (ControlElement* e : elements)
+        e->SetHighlighted(false);
+    for (ControlElement* e : fixedElements)
+        e->SetHighlighted(false);
+    if (element == nullptr)
+        return;
+    for (auto* vector : {&elements, &fixedElements})
+    {
+        auto it = std::find(vector->begin(), vector->end(), element);
+        if (it == vector->end())
+            continue;
+        element->SetHighlighted(true);
+        vector->erase(it);
+        vector->push_back(element);
+    }
+    // Three layers, each in its own order: camera windows, panels, fixed elements.
+    for (ControlElement* e : elements)
+        if (e->Type() == ControlElement::kCameraObjectType)
+            e->raise();
+    for (ControlElement* e : elements)
+        if (e->Type() != ControlElement::kCameraObjectType)
+            e->raise();
+    for (ControlElement* e : fixedElements)
+        e->raise();
+}
+
+void MainWindow::ConnectElement(ControlElement* element)
+{
+    connect(element, &ControlElement::Signal_Redraw, this, QOverload<>::of(&QWidget::update));
+    connect(element, &ControlElement::Signal_StartDeletingMe, this, &MainWindow::OnStartDeletingControlElement);
+    connect(element, &ControlElement::Signal_CloseMyCamera, this, &MainWindow::OnCloseControlElementCamera);
+    connect(element, &ControlElement::Signal_FinishDeletingMe, this, &MainWindow::OnFinishDeletingControlElement);
+    connect(element, &ControlElement::Signal_UpdateControls, this, &MainWindow::OnRelayUpdateControls);
+    connect(this, &MainWindow::Signal_RelayUpdateControls, element, &ControlElement::OnRelayUpdateControls);
+}
+
+QRect MainWindow::DockingRect(bool global) const
+{
+    const QRect local(m_dockingWidget->mapTo(const_cast<MainWindow*>(this), QPoint(0, 0)), m_dockingWidget->size());
+    if (!global)
+        return local;
+    return QRect(mapToGlobal(local.topLeft()), local.size());
+}
+
+void MainWindow::CenterElement(ControlElement* element)
+{
+    if (element == nullptr)
+        return;
+    const QRect area = DockingRect(!element->IsDocked());
+    element->move(desk::CenteredSnapped(area, element->size(), ApplicationGlobals::gridSize));
+}
+
+ControlElement* MainWindow::AddControlElement(ControlElement* owner, int type)
+{
+    if (owner == nullptr || type < 1 || type > kMaxElementType)
+        return nullptr;
+    const auto factory = ElementFactories().find(type);
+    if (factory == ElementFactories().end() || !factory->second)
+        return nullptr;
+    ControlElement* element = factory->second(this);
+    if (element == nullptr)
+        return nullptr;
+    element->SetType(type);
+    AddPanel(owner, element);
+    return element;
+}
+
+void MainWindow::AddPanel(ControlElement* owner, ControlElement* element)
+{
+    element->SetParentElement(owner);
+
+    ControlElement::Place place;
+    if (owner->RememberedPlace(element->Type(), &place) && place.x != 0 && place.y != 0)
+    {
+        // Where the user left the last panel of this type; no collision test.
+        if (!place.docked)
+            element->SetDocked(false);
+        element->move(place.x, place.y);
+    }
+    else
+    {
+        element->SetDocked(false);
+        const QPoint origin = owner->IsDocked() ? pos() : QPoint();
+        const QPoint start = desk::CascadeStart(owner->geometry(), element->size(), origin);
+        std::vector<QPoint> occupied;
+        for (const ControlElement* other : elements)
+            occupied.push_back(other->IsDocked() ? other->pos() + pos() : other->pos());
+        QPoint position = desk::CascadePosition(start, occupied);
+        const QScreen* screen = owner->screen();
+        if (screen != nullptr)
+            position = desk::ClampToScreen(position, element->size(), screen->geometry());
+        element->move(position);
+    }
+    if (!owner->IsDocked() && element->IsDocked())
+        element->SetDocked(false);
+
+    if (element->Type() == 4)
+    {
+        // The node tree reads its features only once it is visible.
+        connect(element, &ControlElement::Signal_FadeInFinished, this, &MainWindow::OnAddControlByCameraObjectFinished);
+    }
+    else
+    {
+        element->UpdateControls();
+        connect(element, &ControlElement::Signal_FadeInFinished, this, QOverload<>::of(&QWidget::update));
+    }
+    connect(element, &ControlElement::Signal_ErasedFromControlElementVector, owner, &ControlElement::UpdateControls);
+
+    elements.push_back(element);
+    UpdateEmptyDeskHint();
+    BringToFront(element);
+    element->raise();
+    element->FadeIn();
+}
+
+void MainWindow::AppendElement(ControlElement* element)
+{
+    if (element == nullptr || std::find(elements.begin(), elements.end(), element) != elements.end())
+        return;
+    elements.push_back(element);
+    UpdateEmptyDeskHint();
+    BringToFront(element);
+}
+
+void MainWindow::OnAddControlByCameraObjectFinished()
+{
+    auto* element = qobject_cast<ControlElement*>(sender());
+    if (element == nullptr)
+        return;
+    disconnect(element, &ControlElement::Signal_FadeInFinished, this, &MainWindow::OnAddControlByCameraObjectFinished);
+    element->UpdateControls();
+}
+
+bool MainWindow::IsFixed(const ControlElement* element) const
+{
+    return std::find(fixedElements.begin(), fixedElements.end(), element) != fixedElements.end();
+}
+
+bool MainWindow::AnyOpenInProgress() const
+{
+    // A camera window reports its open in progress; none exist before the camera layer lands.
+    return false;
+}
+
+void MainWindow::UpdateEmptyDeskHint()
+{
+    if (m_dockingWidget != nullptr)
+        m_dockingWidget->SetHintVisible(elements.empty());
+}
+
+// --- Deletion protocol
+
+void MainWindow::OnStartDeletingControlElement()
+{
+    auto* element = qobject_cast<ControlElement*>(sender());
+    if (element == nullptr || IsFixed(element))
+        return;
+    ControlElement* parent = element->ParentElement();
+    if (parent != nullptr && element->IsTabbed())
+    {
+        if (element->IsTabbedLeft())
+            parent->TabLeft(element, false);
+        else
+            parent->TabRight(element, false);
+    }
+    std::vector<ControlElement*> children;
+    for (ControlElement* other : elements)
+    {
+        if (other == element || other->ParentElement() != element)
+            continue;
+        if (other->IsTabbed())
+        {
+            if (other->IsTabbedLeft())
+                element->TabLeft(other, false);
+            else
+                element->TabRight(other, false);
+        }
+        other->hide();
+        other->SetParentElement(nullptr);
+        other->UpdateControls();
+        children.push_back(other);
+    }
+    if (parent != nullptr && parent->Type() == ControlElement::kCameraObjectType && element->Type() != 4 &&
+        !element->IsTabbed())
+    {
+        parent->RememberPlace(element->Type(), {element->x(), element->y(), element->IsDocked()});
+    }
+    if (parent != nullptr)
+        connect(element, &ControlElement::Signal_ErasedFromControlElementVector, parent, &ControlElement::UpdateControls,
+                Qt::UniqueConnection);
+    element->SetParentElement(nullptr);
+    update();
+    element->FadeOutAndDelete();
+    for (ControlElement* child : children)
+        child->FadeOutAndDelete();
+}
+
+void MainWindow::OnFinishDeletingControlElement()
+{
+    auto* element = qobject_cast<ControlElement*>(sender());
+    if (element == nullptr || IsFixed(element))
+        return;
+    RemoveElement(element);
+    if (element == cameraManager)
+    {
+        cameraManager = nullptr;
+        buttonCameraManager->setChecked(false);
+    }
+    if (element == bandwidthConfiguration)
+    {
+        bandwidthConfiguration = nullptr;
+        buttonBandwidth->setChecked(false);
+    }
+    UpdateEmptyDeskHint();
+    update();
+}
+
+void MainWindow::RemoveElement(ControlElement* element)
+{
+    Q_EMIT element->Signal_ErasedFromControlElementVector();
+    elements.erase(std::remove(elements.begin(), elements.end(), element), elements.end());
+    fixedElements.erase(std::remove(fixedElements.begin(), fixedElements.end(), element), fixedElements.end());
+    // deleteLater: the element may still be inside its own signal's emission.
+    element->hide();
+    element->deleteLater();
+}
+
+void MainWindow::OnCloseControlElementCamera()
+{
+    // A camera window asks to close its camera: handled by the camera window itself once it exists.
+}
+
+void MainWindow::OnRelayUpdateControls()
+{
+    if (auto* element = qobject_cast<ControlElement*>(sender()))
+        Q_EMIT Signal_RelayUpdateControls(element);
+}
+
+void MainWindow::ClearDesk(bool withFade)
+{
+    std::vector<ControlElement*> collected;
+    for (ControlElement* element : elements)
+    {
+        ControlElement* parent = element->ParentElement();
+        if (parent != nullptr && element->IsTabbedLeft())
+            parent->TabLeft(element, false);
+        else if (parent != nullptr && element->IsTabbedRight())
+            parent->TabRight(element, false);
+        element->SetParentElement(nullptr);
+        element->OnElementClosing();
+        collected.push_back(element);
+    }
+    for (ControlElement* element : collected)
+    {
+        if (withFade)
+            element->FadeOutAndDelete();
+        else
+            RemoveElement(element);
+    }
+    m_currentWorkspaceName = kNoWorkspace;
+    const int index = comboWorkspace->findData(kNoWorkspace);
+    comboWorkspace->setCurrentIndex(index < 0 ? 0 : index);
+    UpdateEmptyDeskHint();
+}
+
+// --- Toolbar
+
+void MainWindow::ToggleFixedElement(ControlElement* element, IconButton* button, bool alwaysCentre, bool adjust)
+{
+    if (element == nullptr)
+        return;
+    if (element->isVisible())
+    {
+        button->setChecked(false);
+        element->FadeOut();
+        return;
+    }
+    button->setChecked(true);
+    // The close button disabled itself at the last close; a fixed element is closed, never deleted.
+    element->CloseButton()->setEnabled(true);
+    element->UpdateControls();
+    if (alwaysCentre || !element->WasPlaced())
+    {
+        if (adjust)
+            element->adjustSize();
+        CenterElement(element);
+        element->SetWasPlaced(true);
+    }
+    BringToFront(element);
+    if (element->IsDocked())
+    {
+        element->SetDocked(false);
+        if (adjust)
+            element->adjustSize();
+    }
+    element->FadeIn();
+}
+
+void MainWindow::OnButtonLoggerWindow()
+{
+    ToggleFixedElement(loggerWindow, buttonLogger, false, false);
+}
+
+void MainWindow::OnButtonApplicationSettings()
+{
+    ToggleFixedElement(applicationSettings, buttonOptions, false, true);
+}
+
+void MainWindow::OnButtonApplicationInfo()
+{
+    // Refreshed by its UpdateControls(); centred at every open.
+    ToggleFixedElement(applicationInfo, buttonInfo, true, true);
+}
+
+void MainWindow::OnButtonCameraManager()
+{
+    // The camera manager arrives with the device discovery; until then the button has nothing to open.
+    if (cameraManager == nullptr || AnyOpenInProgress())
+    {
+        buttonCameraManager->setChecked(cameraManager != nullptr && cameraManager->isVisible());
+        return;
+    }
+    if (cameraManager->isVisible())
+    {
+        buttonCameraManager->setChecked(false);
+        cameraManager->FadeOut();
+        return;
+    }
+    buttonCameraManager->setChecked(true);
+    BringToFront(cameraManager);
+    if (cameraManager->IsDocked())
+        cameraManager->SetDocked(false);
+    cameraManager->FadeIn();
+}
+
+void MainWindow::OnButtonBandwidth()
+{
+    if (bandwidthConfiguration != nullptr)
+    {
+        buttonBandwidth->setChecked(false);
+        bandwidthConfiguration->FadeOutAndDelete();
+        return;
+    }
+    // The bandwidth element is built by the service tools; without its class the button stays unchecked.
+    buttonBandwidth->setChecked(false);
+}
+
+void MainWindow::OnButtonClearAll()
+{
+    if (AnyOpenInProgress())
+        return;
+    ClearDesk(true);
+    if (cameraManager != nullptr && cameraManager->isVisible())
+        cameraManager->FadeOut();
+    buttonCameraManager->setChecked(false);
+    if (bandwidthConfiguration != nullptr)
+        bandwidthConfiguration->FadeOutAndDelete();
+    const std::vector<std::pair<ControlElement*, IconButton*>> fixed = {
+        {loggerWindow, buttonLogger}, {applicationSettings, buttonOptions}, {applicationInfo, buttonInfo}};
+    for (const auto& [element, button] : fixed)
+    {
+        if (element->isVisible())
+            element->FadeOut();
+        button->setChecked(false);
+    }
+    update();
+}
+
+void MainWindow::OnButtonCreateCameraObject()
+{
+    if (AnyOpenInProgress() || qobject_cast<IconButton*>(sender()) == nullptr)
+        return;
+    OnOpenNewCameraInNewWindow();
+}
+
+void MainWindow::OnOpenNewCameraInNewWindow()
+{
+    if (AnyOpenInProgress())
+        return;
+    // Opening takes the first available descriptor from the camera manager and runs the camera window's
+    // open; both arrive with the camera layer. Without them there is nothing to open.
+    if (cameraManager == nullptr)
+        return;
+}
+
+void MainWindow::EnableOpenButton(bool enable)
+{
+    buttonOpenCamera->setEnabled(enable);
+}
+
+// --- Results of a camera open (queued from the open worker through the camera window)
+
+void MainWindow::OnHasOpenedCamera(QString name, QWidget* cameraObject)
+{
+    Q_UNUSED(name)
+    Q_UNUSED(cameraObject)
+    if (m_beingDestroyed)
+        return;
+    // Sizing, link speed check and boot status report of a new camera window: waiting for the camera
+    // window class. The pieces are ready: desk::CameraWindowSize, CheckLinkSpeed, ReportBootStatus.
+}
+
+void MainWindow::OnHasOpenedCameraInServiceFirmware(QString name, QWidget* cameraObject)
+{
+    Q_UNUSED(name)
+    Q_UNUSED(cameraObject)
+    if (m_beingDestroyed)
+        return;
+    // The service firmware question needs the camera's boot status: waiting for the camera window class.
+}
+
+void MainWindow::OnCannotOpenCamera(QString name, QString error, QWidget* cameraObject)
+{
+    Q_UNUSED(name)
+    if (m_beingDestroyed)
+        return;
+    // The dialog is built before the window goes and runs after it.
+    InfoDialog dialog(this, tr("Cannot open camera"), error, IsHeadless() ? 1 : 0);
+    if (auto* element = qobject_cast<ControlElement*>(cameraObject))
+    {
+        element->hide();
+        if (std::find(elements.begin(), elements.end(), element) != elements.end())
+            RemoveElement(element);
+    }
+    UpdateEmptyDeskHint();
+    dialog.exec();
+    update();
+}
+
+void MainWindow::OnDeviceLost(QString infoMessage)
+{
+    ShowInfo(tr("Camera removed"), infoMessage);
+}
+
+void MainWindow::CheckLinkSpeed(const QString& transportType, const QString& familyName, qint64 bytesPerSecond,
+                                const QString& serialNumber, bool withSerialNumber)
+{
+    const auto warning = desk::CheckLinkSpeed(transportType, familyName, bytesPerSecond);
+    if (warning == desk::LinkSpeedWarning::None)
+        return;
+    ShowWarning(desk::LinkSpeedWarningText(warning, withSerialNumber, serialNumber));
+}
+
+void MainWindow::ReportBootStatus(const QString& cameraName, const QString& bootStatus, const QString& detail)
+{
+    if (!desk::BootStatusNeedsReport(bootStatus, cameraName))
+        return;
+    const QString when = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd: hh:mm:ss"));
+    const auto lines = desk::BootStatusBlock(when, bootStatus, detail, desk::DownloadUrl(), desk::SupportUrl(),
+                                             ApplicationGlobals::colorText, ApplicationGlobals::colorRedLog);
+    for (const desk::LogLine& line : lines)
+        Q_EMIT LogMessageSender::Instance().Signal_LogAnyMessage(line.text, line.color, QStringLiteral("-"));
+    update();
+}
+
+// --- Notification row
+
+QString MainWindow::NotificationRowText() const
+{
+    return desk::NotificationText(m_cameraListAutoUpdate, m_parameterPolling, m_autoImageSaveAcquisition == 1);
+}
+
+void MainWindow::UpdateNotificationRow()
+{
+    const QString text = NotificationRowText();
+    notificationLabel->setText(text);
+    notificationIcon->setVisible(!text.isEmpty());
+    notificationLabel->setVisible(!text.isEmpty());
+}
+
+// --- Workspace list
+
+void MainWindow::FillWorkspaceCombo()
+{
+    // The retranslation step: all tool tips and shortcut descriptions are set here together.
+    labelWorkspace->setText(tr("Workspace"));
+    buttonOpenCamera->setToolTip(tr("Open first available camera"));
+    buttonCameraManager->setToolTip(tr("Open camera manager"));
+    buttonClearAll->setToolTip(tr("Close all cameras and clear workspace"));
+    buttonBandwidth->setToolTip(tr("Open bandwidth management"));
+    buttonLogger->setToolTip(tr("Open logger"));
+    buttonOptions->setToolTip(tr("Application options"));
+    comboWorkspace->setToolTip(tr("Select current workspace"));
+    editWorkspace->setToolTip(tr("Enter workspace name and press ENTER to save"));
+    buttonCreateWorkspace->setToolTip(tr("Create workspace"));
+    buttonDeleteWorkspace->setToolTip(tr("Delete workspace"));
+    buttonInfo->setToolTip(tr("About %1").arg(desk::ProgramName()));
+    fullScreenHint->setText(tr("Fullsceen mode. Press ESC to exit."));
+    const auto& entries = desk::Shortcuts();
+    for (int i = 0; i < m_shortcuts.size() && i < static_cast<int>(entries.size()); ++i)
+    {
+        m_shortcuts[i]->setKey(QKeySequence(desk::ShortcutKey(entries[i])));
+        m_shortcuts[i]->setWhatsThis(desk::ShortcutDescription(entries[i]));
+    }
+
+    const QSignalBlocker blocker(comboWorkspace);
+    comboWorkspace->clear();
+    comboWorkspace->addItem(tr("No workspace"), kNoWorkspace);
+    const QFileInfoList files =
+        QDir(m_workspacePath).entryInfoList({QStringLiteral("*.xml")}, QDir::Files, QDir::Name | QDir::IgnoreCase);
+    for (const QFileInfo& file : files)
+        comboWorkspace->addItem(file.completeBaseName(), file.completeBaseName());
+    const int index = comboWorkspace->findData(m_currentWorkspaceName);
+    comboWorkspace->setCurrentIndex(index < 0 ? 0 : index);
+}
+
+void MainWindow::OnComboWorkspace()
+{
+    if (comboWorkspace->currentData().toString() == kNoWorkspace)
+        ClearDesk(false);
+    // Loading a named workspace belongs to the workspace reader, which is not part of this window yet.
+    update();
+}
+
+void MainWindow::OnButtonCreateWorkspace()
+{
+    const QTime now = QTime::currentTime();
+    comboWorkspace->hide();
+    editWorkspace->show();
+    editWorkspace->setText(QStringLiteral("New_%1_%2_%3")
+                               .arg(now.hour(), 2, 10, QLatin1Char('0'))
+                               .arg(now.minute(), 2, 10, QLatin1Char(' '))
+                               .arg(now.second(), 2, 10, QLatin1Char(' ')));
+    editWorkspace->selectAll();
+    editWorkspace->setFocus();
+}
+
+void MainWindow::OnEditSaveWorkspace()
+{
+    const QString name = editWorkspace->text();
+    // Writing the file belongs to the workspace writer, which is not part of this window yet; the name
+    // becomes current either way, as after a failed save.
+    m_currentWorkspaceName = name.isEmpty() ? kNoWorkspace : name;
+    editWorkspace->clear();
+    editWorkspace->hide();
+    comboWorkspace->show();
+    FillWorkspaceCombo();
+}
+
+void MainWindow::OnButtonDeleteWorkspace()
+{
+    // Deleting the file belongs to the workspace writer; the list is rebuilt in every case.
+    FillWorkspaceCombo();
+}
+
+// --- Shortcut targets
+
+void MainWindow::OnToggleGridVisible()
+{
+    applicationSettings->ToggleGridVisible();
+}
 
 void MainWindow::OnToggleTheme()
 {
-    const auto next = ApplicationGlobals::isLight ? ApplicationGlobals::Skin::Dark : ApplicationGlobals::Skin::Light;
-    settings::Write(QStringLiteral("color_skin"), ApplicationGlobals::SkinName(next));
-    ApplicationGlobals::ApplySkin(next);
+    applicationSettings->ToggleApplicationTheme();
+}
+
+void MainWindow::OnToggleLanguage()
+{
+    applicationSettings->ToggleApplicationLanguage();
+}
+
+void MainWindow::OnFullscreen()
+{
+    const int shift = DockingRect(false).top();
+    if (isFullScreen)
+    {
+        isFullScreen = false;
+        if (wasMaximized)
+            showMaximized();
+        else
+            showNormal();
+    }
+    else
+    {
+        isFullScreen = true;
+        showFullScreen();
+    }
+    toolBarFrame->setVisible(!isFullScreen);
+    notificationFrame->setVisible(!isFullScreen);
+    for (ControlElement* element : elements)
+        element->move(element->x(), element->y() + (isFullScreen ? -shift : shift));
+}
+
+// --- Reactions to the options
+
+void MainWindow::OnThemeChanged()
+{
     UpdateStyleSheet();
+    for (ControlElement* element : fixedElements)
+        element->UpdateStyleSheet();
+    for (ControlElement* element : elements)
+        element->UpdateStyleSheet();
     Q_EMIT Signal_ThemeChanged();
 }
+
+void MainWindow::OnLanguageChanged(const QString& name)
+{
+    if (m_translatorInstalled)
+    {
+        QCoreApplication::removeTranslator(&m_translator);
+        m_translatorInstalled = false;
+    }
+    if (!name.isEmpty() && m_translator.load(QCoreApplication::applicationDirPath() + QLatin1Char('/') + name))
+        m_translatorInstalled = QCoreApplication::installTranslator(&m_translator);
+    FillWorkspaceCombo();
+    for (ControlElement* element : fixedElements)
+        element->UpdateTexts();
+    for (ControlElement* element : elements)
+        element->UpdateTexts();
+    UpdateNotificationRow();
+}
+
+void MainWindow::OnShowGridChanged(bool show)
+{
+    m_showGrid = show;
+    m_dockingWidget->SetGridVisible(show);
+}
+
+void MainWindow::OnShowConnectionsChanged(bool show)
+{
+    m_showConnections = show;
+    m_dockingWidget->SetConnectionsVisible(show);
+    update();
+}
+
+void MainWindow::OnAutoImageSaveChanged()
+{
+    ReadAutoImageSaveSettings();
+    UpdateNotificationRow();
+}
+
+void MainWindow::OnPathChanged(const QString& key, const QString& path)
+{
+    if (key == QLatin1String("path_workspace"))
+    {
+        m_workspacePath = path.isEmpty() ? m_defaultWorkspacePath : path;
+        applicationSettings->SetWorkspacePath(m_workspacePath);
+        FillWorkspaceCombo();
+    }
+    else if (key == QLatin1String("path_auto_image_save"))
+    {
+        m_autoImageSavePath = path.isEmpty() ? QCoreApplication::applicationDirPath() : path;
+    }
+}
+
+// --- Theme
 
 void MainWindow::UpdateStyleSheet()
 {
@@ -334,23 +1187,74 @@ void MainWindow::UpdateStyleSheet()
     qApp->setStyleSheet(G::ToolTipStyleSheet());
     setStyleSheet(QStringLiteral("QMainWindow { background-color: %1; }"
                                  "QWidget#CentralArea { background-color: %1; }"
-                                 "QToolBar { background-color: %2; border: none; spacing: 2px; }")
-                      .arg(G::colorBackground.name(), G::colorBackgroundAlternate.name()));
+                                 "QWidget#ToolBarFrame { background-color: %2; border-bottom: 1px solid %3; }"
+                                 "QWidget#NotificationFrame { background-color: %2; border-top: 1px solid %3; }"
+                                 "QLabel#NotificationLabel { color: %4; background: transparent; }")
+                      .arg(G::colorBackground.name(), G::colorBackgroundAlternate.name(), G::colorBorder.name(),
+                           G::colorText.name()));
     setWindowIcon(G::isLight ? m_logoLight : m_logoDark);
+    for (IconButton* button : toolBarFrame->findChildren<IconButton*>())
+        button->UpdateStyleSheet();
+    notificationIcon->setPixmap(QPixmap(G::Icon24(QStringLiteral("error.png"))));
+    notificationLabel->setFont(G::fontNormal);
+    comboWorkspace->UpdateStyleSheet();
+    editWorkspace->UpdateStyleSheet();
+    labelWorkspace->UpdateStyleSheet();
+    m_dockingWidget->UpdateStyleSheet();
+}
+
+IconButton* MainWindow::ToolBarButton(const QString& iconFile) const
+{
+    return toolBarFrame->findChild<IconButton*>(iconFile);
 }
 
 // --- Events
 
 bool MainWindow::eventFilter(QObject* watched, QEvent* event)
 {
+    if (watched == this && desk::IsCtrlTab(event))
+    {
+        // The bottom element comes to the top, so repeated presses cycle through all of them. The key is
+        // consumed even on an empty desk.
+        if (!elements.empty())
+            BringToFront(elements.front());
+        return true;
+    }
     return QMainWindow::eventFilter(watched, event);
+}
+
+void MainWindow::mousePressEvent(QMouseEvent* event)
+{
+    // A press on the bare desk: nothing is highlighted any more, and a half-typed workspace name is given up.
+    BringToFront(nullptr);
+    if (editWorkspace->isVisible())
+    {
+        editWorkspace->hide();
+        comboWorkspace->show();
+    }
+    QMainWindow::mousePressEvent(event);
+}
+
+void MainWindow::changeEvent(QEvent* event)
+{
+    if (event->type() == QEvent::WindowStateChange)
+    {
+        if (windowState() & Qt::WindowMaximized)
+            wasMaximized = true;
+        else if (windowState() == Qt::WindowNoState)
+            wasMaximized = false;
+    }
+    QMainWindow::changeEvent(event);
 }
 
 // --- Leaving
 
-void MainWindow::OnAboutToQuit()
+void MainWindow::OnExitProgram()
 {
-    // The session's workspace ("last_workspace") and the auxiliary windows are handled here once they exist.
+    // Saving the session's workspace ("last_workspace") belongs to the workspace writer. The auxiliary
+    // windows close here so that nothing floats on after the main window.
+    for (ControlElement* element : fixedElements)
+        element->close();
     settings::Write(QStringLiteral("geometry"), saveGeometry());
 }
 
@@ -366,22 +1270,51 @@ void MainWindow::Teardown()
     QCoreApplication::processEvents();
 
     const double step = 100.0 / 6.0;
-    // 1: take every element out of its dock or tab and hide it.
-    for (const auto& element : m_ownedElements)
-        if (element)
-            element->hide();
+    // 1: every element out of its dock or tab, hidden; the element list is emptied.
+    std::vector<ControlElement*> all = elements;
+    all.insert(all.end(), fixedElements.begin(), fixedElements.end());
+    for (ControlElement* element : all)
+    {
+        ControlElement* parent = element->ParentElement();
+        if (parent != nullptr && element->IsTabbedLeft())
+            parent->TabLeft(element, false);
+        else if (parent != nullptr && element->IsTabbedRight())
+            parent->TabRight(element, false);
+        element->hide();
+    }
+    std::vector<ControlElement*> onDesk = std::move(elements);
+    elements.clear();
     bar->SetValue(step);
     QCoreApplication::processEvents();
-    // 2: detach what remains.
-    for (const auto& element : m_ownedElements)
-        if (element)
-            element->setParent(nullptr);
+    // 2: detach what remains from its parent element.
+    for (ControlElement* element : all)
+        element->SetParentElement(nullptr);
     bar->SetValue(2 * step);
     QCoreApplication::processEvents();
-    // 3: the central area gives up its camera windows (which stop and close their cameras).
+    // 3: camera windows go first; deleting one stops and closes its camera.
+    for (auto it = onDesk.begin(); it != onDesk.end();)
+    {
+        if ((*it)->Type() == ControlElement::kCameraObjectType)
+        {
+            delete *it;
+            it = onDesk.erase(it);
+        }
+        else
+        {
+            ++it;
+        }
+    }
     bar->SetValue(3 * step);
     QCoreApplication::processEvents();
-    // 4: delete the elements no layout holds.
+    // 4: the elements no layout holds: the panels, then the fixed elements.
+    for (ControlElement* element : onDesk)
+        delete element;
+    fixedElements.clear();
+    loggerWindow = nullptr;
+    applicationSettings = nullptr;
+    applicationInfo = nullptr;
+    cameraManager = nullptr;
+    bandwidthConfiguration = nullptr;
     for (auto& element : m_ownedElements)
         delete element.data();
     m_ownedElements.clear();
@@ -395,4 +1328,6 @@ void MainWindow::Teardown()
     bar->SetValue(100);
     QCoreApplication::processEvents();
     delete bar;
+    if (ControlElementHost::Instance() == this)
+        ControlElementHost::SetInstance(nullptr);
 }

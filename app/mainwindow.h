@@ -1,11 +1,19 @@
-// The main window: owner of every control element, the start-up order and the teardown.
+// The main window: the desk on which every control element lies, and the owner of all of them.
+//
+// It holds the toolbar, the central docking area, the notification row, the fixed elements (logger,
+// application options, information; later the camera manager and the bandwidth element) and the vector of
+// camera windows and their panels. It orders the elements in depth (BringToFront: camera windows below
+// panels below fixed elements), decides where a new panel appears (AddControlElement: the remembered place,
+// else a 38-pixel cascade clamped to the screen), and routes the deletion protocol of the elements.
 //
 // Construction follows a fixed order (fonts, language, settings, actions, hidden elements, geometry, paths,
 // libraries, then show) and the destructor undoes it under a visible progress bar so that stopping cameras
 // is seen to take its time; ExitLibraries() always runs after every camera is gone.
 //
-// GUI thread only. Workers reach it only through queued signals.
+// GUI thread only. Workers reach it only through queued signals (the open results of a camera).
 #pragma once
+
+#include "controlelement/controlelementhost.h"
 
 #include <QIcon>
 #include <QList>
@@ -14,14 +22,31 @@
 #include <QString>
 #include <QTranslator>
 
-class QSettings;
-class QAction;
+#include <functional>
+#include <map>
+#include <vector>
 
-class MainWindow : public QMainWindow
+class ApplicationInfo;
+class ApplicationSettings;
+class ControlElement;
+class CustomComboBox;
+class CustomEdit;
+class CustomLabel;
+class DockingWidget;
+class IconButton;
+class LoggerWindow;
+class QLabel;
+class QSettings;
+class QShortcut;
+
+class MainWindow : public QMainWindow, public ControlElementHost
 {
     Q_OBJECT
 
 public:
+    // Builds the element of one panel type with the given parent; registered by each panel's code.
+    using ElementFactory = std::function<ControlElement*(QWidget* parent)>;
+
     explicit MainWindow(QWidget* parent = nullptr);
     ~MainWindow() override;
 
@@ -33,49 +58,184 @@ public:
     QString WorkspacePath() const { return m_workspacePath; }
     QString AutoImageSavePath() const { return m_autoImageSavePath; }
     bool IsBeingDestroyed() const { return m_beingDestroyed; }
+    bool ShowConnections() const { return m_showConnections; }
+    bool ShowGrid() const { return m_showGrid; }
+    bool OpenCameraWithAcquisition() const { return m_openCameraWithAcquisition; }
+    bool OpenCameraWithOptimalSettings() const { return m_openCameraWithOptimalSettings; }
     // The texts of the device library's version warning, or an empty string when the version is accepted.
     static QString VersionWarningText(unsigned major, unsigned minor, unsigned subminor, const QString& versionText);
     static QString VersionUndetectableText();
 
+    // --- ControlElementHost
+    QWidget* HostWindow() override { return this; }
+    DockingWidget* HostDockingWidget() override;
+    bool HasFreePlace(ControlElement* element) override;
+    // Camera windows stay below panels and panels below fixed elements, whatever was clicked last; the
+    // element given becomes the highlighted one and the last of its vector. A null element only clears
+    // the highlights.
+    void BringToFront(ControlElement* element) override;
+    void ConnectElement(ControlElement* element) override;
+
+    // --- Desk operations used by the elements and the camera layer
+    DockingWidget* dockingWidget() const { return m_dockingWidget; }
+    // Registers the class of one panel type (1..30); AddControlElement builds it from then on.
+    static void RegisterElementType(int type, ElementFactory factory);
+    // Makes the panel of `type` for `owner` (a camera window), places it and fades it in; null for a type
+    // outside 1..30 or without a registered class.
+    ControlElement* AddControlElement(ControlElement* owner, int type);
+    // Puts a camera window (or another element made elsewhere) on the desk, on top of its layer.
+    void AppendElement(ControlElement* element);
+    // Steps two to seven of AddControlElement for an element that exists already.
+    void AddPanel(ControlElement* owner, ControlElement* element);
+    // Puts the element in the middle of the docking area, snapped to the grid.
+    void CenterElement(ControlElement* element);
+    void UpdateNotificationRow();
+    QString NotificationRowText() const;
+    // Warns about a slow link (an InfoDialog) by the transport, family and speed a camera reports.
+    void CheckLinkSpeed(const QString& transportType, const QString& familyName, qint64 bytesPerSecond,
+                        const QString& serialNumber, bool withSerialNumber);
+    // Writes the boot status block to the log unless the status is "OK" or the camera is a service one.
+    void ReportBootStatus(const QString& cameraName, const QString& bootStatus, const QString& detail);
+    // Takes every element off the desk: at once, or each with its fade-out and delete.
+    void ClearDesk(bool withFade);
+
+    // For tests and the workspace: the two vectors and the fixed elements.
+    const std::vector<ControlElement*>& Elements() const { return elements; }
+    const std::vector<ControlElement*>& FixedElements() const { return fixedElements; }
+    LoggerWindow* Logger() const { return loggerWindow; }
+    ApplicationSettings* Settings() const { return applicationSettings; }
+    ApplicationInfo* Info() const { return applicationInfo; }
+    QWidget* ToolBarFrame() const { return toolBarFrame; }
+    QWidget* NotificationFrame() const { return notificationFrame; }
+    // Toolbar buttons by their icon file ("logger.png"); null if there is none.
+    IconButton* ToolBarButton(const QString& iconFile) const;
+    QList<QShortcut*> Shortcuts() const { return m_shortcuts; }
+    bool IsInFullScreen() const { return isFullScreen; }
+
 public Q_SLOTS:
-    // Swaps the skin (key CTRL+ALT+T), stores it in "color_skin" and re-styles the window and every element.
+    void OnStartDeletingControlElement();
+    void OnFinishDeletingControlElement();
+    void OnCloseControlElementCamera();
+    void OnRelayUpdateControls();
+    void OnHasOpenedCamera(QString name, QWidget* cameraObject);
+    void OnHasOpenedCameraInServiceFirmware(QString name, QWidget* cameraObject);
+    void OnCannotOpenCamera(QString name, QString error, QWidget* cameraObject);
+    void EnableOpenButton(bool enable);
+    void OnDeviceLost(QString infoMessage);
+    void OnToggleGridVisible();
+    // Reaches ApplicationSettings::ToggleApplicationTheme (key CTRL+ALT+T).
     void OnToggleTheme();
+    void OnToggleLanguage();
+    void OnOpenNewCameraInNewWindow();
+    void OnFullscreen();
     // Re-applies the theme's colours to the window and all elements.
     void UpdateStyleSheet();
 
 Q_SIGNALS:
+    void Signal_RelayUpdateControls(ControlElement* elem);
     void Signal_ThemeChanged();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
 private Q_SLOTS:
     // Runs on aboutToQuit while the window still lives: saves the session and the settings.
-    void OnAboutToQuit();
+    void OnExitProgram();
+    void OnButtonCreateCameraObject();
+    void OnButtonCameraManager();
+    void OnButtonClearAll();
+    void OnButtonBandwidth();
+    void OnButtonLoggerWindow();
+    void OnButtonApplicationSettings();
+    void OnButtonApplicationInfo();
+    void OnComboWorkspace();
+    void OnEditSaveWorkspace();
+    void OnButtonCreateWorkspace();
+    void OnButtonDeleteWorkspace();
+    void OnAddControlByCameraObjectFinished();
+    // Reactions to the options element.
+    void OnThemeChanged();
+    void OnLanguageChanged(const QString& name);
+    void OnShowGridChanged(bool show);
+    void OnShowConnectionsChanged(bool show);
+    void OnAutoImageSaveChanged();
+    void OnPathChanged(const QString& key, const QString& path);
 
 private:
     void LoadFonts();
     void LoadLanguage();
     void ReadStartupSettings();
     void BuildActions();
+    void BuildToolBar();
+    void BuildNotificationRow();
+    void BuildShortcuts();
+    void CreateFixedElements();
     void RestoreWindowGeometry();
     void InitDefaultPaths();
+    void ReadAutoImageSaveSettings();
     void ApplyVisibleWindowSettings();
     void CheckDeviceLibraryVersion();
     void ShowWarning(const QString& text);
+    // Runs an InfoDialog; offscreen runs (tests) have nobody to press OK, so it closes itself there.
+    void ShowInfo(const QString& title, const QString& text);
     void Teardown();
+    // The retranslation step: every tool tip, shortcut description and the workspace list.
+    void FillWorkspaceCombo();
+    // Opens or closes one of logger, options, information (the three toggles).
+    void ToggleFixedElement(ControlElement* element, IconButton* button, bool alwaysCentre, bool adjust);
+    void UpdateEmptyDeskHint();
+    void RemoveElement(ControlElement* element);
+    bool AnyOpenInProgress() const;
+    QRect DockingRect(bool global) const;
+    bool IsFixed(const ControlElement* element) const;
 
     QSettings* m_settings = nullptr;
     QTranslator m_translator;
+    bool m_translatorInstalled = false;
     QIcon m_logoDark;
     QIcon m_logoLight;
-    QWidget* m_centralArea = nullptr;
-    QAction* m_actionToggleTheme = nullptr;
 
-    // Elements the window owns; deleted in the teardown, in this order.
+    // --- Elements (stacking order: the last of each vector is on top)
+    std::vector<ControlElement*> elements;
+    std::vector<ControlElement*> fixedElements;
+    // Null until the camera layer brings them; the toggles and the quit handler test for them.
+    ControlElement* cameraManager = nullptr;
+    ControlElement* bandwidthConfiguration = nullptr;
+    LoggerWindow* loggerWindow = nullptr;
+    ApplicationSettings* applicationSettings = nullptr;
+    ApplicationInfo* applicationInfo = nullptr;
+    // Elements the window owns outright; deleted in the teardown, in this order.
     QList<QPointer<QWidget>> m_ownedElements;
 
+    // --- Frame
+    QWidget* m_frame = nullptr;
+    DockingWidget* m_dockingWidget = nullptr;
+    QWidget* toolBarFrame = nullptr;
+    QWidget* notificationFrame = nullptr;
+    IconButton* buttonOpenCamera = nullptr;
+    IconButton* buttonCameraManager = nullptr;
+    IconButton* buttonClearAll = nullptr;
+    IconButton* buttonBandwidth = nullptr;
+    IconButton* buttonLogger = nullptr;
+    IconButton* buttonOptions = nullptr;
+    CustomLabel* labelWorkspace = nullptr;
+    CustomComboBox* comboWorkspace = nullptr;
+    CustomEdit* editWorkspace = nullptr;
+    IconButton* buttonCreateWorkspace = nullptr;
+    IconButton* buttonDeleteWorkspace = nullptr;
+    IconButton* buttonInfo = nullptr;
+    QLabel* notificationIcon = nullptr;
+    QLabel* notificationLabel = nullptr;
+    QLabel* fullScreenHint = nullptr;
+    QList<QShortcut*> m_shortcuts;
+    bool isFullScreen = false;
+    bool wasMaximized = false;
+
     QString m_workspacePath;
+    QString m_defaultWorkspacePath;
+    QString m_currentWorkspaceName = QStringLiteral("None");
     QString m_autoImageSavePath;
     // Automatic image saving parameters (read here, used by the image saving part).
     int m_autoImageSaveNameCreation = 0;
@@ -92,10 +252,14 @@ private:
     bool m_showConnections = true;
     bool m_showGrid = false;
     bool m_openCameraWithAcquisition = true;
-    bool m_openCameraWithOptimalSettings = true;
+    bool m_openCameraWithOptimalSettings = false;
     bool m_cameraListAutoUpdate = true;
+    // The application-wide camera parameter polling switch of the options.
+    bool m_parameterPolling = true;
     QString m_defaultWorkspace;
 
     bool m_beingDestroyed = false;
     bool m_librariesUp = false;
+
+    static std::map<int, ElementFactory>& ElementFactories();
 };

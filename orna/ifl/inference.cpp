@@ -58,3 +58,8 @@ extern "C" const char* inference_status_text(inference_status status)
     default: return "Unknown";
     }
 }
+
+extern "C" const char* inference_opencv_version(void)
+{
+    return CV_VERSION;
+}

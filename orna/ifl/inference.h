@@ -35,6 +35,8 @@ inference_status inference_library_exit(void);
 int inference_library_is_initialized(void);
 /* The text of a status, in English ("Queue full"); never null. */
 const char* inference_status_text(inference_status status);
+/* The version of the image engine below the inference library ("4.6.0"); static text, never null, any thread. */
+const char* inference_opencv_version(void);
 
 #ifdef __cplusplus
 }

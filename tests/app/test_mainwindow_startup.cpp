@@ -96,7 +96,7 @@ private Q_SLOTS:
         {
             MainWindow window;
             window.resize(900, 600);
-            QVERIFY(QMetaObject::invokeMethod(&window, "OnAboutToQuit"));
+            QVERIFY(QMetaObject::invokeMethod(&window, "OnExitProgram"));
             saved = settings::Read(QStringLiteral("geometry")).toByteArray();
             QVERIFY(!saved.isEmpty());
         }

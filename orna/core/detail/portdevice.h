@@ -1,0 +1,30 @@
+// detail::PortDevice: an in-process ArvDevice whose memory is a RegisterBank.
+//
+// It lets Aravis' node engine (ArvGc) run over GenICam XML that we write ourselves: the system, interface,
+// local device and data stream node maps, and register-level fixtures in tests. The device owns its ArvGc;
+// read_memory/write_memory go to the bank. Access and range checks of the node engine are switched on.
+//
+// Threads: created on any thread; reads and writes come from whichever thread uses the node map (under that
+// map's mutex). The bank is shared so its owner can keep changing live values.
+#pragma once
+
+#include "orna/core/detail/gobjectptr.h"
+#include "orna/core/detail/registerbank.h"
+
+#include <arv.h>
+
+#include <memory>
+#include <string>
+
+namespace orna::core::detail {
+
+// Builds the device and its node tree from xml. Raises InvalidArgumentException when the XML is not a
+// GenICam description the node engine accepts.
+GObjectPtr<ArvDevice> CreatePortDevice(std::shared_ptr<RegisterBank> bank, const std::string& xml);
+
+// The bank behind a device made by CreatePortDevice (null for any other device).
+std::shared_ptr<RegisterBank> PortDeviceBank(ArvDevice* device);
+
+bool IsPortDevice(ArvDevice* device);
+
+} // namespace orna::core::detail

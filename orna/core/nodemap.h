@@ -1,0 +1,72 @@
+// NodeMap: one GenICam node map (the camera's remote map, or one of our local system / interface / device /
+// data stream maps), as Aravis' node engine over the device plus what the engine lacks.
+//
+// Threads: any thread. One recursive mutex per map serialises every node operation (the node engine has no
+// locking of its own); Lock()/Unlock() (also lock()/unlock() for std::lock_guard) hold it across a run of
+// operations, e.g. a selector write and the read of the selected value. Changed callbacks run on the thread
+// that caused the change, without the mutex held.
+#pragma once
+
+#include "orna/core/initonce.h"
+#include "orna/core/nodes.h"
+
+#include <memory>
+#include <string>
+
+namespace orna::core {
+
+class Buffer;
+class Event;
+
+class NodeMap : public InitOnce
+{
+public:
+    explicit NodeMap(std::shared_ptr<detail::NodeMapImpl> impl);
+    ~NodeMap() override;
+
+    // Raises NotFoundException for an absent name.
+    std::shared_ptr<nodes::Node> FindNode(const std::string& name) const;
+    template <typename T> std::shared_ptr<T> FindNode(const std::string& name) const
+    {
+        return nodes::NodeCast<T>(FindNode(name));
+    }
+    // Never raises for an absent name.
+    bool GetHasNode(const std::string& name) const;
+    size_t GetNumNodes() const;
+    // Document order; raises OutOfRangeException past the end.
+    std::shared_ptr<nodes::Node> GetNode(size_t index) const;
+
+    void Lock() const;
+    void Unlock() const;
+    bool TryLock() const;
+    void lock() const { Lock(); }
+    void unlock() const { Unlock(); }
+
+    // Advances the polling clocks by elapsedMs; nodes whose PollingTime passed are read again and their changed
+    // callbacks (and those of their dependents) fire when the value differs from the last poll.
+    void PollNodes(int64_t elapsedMs);
+
+    // GenICam persistence text: a header naming vendor, model and version, then "Name<TAB>Value" for each
+    // streamable readable-writable node, selectors expanded. The file is written atomically.
+    void StoreToFile(const std::string& path) const;
+    // Writes the values of such a file in file order, with a second pass for writes that failed in the first
+    // (a node that depends on one written later). Raises IOException when the file cannot be read and
+    // InvalidArgumentException when nothing of it could be applied.
+    void LoadFromFile(const std::string& path);
+
+    // Makes the chunk data of buffer the source of the chunk nodes and fires the changed callbacks of chunk
+    // nodes whose value changed. Call on the capture thread while the buffer is not queued.
+    void UpdateChunkNodes(const std::shared_ptr<Buffer>& buffer);
+    // Event data nodes are not available on this backend: raises NotImplementedException.
+    void UpdateEventNodes(const std::shared_ptr<Event>& event);
+
+    // The XML description the map was built from.
+    std::string GetXml() const;
+
+    std::shared_ptr<detail::NodeMapImpl> Impl() const { return m_impl; }
+
+private:
+    std::shared_ptr<detail::NodeMapImpl> m_impl;
+};
+
+} // namespace orna::core

@@ -344,8 +344,11 @@ bool NodeMapAccess::UpdateAccess(TreeItem* item, UpdateMode mode) const
         return false;
     }
     auto node = item->GetNode();
-    if (!node)
+    auto map = GetMap();
+    if (!node || !map)
         return false;
+    // As in UpdateValue: read, store and signal under the map's mutex, so concurrent updates stay in order.
+    std::lock_guard<NodeMap> mapLock(*map);
     uint8_t access = 0;
     try
     {
@@ -461,31 +464,27 @@ bool NodeMapAccess::UpdateValue(TreeItem* item, UpdateMode mode, bool forced) co
         item->type == FeatureType::Unknown)
         return false;
 
+    auto map = GetMap();
+    if (!map)
+        return false;
+    // Read, store and signal in one hold of the map's mutex: a read-back on the write thread and a re-read on
+    // the worker cannot then store or report an older value after a newer one. (Map mutex before item mutex,
+    // never the other way round.)
+    std::lock_guard<NodeMap> mapLock(*map);
     QVariant value;
     QString selectorKey;
     try
     {
-        const bool selected = !item->selectorValues.isEmpty() && item->parent && item->parent->GetNode();
-        if (selected)
-        {
-            // Selector and value in one run, so the value is filed under the entry it was read with.
-            auto map = GetMap();
-        if (!map)
-            return {};
-        std::lock_guard<NodeMap> lock(*map);
+        if (!item->selectorValues.isEmpty() && item->parent && item->parent->GetNode())
             selectorKey = SelectorKey(item->parent->GetNode());
-            value = ReadNodeValue(item);
-        }
-        else
-        {
-            value = ReadNodeValue(item);
-        }
+        value = ReadNodeValue(item);
     }
     catch (const std::exception& e)
     {
         Log(kUpdateValue, QStringLiteral("Failed to read value of node %1. ").arg(item->name), e);
         return false;
     }
+    // Filed under the selector entry it was read with.
     if (!selectorKey.isEmpty())
         RecordSelectorValue(item, selectorKey, value);
 
@@ -1482,17 +1481,17 @@ void NodeMapAccess::RestoreItem(TreeItem* item)
         return;
     if (item->type == FeatureType::Category || item->type == FeatureType::Command)
         return;
-    if (item->name == QLatin1String("TLParamsLocked"))
-        return;
+    // The lock of the transport layer parameters belongs to the session, not to the camera's settings.
+    const bool mayWrite = !skipRestoreOnce && item->name != QLatin1String("TLParamsLocked");
     const QMap<QString, QVariant> saved = item->GetSelectorValues();
     if (!saved.isEmpty())
     {
-        if (!skipRestoreOnce)
+        if (mayWrite)
             for (auto it = saved.cbegin(); it != saved.cend(); ++it)
                 if (it.value().isValid())
                     SetSelectedValueGeneric(item, it.key(), it.value(), true, true);
     }
-    else if (!skipRestoreOnce)
+    else if (mayWrite)
     {
         const QVariant kept = item->GetValue();
         if (kept.isValid() && item->IsReadable())

@@ -12,7 +12,7 @@ UpdateNodemapWorker::UpdateNodemapWorker(NodeMapAccess* access)
 
 void UpdateNodemapWorker::Start()
 {
-    running = true;
+    // running starts true (set at construction), so a Stop that comes before the loop has begun is kept.
     idle = true;
     while (true)
     {

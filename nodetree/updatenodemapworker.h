@@ -38,7 +38,7 @@ public Q_SLOTS:
 
 private:
     NodeMapAccess* access;
-    std::atomic<bool> running{false};
+    std::atomic<bool> running{true};
     std::atomic<bool> paused{false};
     std::atomic<bool> idle{true};
 };

@@ -475,7 +475,12 @@ bool NodeMapAccess::UpdateValue(TreeItem* item, UpdateMode mode, bool forced) co
     QString selectorKey;
     try
     {
-        if (!item->selectorValues.isEmpty() && item->parent && item->parent->GetNode())
+        bool selected = false;
+        {
+            QMutexLocker lock(&item->valueMutex);
+            selected = !item->selectorValues.isEmpty();
+        }
+        if (selected && item->parent && item->parent->GetNode())
             selectorKey = SelectorKey(item->parent->GetNode());
         value = ReadNodeValue(item);
     }

@@ -15,6 +15,7 @@
 #include <deque>
 #include <map>
 #include <mutex>
+#include <set>
 #include <sstream>
 
 namespace orna::core::sim {
@@ -69,6 +70,25 @@ void DispatchConnection(const std::string& deviceId, bool connected)
     }
     for (const auto& handler : handlers)
         handler(deviceId, connected);
+}
+
+// Cameras whose connection callback already leads to DispatchConnection. Each camera is wired once, on the
+// first pass that lists it: setting the callback again from a pass run inside a connection callback (a
+// listener that rediscovers) would wait for the camera's callback mutex held by that very callback.
+// g_wiredMutex guards the set.
+std::mutex g_wiredMutex;
+std::set<std::weak_ptr<SimCamera>, std::owner_less<std::weak_ptr<SimCamera>>> g_wired;
+
+void WireConnection(const std::shared_ptr<SimCamera>& camera, const std::string& id)
+{
+    {
+        std::lock_guard<std::mutex> lock(g_wiredMutex);
+        for (auto it = g_wired.begin(); it != g_wired.end();)
+            it = it->expired() ? g_wired.erase(it) : std::next(it);
+        if (!g_wired.insert(camera).second)
+            return;
+    }
+    camera->SetConnectionCallback([id](bool connected) { DispatchConnection(id, connected); });
 }
 
 // A buffer of a simulated stream. The metadata are written on the camera's acquisition thread before the
@@ -361,9 +381,7 @@ public:
         for (const auto& camera : SimCameraRegistry::Instance().Cameras())
         {
             const std::string id = SimDeviceId(camera->SerialNumber());
-            // Installed on every pass: a camera object may be new since the last one. Never called from a
-            // camera callback, as the model requires.
-            camera->SetConnectionCallback([id](bool connected) { DispatchConnection(id, connected); });
+            WireConnection(camera, id);
             // A camera in the middle of a reset (or a link loss) is not on the bus.
             if (!camera->IsConnected())
                 continue;

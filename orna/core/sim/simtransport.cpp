@@ -98,8 +98,8 @@ class SimBuffer : public detail::BufferBackend
 {
 public:
     SimBuffer(size_t size, void* memory, void* user)
-        : m_storage(memory ? 0 : size), m_data(memory ? static_cast<uint8_t*>(memory) : m_storage.data()),
-          m_size(size), m_user(user)
+        : m_storage(memory ? 0 : size), m_data(memory ? static_cast<uint8_t*>(memory) : m_storage.data()), m_size(size),
+          m_user(user)
     {
     }
     uint8_t* BasePtr() override { return m_data; }

@@ -362,9 +362,12 @@ struct ConnectionLog
 TEST_F(SimProducer, SurvivesDisconnectAndReconnect)
 {
     ConnectionLog log;
-    iface->RegisterDeviceDisconnectedCallback([&](const std::shared_ptr<DeviceDescriptor>& d) { log.Add("off " + d->GetSerialNumber()); });
+    iface->RegisterDeviceDisconnectedCallback(
+        [&](const std::shared_ptr<DeviceDescriptor>& d) { log.Add("off " + d->GetSerialNumber()); });
     iface->RegisterDeviceReconnectedCallback(
-        [&](const std::shared_ptr<DeviceDescriptor>& d, const DeviceReconnectInformation&) { log.Add("on " + d->GetSerialNumber()); });
+        [&](const std::shared_ptr<DeviceDescriptor>& d, const DeviceReconnectInformation&) {
+            log.Add("on " + d->GetSerialNumber());
+        });
     auto camera = sim::SimCameraRegistry::Instance().Find("LVSC00001");
     ASSERT_TRUE(camera);
 
@@ -395,7 +398,8 @@ TEST_F(SimProducer, KillWaitEndsAWaitAtOnce)
 {
     auto device = Open("LVSM00001");
     auto stream = device->GetDataStream(0)->OpenDataStream();
-    stream->QueueBuffer(stream->AllocAndAnnounceBuffer(size_t(Node<IntegerNode>(device, "PayloadSize")->GetValue()), nullptr));
+    stream->QueueBuffer(
+        stream->AllocAndAnnounceBuffer(size_t(Node<IntegerNode>(device, "PayloadSize")->GetValue()), nullptr));
     stream->StartAcquisition(); // the camera does not acquire: nothing will arrive
     auto waiter = std::async(std::launch::async, [&stream] {
         try
@@ -428,9 +432,12 @@ TEST_F(SimProducer, HeldCameraRefusesToOpen)
 TEST_F(SimProducer, DeviceResetMakesTheCameraLeaveAndReturn)
 {
     ConnectionLog log;
-    iface->RegisterDeviceDisconnectedCallback([&](const std::shared_ptr<DeviceDescriptor>& d) { log.Add("off " + d->GetSerialNumber()); });
+    iface->RegisterDeviceDisconnectedCallback(
+        [&](const std::shared_ptr<DeviceDescriptor>& d) { log.Add("off " + d->GetSerialNumber()); });
     iface->RegisterDeviceReconnectedCallback(
-        [&](const std::shared_ptr<DeviceDescriptor>& d, const DeviceReconnectInformation&) { log.Add("on " + d->GetSerialNumber()); });
+        [&](const std::shared_ptr<DeviceDescriptor>& d, const DeviceReconnectInformation&) {
+            log.Add("on " + d->GetSerialNumber());
+        });
     auto device = Open("LVSM00001");
     auto descriptor = iface->FindDevice(sim::SimDeviceId("LVSM00001"));
     Node<CommandNode>(device, "DeviceReset")->Execute();

@@ -1,0 +1,1528 @@
+#include "nodetree/nodemapaccess.h"
+
+#include "app/logmessagesender.h"
+#include "nodetree/treeitem.h"
+#include "nodetree/updatenodemapworker.h"
+#include "orna/core/exception.h"
+
+#include <QElapsedTimer>
+#include <QMutexLocker>
+#include <QSet>
+
+#include <cmath>
+#include <exception>
+#include <functional>
+#include <mutex>
+
+using namespace orna::core;
+
+namespace {
+
+// Signature texts of the operations, the context of their log lines.
+const char* kCreateTree = "void NodeMapAccess::CreateTree()";
+const char* kUpdateAccess = "bool NodeMapAccess::UpdateAccess(TreeItem *, UpdateMode) const";
+const char* kUpdateValue = "bool NodeMapAccess::UpdateValue(TreeItem *, UpdateMode, bool) const";
+const char* kUpdateMinimum = "bool NodeMapAccess::UpdateMinimum(TreeItem *, UpdateMode) const";
+const char* kUpdateMaximum = "bool NodeMapAccess::UpdateMaximum(TreeItem *, UpdateMode) const";
+const char* kUpdateIncrement = "bool NodeMapAccess::UpdateIncrement(TreeItem *, UpdateMode) const";
+const char* kUpdateEntries = "bool NodeMapAccess::UpdateEntries(TreeItem *, UpdateMode) const";
+const char* kGetDescription = "QString NodeMapAccess::GetDescription(TreeItem *) const";
+const char* kGetTooltip = "QString NodeMapAccess::GetTooltip(TreeItem *) const";
+const char* kGetUnit = "QString NodeMapAccess::GetUnit(TreeItem *) const";
+const char* kGetEntryDescriptions = "QStringList NodeMapAccess::GetEntryDescriptions(TreeItem *) const";
+const char* kGetRepresentation = "qint8 NodeMapAccess::GetRepresentation(TreeItem *) const";
+const char* kGetPrecision = "int NodeMapAccess::GetPrecision(TreeItem *) const";
+const char* kSetValueInt = "bool NodeMapAccess::SetValue(TreeItem *, const int64_t &, bool)";
+const char* kSetValueDouble = "bool NodeMapAccess::SetValue(TreeItem *, const double &, bool)";
+const char* kSetValueBool = "bool NodeMapAccess::SetValue(TreeItem *, bool, bool)";
+const char* kSetValueString = "bool NodeMapAccess::SetValue(TreeItem *, const QString &, bool)";
+const char* kSetValueRegister = "bool NodeMapAccess::SetValue(TreeItem *, const std::vector<uint8_t> &, bool)";
+const char* kSetValueGeneric = "bool NodeMapAccess::SetValueGeneric(TreeItem *, const QVariant &, bool)";
+const char* kExecute = "bool NodeMapAccess::Execute(TreeItem *, bool)";
+const char* kIncrement = "void NodeMapAccess::IncrementValue(TreeItem *)";
+const char* kDecrement = "void NodeMapAccess::DecrementValue(TreeItem *)";
+const char* kIncrementSelected = "void NodeMapAccess::IncrementSelectedValue(TreeItem *, QString)";
+const char* kDecrementSelected = "void NodeMapAccess::DecrementSelectedValue(TreeItem *, QString)";
+const char* kGetSelectedAccess = "uint32_t NodeMapAccess::GetSelectedAccess(TreeItem *, const QString &, bool, bool)";
+const char* kGetSelectedValue =
+    "QVariant NodeMapAccess::GetSelectedValueGeneric(TreeItem *, const QString &, bool, bool, ReturnValueType)";
+const char* kSetSelectedValue =
+    "bool NodeMapAccess::SetSelectedValueGeneric(TreeItem *, const QString &, const QVariant &, bool, bool)";
+const char* kExecuteSelected = "bool NodeMapAccess::ExecuteSelected(TreeItem *, const QString &, bool, bool)";
+const char* kReconnectItem = "void NodeMapAccess::ReconnectItem(TreeItem *, bool)";
+
+QString WhatText(NodeMapAccess::ReturnValueType what)
+{
+    switch (what)
+    {
+    case NodeMapAccess::ReturnValueType::Minimum:
+        return QStringLiteral("minimum");
+    case NodeMapAccess::ReturnValueType::Maximum:
+        return QStringLiteral("maximum");
+    case NodeMapAccess::ReturnValueType::Increment:
+        return QStringLiteral("increment");
+    default:
+        return QStringLiteral("value");
+    }
+}
+
+// QVariant comparison that treats two invalid values as equal and compares numbers by type and value.
+bool Same(const QVariant& a, const QVariant& b)
+{
+    if (a.isValid() != b.isValid())
+        return false;
+    if (!a.isValid())
+        return true;
+    return a.userType() == b.userType() && a == b;
+}
+
+} // namespace
+
+NodeMapAccess::NodeMapAccess(const QString& moduleName, QObject* parent)
+    : QObject(parent), moduleName(moduleName), m_sink(std::make_shared<CallbackSink>())
+{
+    qRegisterMetaType<TreeItem*>("TreeItem*");
+    qRegisterMetaType<FeatureAccess>("FeatureAccess");
+    qRegisterMetaType<std::shared_ptr<orna::core::NodeMap>>("std::shared_ptr<orna::core::NodeMap>");
+    m_writePool.setMaxThreadCount(1);
+    m_writePool.setExpiryTimeout(-1);
+
+    worker = new UpdateNodemapWorker(this);
+    worker->moveToThread(&workerThread);
+    connect(&workerThread, &QThread::finished, worker, &QObject::deleteLater);
+    connect(&workerThread, &QThread::started, worker, &UpdateNodemapWorker::Start);
+    connect(worker, &UpdateNodemapWorker::DoUpdate, this, &NodeMapAccess::SendDataChangedSignal,
+            Qt::QueuedConnection);
+    workerThread.setObjectName(QStringLiteral("UpdateNodemapWorker"));
+    workerThread.start();
+}
+
+NodeMapAccess::~NodeMapAccess()
+{
+    {
+        QMutexLocker lock(&pendingRolesMutex);
+        pendingRoleItems.clear();
+        pendingRoles.clear();
+    }
+    {
+        QMutexLocker lock(&m_sink->mutex);
+        m_sink->accepting = false;
+        m_sink->changedItems.clear();
+        m_sink->changedSet.clear();
+    }
+    connected = false;
+    {
+        QMutexLocker lock(&m_writeMutex);
+        m_pendingWrites.clear();
+        m_writeOrder.clear();
+    }
+    m_writePool.waitForDone();
+    // The worker's loop sees the stop within 10 ms; the thread then ends and deletes the worker.
+    worker->Stop();
+    workerThread.quit();
+    workerThread.wait();
+    DeleteTree();
+}
+
+// --- Tree
+
+void NodeMapAccess::SetNodeMap(std::shared_ptr<NodeMap> map)
+{
+    PauseWorker();
+    {
+        QMutexLocker lock(&m_writeMutex);
+        m_pendingWrites.clear();
+        m_writeOrder.clear();
+    }
+    m_writePool.waitForDone();
+    emit TreeAboutToBeReset();
+    {
+        QMutexLocker lock(&m_sink->mutex);
+        m_sink->accepting = false;
+        m_sink->changedItems.clear();
+        m_sink->changedSet.clear();
+    }
+    {
+        QMutexLocker lock(&pendingRolesMutex);
+        pendingRoleItems.clear();
+        pendingRoles.clear();
+    }
+    DeleteTree();
+    std::atomic_store(&nodeMap, std::move(map));
+    connected = nodeMap != nullptr;
+    if (nodeMap)
+    {
+        {
+            QMutexLocker lock(&m_sink->mutex);
+            m_sink->accepting = true;
+        }
+        CreateTree();
+    }
+    emit TreeReset();
+    ResumeWorker();
+}
+
+std::shared_ptr<NodeMap> NodeMapAccess::GetNodeMap() const
+{
+    return std::atomic_load(&nodeMap);
+}
+
+TreeItem* NodeMapAccess::FindItem(const QString& name) const
+{
+    return itemsByName.value(name, nullptr);
+}
+
+void NodeMapAccess::CreateTree()
+{
+    if (!nodeMap)
+        return;
+    std::shared_ptr<nodes::Node> rootNode;
+    try
+    {
+        rootNode = nodeMap->FindNode("Root");
+    }
+    catch (const std::exception& e)
+    {
+        Log(kCreateTree, QStringLiteral("Failed to find root node. "), e);
+        return;
+    }
+    root = new TreeItem(rootNode, this, nullptr);
+    IndexItem(root);
+}
+
+void NodeMapAccess::IndexItem(TreeItem* item)
+{
+    if (!itemsByName.contains(item->name))
+        itemsByName.insert(item->name, item);
+    for (TreeItem* child : item->children)
+        IndexItem(child);
+}
+
+void NodeMapAccess::DeleteTree()
+{
+    itemsByName.clear();
+    delete root;
+    root = nullptr;
+}
+
+void NodeMapAccess::PauseWorker()
+{
+    worker->Pause();
+    // The worker thread may not have entered its loop yet; then it is idle by construction.
+    while (!worker->IsIdle())
+        QThread::msleep(10);
+}
+
+void NodeMapAccess::ResumeWorker()
+{
+    worker->Resume();
+}
+
+// --- Helpers
+
+bool NodeMapAccess::Guard(const TreeItem* item) const
+{
+    return item && connected && item->GetNode();
+}
+
+void NodeMapAccess::Log(const char* context, const QString& message, const std::exception& e) const
+{
+    LogMessageSender::Error(logOrigin, QString::fromLatin1(context), message + QString::fromUtf8(e.what()));
+}
+
+void NodeMapAccess::Notify(TreeItem* item, int role) const
+{
+    emit item->dataChanged(item, role);
+    const_cast<NodeMapAccess*>(this)->OnItemDataChanged(item, role);
+}
+
+void NodeMapAccess::OnItemDataChanged(TreeItem* item, int column)
+{
+    {
+        QMutexLocker lock(&pendingRolesMutex);
+        pendingRoleItems.append(item);
+        pendingRoles.append(column);
+    }
+    if (!flushScheduled.exchange(true))
+        QMetaObject::invokeMethod(this, &NodeMapAccess::SendDataChangedSignal, Qt::QueuedConnection);
+}
+
+void NodeMapAccess::SendDataChangedSignal()
+{
+    flushScheduled = false;
+    QVector<TreeItem*> items;
+    QVector<int> roles;
+    {
+        QMutexLocker lock(&pendingRolesMutex);
+        items.swap(pendingRoleItems);
+        roles.swap(pendingRoles);
+    }
+    QSet<QPair<TreeItem*, int>> sent;
+    for (int i = 0; i < items.size(); ++i)
+    {
+        const QPair<TreeItem*, int> pair(items[i], roles[i]);
+        if (sent.contains(pair))
+            continue;
+        sent.insert(pair);
+        emit dataChanged(items[i], roles[i]);
+    }
+}
+
+void NodeMapAccess::QueueChanged(TreeItem* item) const
+{
+    QMutexLocker lock(&m_sink->mutex);
+    if (!m_sink->accepting || m_sink->changedSet.contains(item))
+        return;
+    m_sink->changedSet.insert(item);
+    m_sink->changedItems.append(item);
+}
+
+QList<TreeItem*> NodeMapAccess::TakeChangedItems()
+{
+    QList<TreeItem*> taken;
+    QMutexLocker lock(&m_sink->mutex);
+    taken.swap(m_sink->changedItems);
+    m_sink->changedSet.clear();
+    return taken;
+}
+
+// The nodes whose value may change with this one: what it selects, and what reads it or names it as an
+// invalidator. The node map fires their callbacks after a write already; queuing them here as well covers
+// items whose callback registration failed, and a selector's selected items that live elsewhere in the tree.
+void NodeMapAccess::QueueDependents(TreeItem* item) const
+{
+    auto node = item->GetNode();
+    if (!node)
+        return;
+    try
+    {
+        const size_t count = node->GetNumSelectedNodes();
+        for (size_t i = 0; i < count; ++i)
+            if (auto selected = node->GetSelectedNode(i))
+                if (TreeItem* dependent = FindItem(QString::fromStdString(selected->GetName())))
+                    QueueChanged(dependent);
+    }
+    catch (const std::exception&)
+    {
+        // Selected nodes are part of the description; a failure here only loses the early re-read.
+    }
+    for (TreeItem* child : item->children)
+        QueueChanged(child);
+}
+
+bool NodeMapAccess::RegisterCallback(TreeItem* item) const
+{
+    auto node = item->GetNode();
+    if (!node)
+        return false;
+    std::shared_ptr<CallbackSink> sink = m_sink;
+    const auto handle = node->RegisterChangedCallback([sink, item](const std::shared_ptr<nodes::Node>&) {
+        QMutexLocker lock(&sink->mutex);
+        if (!sink->accepting || sink->changedSet.contains(item))
+            return;
+        sink->changedSet.insert(item);
+        sink->changedItems.append(item);
+    });
+    QMutexLocker lock(&item->accessMutex);
+    item->changedCallback = handle;
+    return true;
+}
+
+// --- Update group
+
+bool NodeMapAccess::UpdateAccess(TreeItem* item, UpdateMode mode) const
+{
+    if (!item)
+        return false;
+    if (!connected)
+    {
+        if (mode != UpdateMode::Quiet)
+        {
+            emit item->accessChanged(FeatureAccess::Unbound);
+            Notify(item, RoleAccessStatus);
+        }
+        return false;
+    }
+    auto node = item->GetNode();
+    auto map = GetMap();
+    if (!node || !map)
+        return false;
+    // As in UpdateValue: read, store and signal under the map's mutex, so concurrent updates stay in order.
+    std::lock_guard<NodeMap> mapLock(*map);
+    uint8_t access = 0;
+    try
+    {
+        access = static_cast<uint8_t>(node->GetAccessStatus());
+    }
+    catch (const std::exception& e)
+    {
+        Log(kUpdateAccess, QStringLiteral("Failed to read access status of node %1. ").arg(item->name), e);
+        return false;
+    }
+    bool changed = false;
+    bool readableChanged = false;
+    {
+        QMutexLocker lock(&item->accessMutex);
+        if (mode == UpdateMode::Forced || access != item->access)
+        {
+            changed = true;
+            item->access = access;
+            const bool wasReadable = item->readable;
+            switch (static_cast<FeatureAccess>(access))
+            {
+            case FeatureAccess::WriteOnly:
+                item->readable = false;
+                item->writeable = !item->applicationLock;
+                break;
+            case FeatureAccess::ReadOnly:
+                item->readable = true;
+                item->writeable = false;
+                break;
+            case FeatureAccess::ReadWrite:
+                item->readable = true;
+                item->writeable = !item->applicationLock;
+                break;
+            default:
+                item->readable = false;
+                item->writeable = false;
+                break;
+            }
+            item->locked = item->applicationLock;
+            readableChanged = wasReadable != item->readable;
+        }
+    }
+    if (changed && mode != UpdateMode::Quiet)
+    {
+        emit item->accessChanged(static_cast<FeatureAccess>(access));
+        Notify(item, RoleAccessStatus);
+        if (readableChanged)
+            Notify(item, RoleValue);
+    }
+    return true;
+}
+
+QVariant NodeMapAccess::ReadNodeValue(TreeItem* item) const
+{
+    auto node = item->GetNode();
+    switch (item->type)
+    {
+    case FeatureType::Integer:
+        return QVariant::fromValue<qlonglong>(nodes::NodeCast<nodes::IntegerNode>(node)->GetValue());
+    case FeatureType::Boolean:
+        return QVariant(nodes::NodeCast<nodes::BooleanNode>(node)->GetValue());
+    case FeatureType::Float:
+        return QVariant(nodes::NodeCast<nodes::FloatNode>(node)->GetValue());
+    case FeatureType::String:
+        return QVariant(QString::fromStdString(nodes::NodeCast<nodes::StringNode>(node)->GetValue()));
+    case FeatureType::Register: {
+        const auto bytes = nodes::NodeCast<nodes::RegisterNode>(node)->Read();
+        return QVariant(QByteArray(reinterpret_cast<const char*>(bytes.data()), static_cast<int>(bytes.size())));
+    }
+    case FeatureType::Enumeration: {
+        auto entry = nodes::NodeCast<nodes::EnumerationNode>(node)->GetCurrentEntry();
+        return entry ? QVariant(QString::fromStdString(entry->GetSymbolicValue())) : QVariant();
+    }
+    default:
+        return QVariant();
+    }
+}
+
+// The selector entry a selector-dependent item's value belongs to: the selector's current value as a key.
+static QString SelectorKey(const std::shared_ptr<nodes::Node>& selector)
+{
+    if (selector->GetType() == nodes::NodeType::Enumeration)
+    {
+        auto entry = nodes::NodeCast<nodes::EnumerationNode>(selector)->GetCurrentEntry();
+        return entry ? QString::fromStdString(entry->GetSymbolicValue()) : QString();
+    }
+    if (selector->GetType() == nodes::NodeType::Integer)
+        return QString::number(nodes::NodeCast<nodes::IntegerNode>(selector)->GetValue());
+    return QString();
+}
+
+void NodeMapAccess::RecordSelectorValue(TreeItem* item, const QString& key, const QVariant& value) const
+{
+    QMutexLocker lock(&item->valueMutex);
+    if (item->selectorValues.contains(key))
+        item->selectorValues[key] = value;
+}
+
+bool NodeMapAccess::UpdateValue(TreeItem* item, UpdateMode mode, bool forced) const
+{
+    if (!Guard(item))
+        return false;
+    bool notRead = false;
+    {
+        QMutexLocker lock(&item->accessMutex);
+        notRead = item->access >= TreeItem::AccessNotRead;
+    }
+    if (notRead)
+        UpdateAccess(item, mode);
+    if (!item->IsReadable())
+        return false;
+    if (item->type == FeatureType::Category || item->type == FeatureType::Command ||
+        item->type == FeatureType::Unknown)
+        return false;
+
+    auto map = GetMap();
+    if (!map)
+        return false;
+    // Read, store and signal in one hold of the map's mutex: a read-back on the write thread and a re-read on
+    // the worker cannot then store or report an older value after a newer one. (Map mutex before item mutex,
+    // never the other way round.)
+    std::lock_guard<NodeMap> mapLock(*map);
+    QVariant value;
+    QString selectorKey;
+    try
+    {
+        bool selected = false;
+        {
+            QMutexLocker lock(&item->valueMutex);
+            selected = !item->selectorValues.isEmpty();
+        }
+        if (selected && item->parent && item->parent->GetNode())
+            selectorKey = SelectorKey(item->parent->GetNode());
+        value = ReadNodeValue(item);
+    }
+    catch (const std::exception& e)
+    {
+        Log(kUpdateValue, QStringLiteral("Failed to read value of node %1. ").arg(item->name), e);
+        return false;
+    }
+    // Filed under the selector entry it was read with.
+    if (!selectorKey.isEmpty())
+        RecordSelectorValue(item, selectorKey, value);
+
+    bool changed = false;
+    {
+        QMutexLocker lock(&item->valueMutex);
+        if (forced || mode == UpdateMode::Forced || !Same(item->value, value))
+        {
+            changed = true;
+            item->value = value;
+            item->stringValue = item->type == FeatureType::Enumeration ? value.toString() : QString();
+        }
+    }
+    if (changed && mode != UpdateMode::Quiet)
+    {
+        emit item->valueChanged(value, static_cast<int>(item->type));
+        Notify(item, RoleValue);
+        emit const_cast<NodeMapAccess*>(this)->valueChanged(item, value);
+    }
+    return true;
+}
+
+namespace {
+
+enum class RangePart
+{
+    Minimum,
+    Maximum,
+    Increment
+};
+
+QVariant ReadRange(TreeItem* item, RangePart part)
+{
+    auto node = item->GetNode();
+    if (item->type == FeatureType::Integer)
+    {
+        auto integer = nodes::NodeCast<nodes::IntegerNode>(node);
+        switch (part)
+        {
+        case RangePart::Minimum:
+            return QVariant::fromValue<qlonglong>(integer->GetMinimum());
+        case RangePart::Maximum:
+            return QVariant::fromValue<qlonglong>(integer->GetMaximum());
+        case RangePart::Increment:
+            return QVariant::fromValue<qlonglong>(integer->GetIncrement());
+        }
+    }
+    if (item->type == FeatureType::Float)
+    {
+        auto floating = nodes::NodeCast<nodes::FloatNode>(node);
+        switch (part)
+        {
+        case RangePart::Minimum:
+            return QVariant(floating->GetMinimum());
+        case RangePart::Maximum:
+            return QVariant(floating->GetMaximum());
+        case RangePart::Increment:
+            return floating->GetHasConstantIncrement() ? QVariant(floating->GetIncrement()) : QVariant();
+        }
+    }
+    return QVariant();
+}
+
+} // namespace
+
+static bool UpdateRangePart(const NodeMapAccess* access, TreeItem* item, NodeMapAccess::UpdateMode mode,
+                            RangePart part, const char* context, const QString& text, int role,
+                            const std::function<void(const char*, const QString&, const std::exception&)>& log,
+                            const std::function<void(TreeItem*, int)>& notify)
+{
+    Q_UNUSED(access);
+    if (item->type != FeatureType::Integer && item->type != FeatureType::Float)
+        return false;
+    QVariant value;
+    try
+    {
+        value = ReadRange(item, part);
+    }
+    catch (const std::exception& e)
+    {
+        log(context, text.arg(item->name), e);
+        return false;
+    }
+    bool changed = false;
+    QVariant minimum, maximum, increment;
+    {
+        QMutexLocker lock(&item->rangeMutex);
+        QVariant& slot = part == RangePart::Minimum   ? item->minimum
+                         : part == RangePart::Maximum ? item->maximum
+                                                      : item->increment;
+        if (mode == NodeMapAccess::UpdateMode::Forced || !Same(slot, value))
+        {
+            changed = true;
+            slot = value;
+        }
+        minimum = item->minimum;
+        maximum = item->maximum;
+        increment = item->increment;
+    }
+    if (changed && mode != NodeMapAccess::UpdateMode::Quiet)
+    {
+        emit item->rangeChanged(minimum, maximum, increment, static_cast<int>(item->type));
+        notify(item, role);
+    }
+    return true;
+}
+
+bool NodeMapAccess::UpdateMinimum(TreeItem* item, UpdateMode mode) const
+{
+    if (!Guard(item))
+        return false;
+    return UpdateRangePart(
+        this, item, mode, RangePart::Minimum, kUpdateMinimum, QStringLiteral("Failed to read minimum of node %1. "),
+        RoleMinimum, [this](const char* c, const QString& m, const std::exception& e) { Log(c, m, e); },
+        [this](TreeItem* i, int r) { Notify(i, r); });
+}
+
+bool NodeMapAccess::UpdateMaximum(TreeItem* item, UpdateMode mode) const
+{
+    if (!Guard(item))
+        return false;
+    return UpdateRangePart(
+        this, item, mode, RangePart::Maximum, kUpdateMaximum, QStringLiteral("Failed to read maximum of node %1. "),
+        RoleMaximum, [this](const char* c, const QString& m, const std::exception& e) { Log(c, m, e); },
+        [this](TreeItem* i, int r) { Notify(i, r); });
+}
+
+bool NodeMapAccess::UpdateIncrement(TreeItem* item, UpdateMode mode) const
+{
+    if (!Guard(item))
+        return false;
+    return UpdateRangePart(
+        this, item, mode, RangePart::Increment, kUpdateIncrement,
+        QStringLiteral("Failed to read increment of node %1. "), RoleIncrement,
+        [this](const char* c, const QString& m, const std::exception& e) { Log(c, m, e); },
+        [this](TreeItem* i, int r) { Notify(i, r); });
+}
+
+bool NodeMapAccess::UpdateEntries(TreeItem* item, UpdateMode mode) const
+{
+    if (!Guard(item) || item->type != FeatureType::Enumeration)
+        return false;
+    QStringList entries;
+    QStringList descriptions;
+    try
+    {
+        auto enumeration = nodes::NodeCast<nodes::EnumerationNode>(item->GetNode());
+        for (const auto& entry : enumeration->GetEntries())
+        {
+            const auto status = entry->GetAccessStatus();
+            if (status == nodes::NodeAccessStatus::NotImplemented || status == nodes::NodeAccessStatus::NotAvailable)
+                continue;
+            if (entry->GetVisibility() == nodes::NodeVisibility::Invisible)
+                continue;
+            entries.append(QString::fromStdString(entry->GetSymbolicValue()));
+            descriptions.append(QString::fromStdString(entry->GetDescription()));
+        }
+    }
+    catch (const std::exception& e)
+    {
+        Log(kUpdateEntries, QStringLiteral("Failed to read entries of node %1. ").arg(item->name), e);
+        return false;
+    }
+    bool changed = false;
+    {
+        QMutexLocker lock(&item->entriesMutex);
+        if (mode == UpdateMode::Forced || entries != item->entries || descriptions != item->entryDescriptions)
+        {
+            changed = true;
+            item->entries = entries;
+            item->entryDescriptions = descriptions;
+        }
+    }
+    if (changed && mode != UpdateMode::Quiet)
+    {
+        emit item->entriesChanged(entries);
+        Notify(item, RoleEntries);
+    }
+    return true;
+}
+
+void NodeMapAccess::UpdateItem(TreeItem* item, UpdateMode mode, bool recursive) const
+{
+    if (!item || !item->GetNode())
+        return;
+    const bool skip = (item->visibility == 3 && !invisibleNodesPolled) || (item->busy && !updateBusyNodes);
+    if (!skip)
+    {
+        UpdateAccess(item, mode);
+        if (item->IsReadable() && item->type != FeatureType::Command && item->type != FeatureType::Category)
+        {
+            UpdateMaximum(item, mode);
+            UpdateIncrement(item, mode);
+            UpdateMinimum(item, mode);
+            UpdateValue(item, mode, false);
+            UpdateEntries(item, mode);
+        }
+    }
+    if (recursive)
+        for (TreeItem* child : item->children)
+            UpdateItem(child, mode, true);
+}
+
+void NodeMapAccess::OnUpdateRequested()
+{
+    UpdateItem(root, UpdateMode::Normal, true);
+}
+
+void NodeMapAccess::OnUpdateValueRequested(TreeItem* item)
+{
+    UpdateItem(item, UpdateMode::Normal, false);
+}
+
+// --- Description reads
+
+QString NodeMapAccess::GetDescription(TreeItem* item) const
+{
+    if (!Guard(item))
+        return QString();
+    try
+    {
+        return QString::fromStdString(item->GetNode()->GetDescription());
+    }
+    catch (const std::exception& e)
+    {
+        Log(kGetDescription, QStringLiteral("Failed to read description of node %1. ").arg(item->name), e);
+        return QString();
+    }
+}
+
+QString NodeMapAccess::GetTooltip(TreeItem* item) const
+{
+    if (!Guard(item))
+        return QString();
+    try
+    {
+        return QString::fromStdString(item->GetNode()->GetToolTip());
+    }
+    catch (const std::exception& e)
+    {
+        Log(kGetTooltip, QStringLiteral("Failed to read tooltip of node %1. ").arg(item->name), e);
+        return QString();
+    }
+}
+
+QString NodeMapAccess::GetUnit(TreeItem* item) const
+{
+    if (!Guard(item))
+        return QString();
+    try
+    {
+        if (item->type == FeatureType::Integer)
+            return QString::fromStdString(nodes::NodeCast<nodes::IntegerNode>(item->GetNode())->GetUnit());
+        if (item->type == FeatureType::Float)
+            return QString::fromStdString(nodes::NodeCast<nodes::FloatNode>(item->GetNode())->GetUnit());
+    }
+    catch (const std::exception& e)
+    {
+        Log(kGetUnit, QStringLiteral("Failed to read unit of node %1. ").arg(item->name), e);
+    }
+    return QString();
+}
+
+QStringList NodeMapAccess::GetEntryDescriptions(TreeItem* item) const
+{
+    QStringList descriptions;
+    if (!Guard(item) || item->type != FeatureType::Enumeration)
+        return descriptions;
+    try
+    {
+        for (const auto& entry : nodes::NodeCast<nodes::EnumerationNode>(item->GetNode())->GetEntries())
+            descriptions.append(QString::fromStdString(entry->GetDescription()));
+    }
+    catch (const std::exception& e)
+    {
+        Log(kGetEntryDescriptions, QStringLiteral("Failed to read entry descriptions of node %1. ").arg(item->name),
+            e);
+    }
+    return descriptions;
+}
+
+qint8 NodeMapAccess::GetRepresentation(TreeItem* item) const
+{
+    if (!Guard(item) || item->type != FeatureType::Integer)
+        return -1;
+    try
+    {
+        return static_cast<qint8>(nodes::NodeCast<nodes::IntegerNode>(item->GetNode())->GetRepresentation());
+    }
+    catch (const std::exception& e)
+    {
+        Log(kGetRepresentation, QStringLiteral("Failed to read representation of node %1. ").arg(item->name), e);
+        return -1;
+    }
+}
+
+int NodeMapAccess::GetPrecision(TreeItem* item) const
+{
+    if (!Guard(item) || item->type != FeatureType::Float)
+        return 0;
+    try
+    {
+        return static_cast<int>(nodes::NodeCast<nodes::FloatNode>(item->GetNode())->GetPrecision());
+    }
+    catch (const std::exception& e)
+    {
+        Log(kGetPrecision, QStringLiteral("Failed to read precision of node %1. ").arg(item->name), e);
+        return 0;
+    }
+}
+
+// --- Writes
+
+// Writes one value by the item's type, the item busy meanwhile; then reads it back at once (what the camera
+// took, not what was written) and queues its dependents. False on refusal or failure; failures are logged.
+bool NodeMapAccess::WriteNode(TreeItem* item, const QVariant& value, const char* context)
+{
+    if (!Guard(item))
+        return false;
+    UpdateAccess(item, UpdateMode::Normal);
+    if (!item->IsWriteable())
+        return false;
+    auto node = item->GetNode();
+    if (!node)
+        return false;
+    bool ok = true;
+    item->busy = true;
+    try
+    {
+        switch (item->type)
+        {
+        case FeatureType::Integer:
+            nodes::NodeCast<nodes::IntegerNode>(node)->SetValue(value.toLongLong());
+            break;
+        case FeatureType::Float:
+            nodes::NodeCast<nodes::FloatNode>(node)->SetValue(value.toDouble());
+            break;
+        case FeatureType::Boolean:
+            nodes::NodeCast<nodes::BooleanNode>(node)->SetValue(value.toBool());
+            break;
+        case FeatureType::String:
+            nodes::NodeCast<nodes::StringNode>(node)->SetValue(value.toString().toStdString());
+            break;
+        case FeatureType::Enumeration: {
+            auto enumeration = nodes::NodeCast<nodes::EnumerationNode>(node);
+            if (value.userType() == QMetaType::QString)
+                enumeration->SetCurrentEntryBySymbolicValue(value.toString().toStdString());
+            else
+                enumeration->SetCurrentEntryByValue(value.toLongLong());
+            break;
+        }
+        case FeatureType::Register: {
+            const QByteArray bytes = value.toByteArray();
+            nodes::NodeCast<nodes::RegisterNode>(node)->Write(reinterpret_cast<const uint8_t*>(bytes.constData()),
+                                                              static_cast<size_t>(bytes.size()));
+            break;
+        }
+        default:
+            ok = false;
+            break;
+        }
+        if (ok)
+            ++writeCount;
+    }
+    catch (const std::exception& e)
+    {
+        QString text = QStringLiteral("Failed to write value of node %1. ").arg(item->name);
+        if (item->type == FeatureType::Boolean)
+            text = QStringLiteral("Failed to write value of node %1 (%2). ")
+                       .arg(item->name, value.toBool() ? QStringLiteral("true") : QStringLiteral("false"));
+        Log(context, text, e);
+        ok = false;
+    }
+    item->busy = false;
+    return ok;
+}
+
+bool NodeMapAccess::SetValueGeneric(TreeItem* item, const QVariant& value, bool readDependents)
+{
+    const bool ok = WriteNode(item, value, kSetValueGeneric);
+    if (!item || !connected)
+        return ok;
+    // Read back in either case: on failure the cache shows the old value again.
+    UpdateValue(item, UpdateMode::Normal, false);
+    if (ok && readDependents)
+        QueueDependents(item);
+    return ok;
+}
+
+bool NodeMapAccess::SetValue(TreeItem* item, const int64_t& value, bool readDependents)
+{
+    if (!item || (item->type != FeatureType::Integer && item->type != FeatureType::Enumeration))
+        return false;
+    const bool ok = WriteNode(item, QVariant::fromValue<qlonglong>(value), kSetValueInt);
+    if (item->GetNode() && connected)
+        UpdateValue(item, UpdateMode::Normal, false);
+    if (ok && readDependents)
+        QueueDependents(item);
+    return ok;
+}
+
+bool NodeMapAccess::SetValue(TreeItem* item, const double& value, bool readDependents)
+{
+    if (!item || item->type != FeatureType::Float)
+        return false;
+    const bool ok = WriteNode(item, QVariant(value), kSetValueDouble);
+    if (item->GetNode() && connected)
+        UpdateValue(item, UpdateMode::Normal, false);
+    if (ok && readDependents)
+        QueueDependents(item);
+    return ok;
+}
+
+bool NodeMapAccess::SetValue(TreeItem* item, bool value, bool readDependents)
+{
+    if (!item || item->type != FeatureType::Boolean)
+        return false;
+    const bool ok = WriteNode(item, QVariant(value), kSetValueBool);
+    if (item->GetNode() && connected)
+        UpdateValue(item, UpdateMode::Normal, false);
+    if (ok && readDependents)
+        QueueDependents(item);
+    return ok;
+}
+
+bool NodeMapAccess::SetValue(TreeItem* item, const QString& value, bool readDependents)
+{
+    if (!item || (item->type != FeatureType::String && item->type != FeatureType::Enumeration))
+        return false;
+    const bool ok = WriteNode(item, QVariant(value), kSetValueString);
+    if (item->GetNode() && connected)
+        UpdateValue(item, UpdateMode::Normal, false);
+    if (ok && readDependents)
+        QueueDependents(item);
+    return ok;
+}
+
+bool NodeMapAccess::SetValue(TreeItem* item, const std::vector<uint8_t>& value, bool readDependents)
+{
+    if (!item || item->type != FeatureType::Register)
+        return false;
+    const QByteArray bytes(reinterpret_cast<const char*>(value.data()), static_cast<int>(value.size()));
+    const bool ok = WriteNode(item, QVariant(bytes), kSetValueRegister);
+    if (item->GetNode() && connected)
+        UpdateValue(item, UpdateMode::Normal, false);
+    if (ok && readDependents)
+        QueueDependents(item);
+    return ok;
+}
+
+void NodeMapAccess::RequestValue(TreeItem* item, const QVariant& value)
+{
+    if (!Guard(item))
+        return;
+    QMutexLocker lock(&m_writeMutex);
+    if (!m_pendingWrites.contains(item))
+        m_writeOrder.append(item);
+    m_pendingWrites.insert(item, value);
+    if (m_writerRunning)
+        return;
+    m_writerRunning = true;
+    m_writePool.start([this] { DrainWrites(); });
+}
+
+// Runs on the write thread until no request is left. A request that arrives while its item is being written
+// stays pending and is written next, so the last requested value is always the last one written.
+void NodeMapAccess::DrainWrites()
+{
+    while (true)
+    {
+        TreeItem* item = nullptr;
+        QVariant value;
+        {
+            QMutexLocker lock(&m_writeMutex);
+            if (m_writeOrder.isEmpty())
+            {
+                m_writerRunning = false;
+                m_writesDone.wakeAll();
+                return;
+            }
+            item = m_writeOrder.takeFirst();
+            value = m_pendingWrites.take(item);
+        }
+        SetValueGeneric(item, value, true);
+    }
+}
+
+bool NodeMapAccess::WaitForWrites(int timeoutMs)
+{
+    QElapsedTimer timer;
+    timer.start();
+    QMutexLocker lock(&m_writeMutex);
+    while (m_writerRunning)
+    {
+        const qint64 left = timeoutMs - timer.elapsed();
+        if (left <= 0)
+            return false;
+        m_writesDone.wait(&m_writeMutex, static_cast<unsigned long>(left));
+    }
+    return true;
+}
+
+void NodeMapAccess::OnSetValueRequested(TreeItem* item, QVariant value)
+{
+    RequestValue(item, value);
+}
+
+// --- Commands
+
+bool NodeMapAccess::Execute(TreeItem* item, bool wait)
+{
+    if (!Guard(item) || item->type != FeatureType::Command)
+        return false;
+    UpdateAccess(item, UpdateMode::Normal);
+    if (!item->IsWriteable())
+        return false;
+    auto command = nodes::NodeCast<nodes::CommandNode>(item->GetNode());
+    const bool reset = item->name == QLatin1String("DeviceReset") || item->name == QLatin1String("ResetToFactoryDefaults");
+    try
+    {
+        if (reset)
+        {
+            // The device goes away with this command: let go of it first.
+            OnDisconnected(true);
+            command->Execute();
+            emit Signal_DeviceResetExecuted();
+            return true;
+        }
+        command->Execute();
+        if (wait)
+            command->WaitUntilDone(5000);
+        ++writeCount;
+    }
+    catch (const std::exception& e)
+    {
+        Log(kExecute, QStringLiteral("Failed to execute node %1. ").arg(item->name), e);
+        return false;
+    }
+    emit item->executed();
+    QueueDependents(item);
+    return true;
+}
+
+void NodeMapAccess::OnExecuteRequested(TreeItem* item)
+{
+    Execute(item, false);
+}
+
+// --- Increment and decrement
+
+void NodeMapAccess::IncrementValue(TreeItem* item)
+{
+    if (!Guard(item))
+        return;
+    UpdateAccess(item, UpdateMode::Normal);
+    if (!item->IsWriteable())
+        return;
+    try
+    {
+        auto node = item->GetNode();
+        if (item->type == FeatureType::Integer)
+        {
+            auto integer = nodes::NodeCast<nodes::IntegerNode>(node);
+            const int64_t value = integer->GetValue();
+            const int64_t maximum = integer->GetMaximum();
+            const int64_t step = std::max<int64_t>(1, integer->GetIncrement());
+            SetValue(item, value > maximum - step ? maximum : value + step, true);
+        }
+        else if (item->type == FeatureType::Float)
+        {
+            auto floating = nodes::NodeCast<nodes::FloatNode>(node);
+            if (!floating->GetHasConstantIncrement())
+                return;
+            SetValue(item, std::min(floating->GetMaximum(), floating->GetValue() + floating->GetIncrement()), true);
+        }
+    }
+    catch (const std::exception& e)
+    {
+        Log(kIncrement, QStringLiteral("Failed to write value of node %1. ").arg(item->name), e);
+    }
+}
+
+void NodeMapAccess::DecrementValue(TreeItem* item)
+{
+    if (!Guard(item))
+        return;
+    UpdateAccess(item, UpdateMode::Normal);
+    if (!item->IsWriteable())
+        return;
+    try
+    {
+        auto node = item->GetNode();
+        if (item->type == FeatureType::Integer)
+        {
+            auto integer = nodes::NodeCast<nodes::IntegerNode>(node);
+            const int64_t value = integer->GetValue();
+            const int64_t minimum = integer->GetMinimum();
+            const int64_t step = std::max<int64_t>(1, integer->GetIncrement());
+            SetValue(item, value < minimum + step ? minimum : value - step, true);
+        }
+        else if (item->type == FeatureType::Float)
+        {
+            auto floating = nodes::NodeCast<nodes::FloatNode>(node);
+            if (!floating->GetHasConstantIncrement())
+                return;
+            SetValue(item, std::max(floating->GetMinimum(), floating->GetValue() - floating->GetIncrement()), true);
+        }
+    }
+    catch (const std::exception& e)
+    {
+        Log(kDecrement, QStringLiteral("Failed to write value of node %1. ").arg(item->name), e);
+    }
+}
+
+void NodeMapAccess::IncrementSelectedValue(TreeItem* item, QString selectorEntry)
+{
+    if (!Guard(item) || (item->type != FeatureType::Integer && item->type != FeatureType::Float))
+        return;
+    const QVariant value = GetSelectedValueGeneric(item, selectorEntry, true, true, ReturnValueType::Value);
+    const QVariant maximum = GetSelectedValueGeneric(item, selectorEntry, true, true, ReturnValueType::Maximum);
+    const QVariant step = GetSelectedValueGeneric(item, selectorEntry, true, true, ReturnValueType::Increment);
+    if (!value.isValid() || !maximum.isValid() || !step.isValid())
+    {
+        LogMessageSender::Error(logOrigin, kIncrementSelected,
+                                QStringLiteral("Failed to write value of node %1[%2]. ").arg(item->name, selectorEntry));
+        return;
+    }
+    const QVariant next = item->type == FeatureType::Integer
+                              ? QVariant::fromValue<qlonglong>(std::min(maximum.toLongLong(),
+                                                                        value.toLongLong() + std::max(1LL, step.toLongLong())))
+                              : QVariant(std::min(maximum.toDouble(), value.toDouble() + step.toDouble()));
+    SetSelectedValueGeneric(item, selectorEntry, next, true, true);
+}
+
+void NodeMapAccess::DecrementSelectedValue(TreeItem* item, QString selectorEntry)
+{
+    if (!Guard(item) || (item->type != FeatureType::Integer && item->type != FeatureType::Float))
+        return;
+    const QVariant value = GetSelectedValueGeneric(item, selectorEntry, true, true, ReturnValueType::Value);
+    const QVariant minimum = GetSelectedValueGeneric(item, selectorEntry, true, true, ReturnValueType::Minimum);
+    const QVariant step = GetSelectedValueGeneric(item, selectorEntry, true, true, ReturnValueType::Increment);
+    if (!value.isValid() || !minimum.isValid() || !step.isValid())
+    {
+        LogMessageSender::Error(logOrigin, kDecrementSelected,
+                                QStringLiteral("Failed to write value of node %1[%2]. ").arg(item->name, selectorEntry));
+        return;
+    }
+    const QVariant next = item->type == FeatureType::Integer
+                              ? QVariant::fromValue<qlonglong>(std::max(minimum.toLongLong(),
+                                                                        value.toLongLong() - std::max(1LL, step.toLongLong())))
+                              : QVariant(std::max(minimum.toDouble(), value.toDouble() - step.toDouble()));
+    SetSelectedValueGeneric(item, selectorEntry, next, true, true);
+}
+
+// --- Selected access
+
+TreeItem* NodeMapAccess::SelectorOf(TreeItem* item) const
+{
+    TreeItem* selector = item ? item->parent : nullptr;
+    if (!selector || !selector->GetNode())
+        return nullptr;
+    if (selector->type != FeatureType::Enumeration && selector->type != FeatureType::Integer)
+        return nullptr;
+    return selector;
+}
+
+// Sets the selector to entry; previous receives its value before, empty when it was already there.
+bool NodeMapAccess::SelectEntry(TreeItem* selector, const QString& entry, QString* previous)
+{
+    auto node = selector->GetNode();
+    const QString current = SelectorKey(node);
+    if (current == entry)
+        return true;
+    if (previous)
+        *previous = current;
+    if (selector->type == FeatureType::Enumeration)
+        nodes::NodeCast<nodes::EnumerationNode>(node)->SetCurrentEntryBySymbolicValue(entry.toStdString());
+    else
+    {
+        // An integer selector takes the number in the text.
+        QString digits;
+        for (const QChar c : entry)
+            if (c.isDigit() || (digits.isEmpty() && c == QLatin1Char('-')))
+                digits.append(c);
+        nodes::NodeCast<nodes::IntegerNode>(node)->SetValue(digits.toLongLong());
+    }
+    return true;
+}
+
+uint32_t NodeMapAccess::GetSelectedAccess(TreeItem* item, const QString& selectorEntry, bool select, bool restore)
+{
+    if (!Guard(item))
+        return 0;
+    UpdateAccess(item, UpdateMode::Normal);
+    TreeItem* selector = SelectorOf(item);
+    uint32_t access = 0;
+    try
+    {
+        auto map = GetMap();
+        if (!map)
+            return {};
+        std::lock_guard<NodeMap> lock(*map);
+        QString previous;
+        if (select && selector)
+            SelectEntry(selector, selectorEntry, &previous);
+        access = static_cast<uint32_t>(item->GetNode()->GetAccessStatus());
+        if (restore && selector && !previous.isEmpty())
+            SelectEntry(selector, previous, nullptr);
+    }
+    catch (const std::exception& e)
+    {
+        Log(kGetSelectedAccess,
+            QStringLiteral("Failed to read access of node %1[%2]. ").arg(item->name, selectorEntry), e);
+        return 0;
+    }
+    return access;
+}
+
+QVariant NodeMapAccess::GetSelectedValueGeneric(TreeItem* item, const QString& selectorEntry, bool select,
+                                                bool restore, ReturnValueType what)
+{
+    if (!Guard(item))
+        return QVariant();
+    UpdateAccess(item, UpdateMode::Normal);
+    TreeItem* selector = SelectorOf(item);
+    QVariant result;
+    try
+    {
+        auto map = GetMap();
+        if (!map)
+            return {};
+        std::lock_guard<NodeMap> lock(*map);
+        QString previous;
+        if (select && selector)
+            SelectEntry(selector, selectorEntry, &previous);
+        switch (what)
+        {
+        case ReturnValueType::Value:
+            result = ReadNodeValue(item);
+            break;
+        case ReturnValueType::Minimum:
+            result = ReadRange(item, RangePart::Minimum);
+            break;
+        case ReturnValueType::Maximum:
+            result = ReadRange(item, RangePart::Maximum);
+            break;
+        case ReturnValueType::Increment:
+            result = ReadRange(item, RangePart::Increment);
+            break;
+        }
+        if (restore && selector && !previous.isEmpty())
+            SelectEntry(selector, previous, nullptr);
+    }
+    catch (const std::exception& e)
+    {
+        Log(kGetSelectedValue,
+            QStringLiteral("Failed to read %1 of node %2[%3]. ").arg(WhatText(what), item->name, selectorEntry), e);
+        return QVariant();
+    }
+    if (what == ReturnValueType::Value && result.isValid())
+        RecordSelectorValue(item, selectorEntry, result);
+    return result;
+}
+
+bool NodeMapAccess::SetSelectedValueGeneric(TreeItem* item, const QString& selectorEntry, const QVariant& value,
+                                            bool select, bool restore)
+{
+    if (!Guard(item))
+        return false;
+    UpdateAccess(item, UpdateMode::Normal);
+    TreeItem* selector = SelectorOf(item);
+    bool ok = true;
+    try
+    {
+        auto map = GetMap();
+        if (!map)
+            return {};
+        std::lock_guard<NodeMap> lock(*map);
+        QString previous;
+        if (select && selector)
+            SelectEntry(selector, selectorEntry, &previous);
+        ok = WriteNode(item, value, kSetSelectedValue);
+        if (ok)
+            RecordSelectorValue(item, selectorEntry, ReadNodeValue(item));
+        if (restore && selector && !previous.isEmpty())
+            SelectEntry(selector, previous, nullptr);
+    }
+    catch (const std::exception& e)
+    {
+        Log(kSetSelectedValue, QStringLiteral("Failed to write value of node %1[%2]. ").arg(item->name, selectorEntry),
+            e);
+        ok = false;
+    }
+    QueueChanged(item);
+    if (selector)
+        QueueChanged(selector);
+    QueueDependents(item);
+    return ok;
+}
+
+bool NodeMapAccess::ExecuteSelected(TreeItem* item, const QString& selectorEntry, bool select, bool restore)
+{
+    if (!Guard(item) || item->type != FeatureType::Command)
+        return false;
+    TreeItem* selector = SelectorOf(item);
+    try
+    {
+        auto map = GetMap();
+        if (!map)
+            return {};
+        std::lock_guard<NodeMap> lock(*map);
+        QString previous;
+        if (select && selector)
+            SelectEntry(selector, selectorEntry, &previous);
+        nodes::NodeCast<nodes::CommandNode>(item->GetNode())->Execute();
+        if (restore && selector && !previous.isEmpty())
+            SelectEntry(selector, previous, nullptr);
+    }
+    catch (const std::exception& e)
+    {
+        Log(kExecuteSelected, QStringLiteral("Failed to execute node %1[%2]. ").arg(item->name, selectorEntry), e);
+        return false;
+    }
+    emit item->executed();
+    return true;
+}
+
+// --- Application lock
+
+void NodeMapAccess::SetApplicationLock(const QStringList& names, bool locked)
+{
+    for (const QString& name : names)
+    {
+        TreeItem* item = FindItem(name);
+        if (!item)
+            continue;
+        {
+            QMutexLocker lock(&item->accessMutex);
+            item->applicationLock = locked;
+        }
+        UpdateAccess(item, UpdateMode::Forced);
+    }
+}
+
+// --- Store, disconnect, reconnect, restore
+
+void NodeMapAccess::StoreValues()
+{
+    if (!connected || !root)
+        return;
+    PauseWorker();
+    StoreItemValues(root);
+    ResumeWorker();
+}
+
+void NodeMapAccess::StoreItemValues(TreeItem* item)
+{
+    if (!item->GetSelectorValues().isEmpty() && item->IsReadable())
+    {
+        const auto keys = item->GetSelectorValues().keys();
+        for (const QString& key : keys)
+            GetSelectedValueGeneric(item, key, true, true, ReturnValueType::Value);
+    }
+    else if (item->IsReadable())
+    {
+        UpdateValue(item, UpdateMode::Quiet, false);
+    }
+    for (TreeItem* child : item->children)
+        StoreItemValues(child);
+}
+
+void NodeMapAccess::OnDisconnected(bool deleteCallback)
+{
+    if (!connected)
+        return;
+    {
+        QMutexLocker lock(&m_sink->mutex);
+        connected = false;
+        m_sink->accepting = false;
+        m_sink->changedItems.clear();
+        m_sink->changedSet.clear();
+    }
+    {
+        // Requests not yet started are dropped; one that is running fails on its own and is logged.
+        QMutexLocker lock(&m_writeMutex);
+        m_pendingWrites.clear();
+        m_writeOrder.clear();
+    }
+    PauseWorker();
+    if (root)
+        UnregisterAll(root, deleteCallback);
+}
+
+void NodeMapAccess::OnDisconnected()
+{
+    OnDisconnected(true);
+}
+
+void NodeMapAccess::UnregisterAll(TreeItem* item, bool deleteCallback)
+{
+    item->UnregisterCallback(deleteCallback);
+    for (TreeItem* child : item->children)
+        UnregisterAll(child, deleteCallback);
+}
+
+void NodeMapAccess::OnReconnected(std::shared_ptr<NodeMap> parentNodeMap, bool skipRestore)
+{
+    if (connected)
+        return;
+    {
+        QMutexLocker lock(&m_sink->mutex);
+        m_sink->changedItems.clear();
+        m_sink->changedSet.clear();
+    }
+    if (!parentNodeMap)
+        return;
+    if (!nodeMap)
+    {
+        SetNodeMap(parentNodeMap);
+        return;
+    }
+    skipRestoreOnce = skipRestore;
+    PauseWorker();
+    std::atomic_store(&nodeMap, std::move(parentNodeMap));
+    {
+        QMutexLocker lock(&m_sink->mutex);
+        connected = true;
+        m_sink->accepting = true;
+    }
+    if (root)
+        ReconnectItem(root, true);
+    skipRestoreOnce = false;
+    ResumeWorker();
+    emit dataChanged(nullptr, -1);
+}
+
+void NodeMapAccess::OnReconnected(std::shared_ptr<NodeMap> parentNodeMap)
+{
+    OnReconnected(std::move(parentNodeMap), false);
+}
+
+void NodeMapAccess::CleanupItem(TreeItem* item)
+{
+    QMutexLocker lock(&item->accessMutex);
+    item->node.reset();
+    item->changedCallback = 0;
+    item->access = TreeItem::AccessNotRead;
+    item->readable = false;
+    item->writeable = false;
+}
+
+bool NodeMapAccess::ReconnectItem(TreeItem* item, bool restore)
+{
+    if (!item || !nodeMap)
+        return false;
+    const std::string name = item->name.toStdString();
+    if (!nodeMap->GetHasNode(name))
+    {
+        CleanupItem(item);
+        for (TreeItem* child : item->children)
+            ReconnectItem(child, restore);
+        return false;
+    }
+    try
+    {
+        auto node = nodeMap->FindNode(name);
+        {
+            QMutexLocker lock(&item->accessMutex);
+            item->node = node;
+            item->changedCallback = 0;
+        }
+        if (item != root)
+        {
+            if (item->type != FeatureType::Category)
+                RegisterCallback(item);
+            UpdateAccess(item, UpdateMode::Normal);
+            if (restore)
+                RestoreItem(item);
+        }
+    }
+    catch (const std::exception& e)
+    {
+        Log(kReconnectItem, QStringLiteral("Failed to register callback on node %1. ").arg(item->name), e);
+        CleanupItem(item);
+    }
+    for (TreeItem* child : item->children)
+        ReconnectItem(child, restore);
+    return item->GetNode() != nullptr;
+}
+
+void NodeMapAccess::RestoreItem(TreeItem* item)
+{
+    if (!connected || !restoreEnabled || !item->GetNode())
+        return;
+    if (item->type == FeatureType::Category || item->type == FeatureType::Command)
+        return;
+    // The lock of the transport layer parameters belongs to the session, not to the camera's settings.
+    const bool mayWrite = !skipRestoreOnce && item->name != QLatin1String("TLParamsLocked");
+    const QMap<QString, QVariant> saved = item->GetSelectorValues();
+    if (!saved.isEmpty())
+    {
+        if (mayWrite)
+            for (auto it = saved.cbegin(); it != saved.cend(); ++it)
+                if (it.value().isValid())
+                    SetSelectedValueGeneric(item, it.key(), it.value(), true, true);
+    }
+    else if (mayWrite)
+    {
+        const QVariant kept = item->GetValue();
+        if (kept.isValid() && item->IsReadable())
+        {
+            QVariant now;
+            try
+            {
+                now = ReadNodeValue(item);
+            }
+            catch (const std::exception&)
+            {
+                // An unreadable value is written back regardless.
+            }
+            if (!Same(now, kept))
+                WriteNode(item, kept, kSetValueGeneric);
+        }
+    }
+    UpdateValue(item, UpdateMode::Normal, false);
+    {
+        QMutexLocker lock(&item->rangeMutex);
+        item->minimum = item->maximum = item->increment = QVariant();
+    }
+    {
+        QMutexLocker lock(&item->entriesMutex);
+        item->entries.clear();
+        item->entryDescriptions.clear();
+    }
+    UpdateItem(item, UpdateMode::Normal, false);
+}

@@ -1,0 +1,275 @@
+// NodeMapAccess: the only gate to one node map of one module of a camera (remote device, local device, data
+// stream, interface or system).
+//
+// It builds the tree of TreeItem, does every node read and write with its logging, keeps the item caches
+// current from node-changed callbacks through its UpdateNodemapWorker (own QThread, a round every 50 ms), and
+// carries the tree across a disconnection: OnDisconnected keeps the items and their last values, and
+// OnReconnected rebinds every item to the new node map and writes the kept values back.
+//
+// Threads:
+//   GUI thread     construction and destruction, SetNodeMap, CreateTree, OnDisconnected, OnReconnected,
+//                  SetApplicationLock, the request slots; it receives dataChanged/valueChanged queued.
+//   worker thread  UpdateItem through UpdateNodemapWorker (reads only).
+//   write thread   RequestValue's coalesced writes run on m_writePool (one thread), so a slow or lost camera
+//                  never blocks the GUI thread.
+//   any thread     the Update*, Get*, SetValue, Execute and selected operations (features' asynchronous
+//                  setters call them from their own threads); each is safe against the others because every
+//                  node call is serialised by the node map's own mutex and every cache field by its item mutex.
+//   callback       node-changed callbacks run on whichever thread changed the node; they only append the
+//                  item to the changed list (m_sink), nothing else.
+// Nothing here touches a widget. No operation raises: device exceptions are caught, logged through
+// LogMessageSender::Error and the caches stay as they were.
+//
+// Mutexes:
+//   m_sink->mutex      (changedItemsMutex) the changed-item list and whether callbacks are accepted.
+//   pendingRolesMutex  pendingRoleItems/pendingRoles, the item and role pairs waiting for SendDataChangedSignal.
+//   m_writeMutex       the coalesced write requests (latest value per item) and m_writerRunning.
+//   item mutexes       see TreeItem. Lock order: an item mutex is never held across a device call nor while
+//                      taking any of the mutexes above.
+#pragma once
+
+#include "nodetree/featuredefs.h"
+#include "orna/core/nodemap.h"
+
+#include <QHash>
+#include <QSet>
+#include <QMutex>
+#include <QObject>
+#include <QStringList>
+#include <QThread>
+#include <QThreadPool>
+#include <QVariant>
+#include <QVector>
+#include <QWaitCondition>
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+class TreeItem;
+class UpdateNodemapWorker;
+
+class NodeMapAccess : public QObject
+{
+    Q_OBJECT
+
+public:
+    enum class UpdateMode : int
+    {
+        Normal = 0,
+        Quiet = 1,  // no signals
+        Forced = 2, // signals even when nothing changed
+    };
+
+    enum class ReturnValueType : int
+    {
+        Value = 0,
+        Minimum = 1,
+        Maximum = 2,
+        Increment = 3,
+    };
+
+    // Roles that items report through dataChanged; the same numbers are NodeMapModel's roles.
+    enum Role : int
+    {
+        RoleType = 0x101,
+        RoleVisibility = 0x102,
+        RoleAccessStatus = 0x103,
+        RoleRepresentation = 0x104,
+        RoleName = 0x105,
+        RoleDisplayName = 0x106,
+        RoleTooltip = 0x107,
+        RoleDescription = 0x108,
+        RoleNamespace = 0x109,
+        RoleMinimum = 0x10A,
+        RoleMaximum = 0x10B,
+        RoleIncrement = 0x10C,
+        RoleValue = 0x10D,
+        RoleUnit = 0x10E,
+        RolePrecision = 0x10F,
+        RoleEntries = 0x110,
+        RoleEntryDescriptions = 0x111,
+        RoleRegisterLength = 0x112,
+    };
+
+    // Starts the worker thread. The map is not yet connected; SetNodeMap or OnReconnected connects it.
+    explicit NodeMapAccess(const QString& moduleName = QStringLiteral("unknown"), QObject* parent = nullptr);
+    ~NodeMapAccess() override;
+
+    // GUI thread. Binds a (new) node map and builds the tree; the old tree is deleted after the worker and the
+    // write thread have let go of it. A null map leaves the access without tree, disconnected.
+    void SetNodeMap(std::shared_ptr<orna::core::NodeMap> map);
+    std::shared_ptr<orna::core::NodeMap> GetNodeMap() const;
+    TreeItem* GetRoot() const { return root; }
+    // The item of a node by name (GUI thread, or any thread while the tree is not rebuilt).
+    TreeItem* FindItem(const QString& name) const;
+    int GetItemCount() const { return itemsByName.size(); }
+    QString GetModuleName() const { return moduleName; }
+    bool IsConnected() const { return connected.load(); }
+
+    // The origin text of log lines (the camera's key), "-" by default.
+    void SetLogOrigin(const QString& origin) { logOrigin = origin; }
+    void SetRestoreEnabled(bool enabled) { restoreEnabled = enabled; }
+    void SetInvisibleNodesPolled(bool polled) { invisibleNodesPolled = polled; }
+    void SetUpdateBusyNodes(bool update) { updateBusyNodes = update; }
+
+    void CreateTree();
+
+    // Update group: read the node, store into the cache, signal by mode. Any thread.
+    bool UpdateAccess(TreeItem* item, UpdateMode mode) const;
+    bool UpdateValue(TreeItem* item, UpdateMode mode, bool forced = false) const;
+    bool UpdateMinimum(TreeItem* item, UpdateMode mode) const;
+    bool UpdateMaximum(TreeItem* item, UpdateMode mode) const;
+    bool UpdateIncrement(TreeItem* item, UpdateMode mode) const;
+    bool UpdateEntries(TreeItem* item, UpdateMode mode) const;
+    // Access, then range, value and entries of a readable item; skips invisible items unless
+    // invisibleNodesPolled and busy ones unless updateBusyNodes.
+    void UpdateItem(TreeItem* item, UpdateMode mode, bool recursive) const;
+
+    QString GetDescription(TreeItem* item) const;
+    QString GetTooltip(TreeItem* item) const;
+    QString GetUnit(TreeItem* item) const;
+    QStringList GetEntryDescriptions(TreeItem* item) const;
+    // The integer representation number (orna::core::nodes::IntegerRepresentation), -1 for other kinds.
+    qint8 GetRepresentation(TreeItem* item) const;
+    // Decimal places of a float, 0 for other kinds.
+    int GetPrecision(TreeItem* item) const;
+
+    // Synchronous writes; the item is read back at once, and with readDependents the nodes that depend on it
+    // are queued for the worker. False (and a log line) when refused or failed. Any thread but the GUI thread
+    // should prefer RequestValue for a device that may be slow.
+    bool SetValue(TreeItem* item, const int64_t& value, bool readDependents = true);
+    bool SetValue(TreeItem* item, const double& value, bool readDependents = true);
+    bool SetValue(TreeItem* item, bool value, bool readDependents = true);
+    bool SetValue(TreeItem* item, const QString& value, bool readDependents = true);
+    bool SetValue(TreeItem* item, const std::vector<uint8_t>& value, bool readDependents = true);
+    // By the item's type; an enumeration takes a symbolic text or a number.
+    bool SetValueGeneric(TreeItem* item, const QVariant& value, bool readDependents = true);
+
+    // Asynchronous, coalesced write: only the latest requested value of an item is written, the earlier ones
+    // that were not yet started are dropped; the write and its read-back run on the write thread. Any thread.
+    void RequestValue(TreeItem* item, const QVariant& value);
+    // Waits until no requested write is pending or running; false on timeout.
+    bool WaitForWrites(int timeoutMs);
+
+    bool Execute(TreeItem* item, bool wait = false);
+    bool ExecuteSelected(TreeItem* item, const QString& selectorEntry, bool select, bool restore);
+
+    // Acts on a selector-dependent node through its selector (the item's parent): with select, the selector
+    // is set to selectorEntry first; with restore, its previous value is written back afterwards.
+    uint32_t GetSelectedAccess(TreeItem* item, const QString& selectorEntry, bool select, bool restore);
+    QVariant GetSelectedValueGeneric(TreeItem* item, const QString& selectorEntry, bool select, bool restore,
+                                     ReturnValueType what);
+    bool SetSelectedValueGeneric(TreeItem* item, const QString& selectorEntry, const QVariant& value, bool select,
+                                 bool restore);
+
+    void SetApplicationLock(const QStringList& names, bool locked);
+
+    // Reads every selector-dependent value once per selector entry into the items' selectorValues, so that a
+    // later reconnection can restore all of them (values under the current selector entry are kept by the
+    // worker as it goes). GUI thread, connected.
+    void StoreValues();
+
+    bool ReconnectItem(TreeItem* item, bool restore);
+
+    // For the worker: takes the changed items (each once) and leaves the list empty.
+    QList<TreeItem*> TakeChangedItems();
+    // Number of device writes done since construction (for diagnostics and tests of the coalescing).
+    int GetWriteCount() const { return writeCount.load(); }
+
+Q_SIGNALS:
+    void dataChanged(TreeItem* item, int role);
+    void valueChanged(TreeItem* item, QVariant value);
+    void Signal_DeviceResetExecuted();
+    // The tree is about to be replaced / has been replaced by SetNodeMap (the model resets on these).
+    void TreeAboutToBeReset();
+    void TreeReset();
+
+public Q_SLOTS:
+    void OnDisconnected(bool deleteCallback);
+    void OnDisconnected();
+    void OnReconnected(std::shared_ptr<orna::core::NodeMap> parentNodeMap, bool skipRestoreOnce);
+    void OnReconnected(std::shared_ptr<orna::core::NodeMap> parentNodeMap);
+    void OnUpdateRequested();
+    void OnSetValueRequested(TreeItem* item, QVariant value);
+    void OnExecuteRequested(TreeItem* item);
+    void OnUpdateValueRequested(TreeItem* item);
+    void IncrementValue(TreeItem* item);
+    void DecrementValue(TreeItem* item);
+    void IncrementSelectedValue(TreeItem* item, QString selectorEntry);
+    void DecrementSelectedValue(TreeItem* item, QString selectorEntry);
+
+private Q_SLOTS:
+    void OnItemDataChanged(TreeItem* item, int column);
+    void SendDataChangedSignal();
+
+private:
+    friend class TreeItem;
+
+    // What node-changed callbacks reach: shared with every registered callback, so a callback that runs while
+    // the access is being destroyed still finds valid memory.
+    struct CallbackSink
+    {
+        QMutex mutex;
+        bool accepting = false;
+        QList<TreeItem*> changedItems;
+        QSet<TreeItem*> changedSet;
+    };
+
+    bool Guard(const TreeItem* item) const;
+    void Log(const char* context, const QString& message, const std::exception& e) const;
+    void Notify(TreeItem* item, int role) const;
+    void QueueChanged(TreeItem* item) const;
+    void QueueDependents(TreeItem* item) const;
+    bool RegisterCallback(TreeItem* item) const;
+    void IndexItem(TreeItem* item);
+    void DeleteTree();
+    void PauseWorker();
+    void ResumeWorker();
+    void UnregisterAll(TreeItem* item, bool deleteCallback);
+    void CleanupItem(TreeItem* item);
+    void RestoreItem(TreeItem* item);
+    void DrainWrites();
+    bool WriteNode(TreeItem* item, const QVariant& value, const char* context);
+    QVariant ReadNodeValue(TreeItem* item) const;
+    TreeItem* SelectorOf(TreeItem* item) const;
+    bool SelectEntry(TreeItem* selector, const QString& entry, QString* previous);
+    void StoreItemValues(TreeItem* item);
+    void RecordSelectorValue(TreeItem* item, const QString& key, const QVariant& value) const;
+
+    std::shared_ptr<orna::core::NodeMap> GetMap() const { return std::atomic_load(&nodeMap); }
+
+    // Replaced on the GUI thread (std::atomic_store) while other threads may load it (std::atomic_load).
+    std::shared_ptr<orna::core::NodeMap> nodeMap;
+    QString moduleName;
+    TreeItem* root = nullptr;
+    QHash<QString, TreeItem*> itemsByName;
+
+    mutable QVector<TreeItem*> pendingRoleItems;
+    mutable QVector<int> pendingRoles;
+    mutable QMutex pendingRolesMutex;
+    mutable std::atomic<bool> flushScheduled{false};
+
+    std::atomic<bool> connected{false};
+    std::atomic<bool> restoreEnabled{true};
+    std::atomic<bool> invisibleNodesPolled{false};
+    std::atomic<bool> updateBusyNodes{false};
+    bool skipRestoreOnce = false;
+    QString logOrigin = QStringLiteral("-");
+
+    UpdateNodemapWorker* worker = nullptr;
+    QThread workerThread;
+
+    std::shared_ptr<CallbackSink> m_sink;
+
+    QThreadPool m_writePool;
+    QMutex m_writeMutex;
+    QWaitCondition m_writesDone;
+    QHash<TreeItem*, QVariant> m_pendingWrites;
+    QList<TreeItem*> m_writeOrder;
+    bool m_writerRunning = false;
+    std::atomic<int> writeCount{0};
+};
+
+Q_DECLARE_METATYPE(std::shared_ptr<orna::core::NodeMap>)

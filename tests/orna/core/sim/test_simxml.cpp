@@ -176,6 +176,22 @@ protected:
     ArvGc* gc_ = nullptr;
 };
 
+TEST(SimXml, EveryModelsXmlParsesOnItsOwn) {
+    for (const std::string& model : SimCameraConfig::ModelNames()) {
+        SimCameraConfig config;
+        ASSERT_TRUE(SimCameraConfig::ForModel(model, "PARSE-" + model, &config));
+        SimCamera camera(config);
+        const std::string& xml = camera.GenICamXml();
+        ArvGc* gc = arv_gc_new(nullptr, xml.c_str(), xml.size());
+        ASSERT_NE(gc, nullptr) << model;
+        ArvGcNode* root = arv_gc_get_node(gc, "Root");
+        EXPECT_TRUE(root != nullptr && ARV_IS_GC_CATEGORY(root)) << model;
+        ArvGcNode* model_name = arv_gc_get_node(gc, "DeviceModelName");
+        EXPECT_TRUE(model_name != nullptr && ARV_IS_GC_STRING(model_name)) << model;
+        g_object_unref(gc);
+    }
+}
+
 TEST_F(SimXmlTest, ColourCameraHasEveryPromisedNodeWithItsType) {
     Open("color");
     for (const Promised& p : kColorNodes) {

@@ -104,7 +104,7 @@ SimCameraRegistry& SimCameraRegistry::Instance() {
     static SimCameraRegistry* registry = [] {
         auto* r = new SimCameraRegistry();  // never destroyed: cameras may be used by late shutdown hooks
         const char* env = std::getenv(kSimCamerasEnvironmentVariable);
-        r->Configure(env != nullptr ? env : "");
+        r->Configure(env != nullptr ? env : "0");  // unset: no simulated camera
         return r;
     }();
     return *registry;

@@ -1,7 +1,8 @@
 #pragma once
 // The set of simulated cameras of the process, described by a text such as the environment variable
 // ORNA_SIM_CAMERAS: a count ("3": cameras alternating the colour and the mono model) or a comma list of
-// model names ("color,mono,locked"). Unset or empty means one colour camera; "0" means none.
+// model names ("color,mono,locked"). An empty description means one colour camera; "0" means none. The
+// process-wide registry treats an unset variable as "0", so the simulated producer appears only on request.
 // Serial numbers are stable: model letter plus the running number among cameras of the same model, so the
 // same description always yields the same serials, and re-configuring keeps the camera objects whose
 // serial stays.

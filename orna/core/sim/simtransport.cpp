@@ -29,11 +29,12 @@ namespace {
 
 using detail::BufferBackend;
 
-// The description of the process's cameras as the environment gives it now.
+// The description of the process's cameras as the environment gives it now. Unset means none: a user with
+// real cameras sees only those; scripts/run asks for one simulated camera explicitly.
 std::string CameraDescription()
 {
     const char* text = std::getenv(kSimCamerasEnvironmentVariable);
-    return text ? text : "";
+    return text ? text : "0";
 }
 
 // Follows ORNA_SIM_CAMERAS between discovery passes: a test or the settings store may change it after the

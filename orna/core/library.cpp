@@ -1,5 +1,6 @@
 #include "orna/core/library.h"
 
+#include "orna/core/detail/backend.h"
 #include "orna/core/exception.h"
 
 #include <arv.h>
@@ -19,7 +20,11 @@ std::vector<std::function<void()>> g_shutdownHooks;
 
 void Library::Initialize()
 {
-    g_initialized.store(true);
+    if (g_initialized.exchange(true))
+        return;
+    // Transport providers are registered here, not by static initialisers, which a static library may drop.
+    core::detail::InitializeAravisBackends();
+    AddShutdownHook([] { core::detail::ShutdownAravisBackends(); });
 }
 
 void Library::Close()

@@ -72,6 +72,52 @@ std::shared_ptr<nodes::Node> MakeNode(NodeRef ref)
 
 } // namespace
 
+std::shared_ptr<nodes::Node> NodeMapImpl::Wrap(const std::string& name, ArvGcNode* node,
+                                               std::unordered_map<std::string, std::shared_ptr<nodes::Node>>& table)
+{
+    const std::weak_ptr<NodeMapImpl> weak = weak_from_this();
+    NodeRef ref{weak, node, name, TypeOf(node)};
+    auto wrapped = MakeNode(ref);
+    if (ref.type == nodes::NodeType::Enumeration)
+    {
+        auto* enumeration = static_cast<nodes::EnumerationNode*>(wrapped.get());
+        // Entries by symbol as the engine holds them (reversed), then put into document order.
+        std::vector<ArvGcFeatureNode*> engineEntries;
+        for (const GSList* it = arv_gc_enumeration_get_entries(ARV_GC_ENUMERATION(node)); it; it = it->next)
+            engineEntries.push_back(ARV_GC_FEATURE_NODE(it->data));
+        std::vector<ArvGcFeatureNode*> orderedEntries;
+        if (const auto* info = index.Find(name))
+        {
+            for (const auto& symbol : info->entries)
+            {
+                for (auto*& entry : engineEntries)
+                {
+                    if (entry && symbol == arv_gc_feature_node_get_name(entry))
+                    {
+                        orderedEntries.push_back(entry);
+                        entry = nullptr;
+                        break;
+                    }
+                }
+            }
+        }
+        for (auto it = engineEntries.rbegin(); it != engineEntries.rend(); ++it)
+        {
+            if (*it)
+                orderedEntries.push_back(*it);
+        }
+        for (auto* entry : orderedEntries)
+        {
+            const std::string entryName = "EnumEntry_" + name + "_" + arv_gc_feature_node_get_name(entry);
+            auto entryNode = std::make_shared<nodes::EnumerationEntryNode>(
+                NodeRef{weak, entry, entryName, nodes::NodeType::EnumerationEntry});
+            enumeration->m_entries.push_back(entryNode);
+            table.emplace(entryName, entryNode);
+        }
+    }
+    return wrapped;
+}
+
 std::shared_ptr<NodeMapImpl> NodeMapImpl::Create(GObjectPtr<ArvDevice> device)
 {
     auto impl = std::make_shared<NodeMapImpl>();
@@ -92,49 +138,12 @@ std::shared_ptr<NodeMapImpl> NodeMapImpl::Create(GObjectPtr<ArvDevice> device)
     arv_gc_set_access_check_policy(impl->gc, ARV_ACCESS_CHECK_POLICY_ENABLE);
     arv_gc_set_range_check_policy(impl->gc, ARV_RANGE_CHECK_POLICY_ENABLE);
 
-    const std::weak_ptr<NodeMapImpl> weak = impl;
     for (const auto& info : impl->index.Nodes())
     {
         ArvGcNode* node = arv_gc_get_node(impl->gc, info.name.c_str());
         if (!node || !ARV_IS_GC_FEATURE_NODE(node))
             continue;
-        NodeRef ref{weak, node, info.name, TypeOf(node)};
-        auto wrapped = MakeNode(ref);
-        if (ref.type == nodes::NodeType::Enumeration)
-        {
-            auto* enumeration = static_cast<nodes::EnumerationNode*>(wrapped.get());
-            // Entries by symbol as the engine holds them (reversed), then put into document order.
-            std::vector<ArvGcFeatureNode*> engineEntries;
-            for (const GSList* it = arv_gc_enumeration_get_entries(ARV_GC_ENUMERATION(node)); it; it = it->next)
-                engineEntries.push_back(ARV_GC_FEATURE_NODE(it->data));
-            std::vector<ArvGcFeatureNode*> orderedEntries;
-            for (const auto& symbol : info.entries)
-            {
-                for (auto*& entry : engineEntries)
-                {
-                    if (entry && symbol == arv_gc_feature_node_get_name(entry))
-                    {
-                        orderedEntries.push_back(entry);
-                        entry = nullptr;
-                        break;
-                    }
-                }
-            }
-            for (auto it = engineEntries.rbegin(); it != engineEntries.rend(); ++it)
-            {
-                if (*it)
-                    orderedEntries.push_back(*it);
-            }
-            for (auto* entry : orderedEntries)
-            {
-                const std::string entryName =
-                    "EnumEntry_" + info.name + "_" + arv_gc_feature_node_get_name(entry);
-                auto entryNode = std::make_shared<nodes::EnumerationEntryNode>(
-                    NodeRef{weak, entry, entryName, nodes::NodeType::EnumerationEntry});
-                enumeration->m_entries.push_back(entryNode);
-                impl->byName.emplace(entryName, entryNode);
-            }
-        }
+        auto wrapped = impl->Wrap(info.name, node, impl->byName);
         impl->ordered.push_back(wrapped);
         impl->byName[info.name] = wrapped;
         if (!impl->index.PortOf(info.name).empty())
@@ -160,34 +169,46 @@ std::shared_ptr<NodeMapImpl> NodeMapImpl::Create(GObjectPtr<ArvDevice> device)
     return impl;
 }
 
-std::shared_ptr<nodes::Node> NodeMapImpl::Lookup(const std::string& name) const
+std::shared_ptr<nodes::Node> NodeMapImpl::Lookup(const std::string& name)
 {
     auto it = byName.find(name);
-    return it == byName.end() ? nullptr : it->second;
+    if (it != byName.end())
+        return it->second;
+    // Nodes the engine adds by itself (Aravis' defaults for GigE devices, such as ArvGevSCPSPacketSize) are
+    // not in the XML; they are wrapped on first use.
+    std::lock_guard<std::recursive_mutex> lock(mutex);
+    auto extra = extras.find(name);
+    if (extra != extras.end())
+        return extra->second;
+    ArvGcNode* node = arv_gc_get_node(gc, name.c_str());
+    if (!node || !ARV_IS_GC_FEATURE_NODE(node))
+        return nullptr;
+    auto wrapped = Wrap(name, node, extras);
+    extras.emplace(name, wrapped);
+    return wrapped;
 }
 
 void NodeMapImpl::FireChanged(const std::vector<std::string>& names)
 {
-    std::vector<std::pair<nodes::ChangedCallback, std::shared_ptr<nodes::Node>>> calls;
+    std::vector<std::pair<nodes::ChangedCallback, std::string>> calls;
     {
         std::lock_guard<std::mutex> lock(callbackMutex);
         for (const auto& name : names)
         {
             auto it = callbacks.find(name);
-            if (it == callbacks.end() || it->second.empty())
-                continue;
-            auto node = Lookup(name);
-            if (!node)
+            if (it == callbacks.end())
                 continue;
             for (const auto& entry : it->second)
-                calls.emplace_back(entry.second, node);
+                calls.emplace_back(entry.second, name);
         }
     }
+    // Nodes are resolved after callbackMutex is released: a lookup may take the map's mutex.
     for (auto& call : calls)
     {
         try
         {
-            call.first(call.second);
+            if (auto node = Lookup(call.second))
+                call.first(node);
         }
         catch (...)
         {
@@ -217,7 +238,7 @@ std::shared_ptr<nodes::Node> NodeMap::FindNode(const std::string& name) const
 
 bool NodeMap::GetHasNode(const std::string& name) const
 {
-    return m_impl->byName.count(name) > 0;
+    return m_impl->Lookup(name) != nullptr;
 }
 
 size_t NodeMap::GetNumNodes() const
@@ -440,7 +461,8 @@ void NodeMap::LoadFromFile(const std::string& path)
             continue;
         values.emplace_back(line.substr(0, tab), line.substr(tab + 1));
     }
-    std::lock_guard<std::recursive_mutex> lock(m_impl->mutex);
+    // No lock across the whole load: each write takes the map's mutex and fires its callbacks after
+    // releasing it, as any other write does.
     std::vector<std::pair<std::string, std::string>> failed;
     std::string lastError;
     auto apply = [&](const std::pair<std::string, std::string>& item) {

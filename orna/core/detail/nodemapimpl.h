@@ -3,6 +3,7 @@
 // Threads: `mutex` guards every use of the node engine (gc and the device it reads through), the polling
 // state and the chunk snapshot; it is recursive so that one thread can hold NodeMap::Lock and still call
 // node operations. The node tables (ordered, byName, features) are built in Create() and immutable after.
+// `extras` (engine nodes absent from the XML, wrapped on first use) is guarded by `mutex`.
 // `callbackMutex` guards the callback registry only; callbacks are copied out and run without any lock.
 #pragma once
 
@@ -27,7 +28,11 @@ struct NodeMapImpl : std::enable_shared_from_this<NodeMapImpl>
     // Wraps the node tree of device (its own ArvGc) and switches on access and range checks.
     static std::shared_ptr<NodeMapImpl> Create(GObjectPtr<ArvDevice> device);
 
-    std::shared_ptr<nodes::Node> Lookup(const std::string& name) const;
+    // Null for an absent name.
+    std::shared_ptr<nodes::Node> Lookup(const std::string& name);
+    // A handle of the right class for an engine node; enumeration entries go into table as well.
+    std::shared_ptr<nodes::Node> Wrap(const std::string& name, ArvGcNode* node,
+                                      std::unordered_map<std::string, std::shared_ptr<nodes::Node>>& table);
     // Runs the changed callbacks of the given nodes; never called with `mutex` held by this thread's caller
     // chain from inside the library.
     void FireChanged(const std::vector<std::string>& names);
@@ -40,6 +45,7 @@ struct NodeMapImpl : std::enable_shared_from_this<NodeMapImpl>
     mutable std::recursive_mutex mutex;
     std::vector<std::shared_ptr<nodes::Node>> ordered;
     std::unordered_map<std::string, std::shared_ptr<nodes::Node>> byName;
+    std::unordered_map<std::string, std::shared_ptr<nodes::Node>> extras; // guarded by mutex
     std::unordered_set<std::string> features;
     std::vector<std::string> chunkNodes;
 

@@ -26,7 +26,8 @@ void RegisterBank::AddMemory(uint64_t address, size_t length, bool writable, con
     std::lock_guard<std::mutex> lock(m_memoryMutex);
     region.memoryOffset = m_memory.size();
     m_memory.resize(m_memory.size() + length, 0);
-    std::memcpy(m_memory.data() + region.memoryOffset, initial.data(), std::min(initial.size(), length));
+    if (!initial.empty())
+        std::memcpy(m_memory.data() + region.memoryOffset, initial.data(), std::min(initial.size(), length));
     m_regions[address] = std::move(region);
 }
 
@@ -74,14 +75,27 @@ void RegisterBank::AddString(uint64_t address, size_t length, std::function<std:
     AddRegion(address, length, std::move(read), std::move(write));
 }
 
-const RegisterBank::Region* RegisterBank::FindRegion(uint64_t address, size_t size) const
+void RegisterBank::AddPassThrough(uint64_t address, uint64_t length,
+                                  std::function<bool(uint64_t, uint8_t*, size_t)> read,
+                                  std::function<bool(uint64_t, const uint8_t*, size_t)> write)
+{
+    Region region;
+    region.address = address;
+    region.length = length;
+    region.readAt = std::move(read);
+    region.writeAt = std::move(write);
+    region.writable = static_cast<bool>(region.writeAt);
+    m_regions[address] = std::move(region);
+}
+
+const RegisterBank::Region* RegisterBank::FindRegion(uint64_t address, uint64_t size) const
 {
     auto it = m_regions.upper_bound(address);
     if (it == m_regions.begin())
         return nullptr;
     --it;
     const Region& region = it->second;
-    if (address < region.address || address + size > region.address + region.length)
+    if (address < region.address || address - region.address + size > region.length)
         return nullptr;
     return &region;
 }
@@ -92,6 +106,8 @@ RegisterBank::Status RegisterBank::Read(uint64_t address, void* data, size_t siz
     if (!region)
         return Status::InvalidAddress;
     const size_t offset = address - region->address;
+    if (region->readAt)
+        return region->readAt(address, static_cast<uint8_t*>(data), size) ? Status::Ok : Status::Failed;
     if (region->memory)
     {
         std::lock_guard<std::mutex> lock(m_memoryMutex);
@@ -112,6 +128,8 @@ RegisterBank::Status RegisterBank::Write(uint64_t address, const void* data, siz
         return Status::InvalidAddress;
     if (!region->writable)
         return Status::WriteProtected;
+    if (region->writeAt)
+        return region->writeAt(address, static_cast<const uint8_t*>(data), size) ? Status::Ok : Status::Failed;
     if (region->memory)
         return Poke(address, data, size);
     // A partial write of a function region is a read-modify-write of the whole region.

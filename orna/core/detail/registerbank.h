@@ -46,6 +46,11 @@ public:
     void AddString(uint64_t address, size_t length, std::function<std::string()> get,
                    std::function<bool(const std::string&)> set = {});
 
+    // A window onto another register space (a simulated camera's memory): the functions get the absolute
+    // address and exactly the bytes asked for. An empty write function makes the window read-only.
+    void AddPassThrough(uint64_t address, uint64_t length, std::function<bool(uint64_t, uint8_t*, size_t)> read,
+                        std::function<bool(uint64_t, const uint8_t*, size_t)> write = {});
+
     Status Read(uint64_t address, void* data, size_t size) const;
     Status Write(uint64_t address, const void* data, size_t size);
     // Writes plain memory regardless of its write protection: the owner changing a read-only value (a status
@@ -58,14 +63,16 @@ private:
     struct Region
     {
         uint64_t address = 0;
-        size_t length = 0;
+        uint64_t length = 0;
         ReadFunction read;
         WriteFunction write;
         bool memory = false;
+        std::function<bool(uint64_t, uint8_t*, size_t)> readAt;         // pass-through windows
+        std::function<bool(uint64_t, const uint8_t*, size_t)> writeAt;
         bool writable = false;
         size_t memoryOffset = 0;
     };
-    const Region* FindRegion(uint64_t address, size_t size) const;
+    const Region* FindRegion(uint64_t address, uint64_t size) const;
 
     std::map<uint64_t, Region> m_regions;
     // Guards m_memory (the bytes behind the plain-memory regions).

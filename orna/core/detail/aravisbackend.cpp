@@ -1,0 +1,715 @@
+// The Aravis transports (GigE Vision, USB3 Vision, Aravis' in-process Fake interface) behind the backend
+// interfaces.
+//
+// Threads and locks:
+// - Each Aravis interface singleton keeps one device list and has no locking of its own: g_interfaceMutex[kind]
+//   serialises update, enumeration and open on it. All our GigE Vision interfaces (one per host network card)
+//   share the GigE Vision singleton, so one discovery pass serves every card for a short while.
+// - Aravis emits "control-lost" on its heartbeat thread and "new-buffer" on the stream thread. The handlers go
+//   through a SignalTarget (its mutex guards the function) so a closing object can detach while a signal is in
+//   flight; the target is freed by GLib when the handler is disconnected.
+// - ArvStream's queues are thread-safe; AravisStream::m_mutex guards our buffer table and the thread flag.
+#include "orna/core/detail/aravis_error.h"
+#include "orna/core/detail/backend.h"
+#include "orna/core/detail/gobjectptr.h"
+#include "orna/core/detail/nodemapimpl.h"
+#include "orna/core/exception.h"
+#include "orna/core/library.h"
+#include "orna/core/nodemap.h"
+#include "orna/core/port.h"
+
+#include <arv.h>
+
+#include <arpa/inet.h>
+#include <ifaddrs.h>
+#include <linux/if_packet.h>
+#include <net/if.h>
+#include <netinet/in.h>
+
+#include <chrono>
+#include <cstring>
+#include <mutex>
+#include <unordered_map>
+
+namespace orna::core::detail {
+
+namespace {
+
+enum class Kind
+{
+    GigE,
+    Usb3,
+    Fake,
+};
+
+constexpr uint64_t kLockRegister = 0x50001000;
+constexpr guint kDefaultPacketSize = 1500;
+// A GigE discovery pass (about one second) answers every network card for this long.
+constexpr auto kDiscoveryReuse = std::chrono::milliseconds(500);
+
+std::mutex g_interfaceMutex[3];
+std::chrono::steady_clock::time_point g_lastUpdate[3];
+
+ArvInterface* AravisInterface(Kind kind)
+{
+    switch (kind)
+    {
+    case Kind::GigE:
+        return arv_gv_interface_get_instance();
+    case Kind::Usb3:
+        return arv_uv_interface_get_instance();
+    case Kind::Fake:
+        return arv_fake_interface_get_instance();
+    }
+    return nullptr;
+}
+
+std::string Text(const char* text)
+{
+    return text ? text : "";
+}
+
+uint32_t ParseIpv4(const std::string& text)
+{
+    in_addr address{};
+    if (inet_pton(AF_INET, text.c_str(), &address) != 1)
+        return 0;
+    return ntohl(address.s_addr);
+}
+
+uint64_t ParseMac(const std::string& text)
+{
+    uint64_t value = 0;
+    int digits = 0;
+    for (char c : text)
+    {
+        int nibble = -1;
+        if (c >= '0' && c <= '9')
+            nibble = c - '0';
+        else if (c >= 'a' && c <= 'f')
+            nibble = c - 'a' + 10;
+        else if (c >= 'A' && c <= 'F')
+            nibble = c - 'A' + 10;
+        if (nibble < 0)
+            continue;
+        value = (value << 4) | uint64_t(nibble);
+        ++digits;
+    }
+    return digits == 12 ? value : 0;
+}
+
+// --- Signal plumbing
+
+struct SignalTarget
+{
+    std::mutex mutex; // guards function
+    std::function<void()> function;
+
+    void Set(std::function<void()> f)
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        function = std::move(f);
+    }
+    void Call()
+    {
+        std::function<void()> copy;
+        {
+            std::lock_guard<std::mutex> lock(mutex);
+            copy = function;
+        }
+        if (copy)
+            copy();
+    }
+};
+
+extern "C" void OnSignal(gpointer, gpointer data)
+{
+    (*static_cast<std::shared_ptr<SignalTarget>*>(data))->Call();
+}
+
+extern "C" void FreeSignalTarget(gpointer data, GClosure*)
+{
+    delete static_cast<std::shared_ptr<SignalTarget>*>(data);
+}
+
+gulong ConnectSignal(gpointer instance, const char* signal, const std::shared_ptr<SignalTarget>& target)
+{
+    return g_signal_connect_data(instance, signal, G_CALLBACK(OnSignal), new std::shared_ptr<SignalTarget>(target),
+                                 FreeSignalTarget, GConnectFlags(0));
+}
+
+// --- Port
+
+bool TouchesLockRegister(uint64_t address, size_t size)
+{
+    return address < kLockRegister + 4 && address + size > kLockRegister;
+}
+
+class AravisPort : public PortBackend
+{
+public:
+    AravisPort(GObjectPtr<ArvDevice> device, bool fake, Kind kind)
+        : m_device(std::move(device)), m_fake(fake), m_kind(kind)
+    {
+    }
+
+    void Read(uint64_t address, void* data, size_t size) override
+    {
+        // Aravis' fake cameras copy past their memory for this register: the in-process one crashes us, the
+        // GigE one dies.
+        if (m_fake && TouchesLockRegister(address, size))
+            Raise(ReturnCode::InvalidAddress, "Register 0x50001000 is not readable on an Aravis fake device");
+        GError* error = nullptr;
+        arv_device_read_memory(m_device.Get(), address, guint32(size), data, &error);
+        RaiseIfError(error, "Port read");
+    }
+
+    void Write(uint64_t address, const void* data, size_t size) override
+    {
+        if (m_fake && TouchesLockRegister(address, size))
+            Raise(ReturnCode::InvalidAddress, "Register 0x50001000 is not writable on an Aravis fake device");
+        GError* error = nullptr;
+        arv_device_write_memory(m_device.Get(), address, guint32(size), const_cast<void*>(data), &error);
+        RaiseIfError(error, "Port write");
+    }
+
+    std::vector<PortUrlInfo> Urls() override
+    {
+        std::vector<PortUrlInfo> urls;
+        if (m_kind == Kind::Usb3)
+            return urls; // the manifest table of USB3 Vision devices is not read yet
+        // GigE Vision bootstrap: first and second URL, 512 bytes each (the Fake device has the same layout).
+        for (uint64_t address : {uint64_t(0x200), uint64_t(0x400)})
+        {
+            char text[513] = {0};
+            GError* error = nullptr;
+            if (!arv_device_read_memory(m_device.Get(), address, 512, text, &error))
+            {
+                g_clear_error(&error);
+                continue;
+            }
+            PortUrlInfo url;
+            url.url = text;
+            if (ParseLocalUrl(url.url, url.fileName, url.address, url.size))
+            {
+                url.scheme = "Local";
+                urls.push_back(url);
+            }
+            else if (!url.url.empty())
+            {
+                url.scheme = url.url.substr(0, url.url.find(':'));
+                urls.push_back(url);
+            }
+        }
+        return urls;
+    }
+
+private:
+    GObjectPtr<ArvDevice> m_device;
+    const bool m_fake;
+    const Kind m_kind;
+};
+
+// --- Buffers and streams
+
+class AravisBuffer : public BufferBackend
+{
+public:
+    AravisBuffer(GObjectPtr<ArvBuffer> buffer, size_t size, void* userPtr, bool bigEndianChunks)
+        : m_buffer(std::move(buffer)), m_userPtr(userPtr), m_bigEndian(bigEndianChunks), m_size(size)
+    {
+        // get_data reports the received size (0 until filled); the allocation size is ours to remember.
+        size_t filled = 0;
+        m_data = static_cast<uint8_t*>(const_cast<void*>(arv_buffer_get_data(m_buffer.Get(), &filled)));
+    }
+    ArvBuffer* Native() const { return m_buffer.Get(); }
+
+    uint8_t* BasePtr() override { return m_data; }
+    size_t Size() const override { return m_size; }
+    void* UserPtr() const override { return m_userPtr; }
+    bool IsImage() const
+    {
+        const auto type = arv_buffer_get_payload_type(m_buffer.Get());
+        return type == ARV_BUFFER_PAYLOAD_TYPE_IMAGE || type == ARV_BUFFER_PAYLOAD_TYPE_EXTENDED_CHUNK_DATA ||
+               type == ARV_BUFFER_PAYLOAD_TYPE_CHUNK_DATA;
+    }
+    size_t ImageOffset() const override
+    {
+        if (!IsImage())
+            return 0;
+        size_t size = 0;
+        const void* image = arv_buffer_get_image_data(m_buffer.Get(), &size);
+        return image ? size_t(static_cast<const uint8_t*>(image) - m_data) : 0;
+    }
+    uint64_t Width() const override { return IsImage() ? uint64_t(arv_buffer_get_image_width(m_buffer.Get())) : 0; }
+    uint64_t Height() const override
+    {
+        return IsImage() ? uint64_t(arv_buffer_get_image_height(m_buffer.Get())) : 0;
+    }
+    uint64_t PixelFormat() const override
+    {
+        return IsImage() ? uint64_t(arv_buffer_get_image_pixel_format(m_buffer.Get())) : 0;
+    }
+    uint64_t FrameId() const override { return arv_buffer_get_frame_id(m_buffer.Get()); }
+    uint64_t TimestampNs() const override { return arv_buffer_get_timestamp(m_buffer.Get()); }
+    int32_t PayloadType() const override { return int32_t(arv_buffer_get_payload_type(m_buffer.Get())); }
+    bool HasImage() const override { return IsImage() && Width() > 0; }
+    bool HasChunks() const override { return arv_buffer_has_chunks(m_buffer.Get()); }
+    size_t FilledSize() const override
+    {
+        size_t size = 0;
+        arv_buffer_get_data(m_buffer.Get(), &size);
+        return size;
+    }
+    BufferStatusInfo Status() const override
+    {
+        // Aravis keeps no leader/trailer status: derive one. GigE Vision error statuses have the high bit of
+        // their 16-bit code set; 0x8000 | a code per Aravis failure keeps "negative means failed" for callers.
+        BufferStatusInfo info;
+        const auto status = arv_buffer_get_status(m_buffer.Get());
+        if (status == ARV_BUFFER_STATUS_SUCCESS)
+            return info;
+        info.incomplete = true;
+        const int32_t code = int32_t(0xFFFF8000u | uint32_t(status & 0x0FFF));
+        info.trailerStatus = code;
+        // Only a frame that never started has a failed leader.
+        if (status == ARV_BUFFER_STATUS_TIMEOUT || status == ARV_BUFFER_STATUS_ABORTED ||
+            status == ARV_BUFFER_STATUS_CLEARED)
+            info.leaderStatus = code;
+        return info;
+    }
+    bool ChunksBigEndian() const override { return m_bigEndian; }
+    void* NativeHandle() const override { return m_buffer.Get(); }
+
+private:
+    GObjectPtr<ArvBuffer> m_buffer;
+    void* m_userPtr;
+    bool m_bigEndian;
+    size_t m_size = 0;
+    uint8_t* m_data = nullptr;
+};
+
+class AravisStream : public StreamBackend
+{
+public:
+    AravisStream(GObjectPtr<ArvStream> stream, std::string id, bool bigEndianChunks)
+        : m_stream(std::move(stream)), m_id(std::move(id)), m_bigEndian(bigEndianChunks),
+          m_target(std::make_shared<SignalTarget>())
+    {
+        m_signal = ConnectSignal(m_stream.Get(), "new-buffer", m_target);
+        arv_stream_set_emit_signals(m_stream.Get(), TRUE);
+        // Aravis 0.8 starts the receiving thread with the stream; we keep it stopped until acquisition starts
+        // so that announce/queue happen first, as GenTL orders them.
+        arv_stream_stop_thread(m_stream.Get(), FALSE);
+        m_running = false;
+    }
+    ~AravisStream() override
+    {
+        m_target->Set({});
+        arv_stream_set_emit_signals(m_stream.Get(), FALSE);
+        g_signal_handler_disconnect(m_stream.Get(), m_signal);
+        // Aravis 0.8 stops the thread when the stream is finalised and asserts that it runs.
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (!m_running)
+            arv_stream_start_thread(m_stream.Get());
+    }
+
+    std::string Id() const override { return m_id; }
+
+    std::shared_ptr<BufferBackend> Announce(size_t size, void* memory, void* userPtr) override
+    {
+        auto native = GObjectPtr<ArvBuffer>::Adopt(memory ? arv_buffer_new(size, memory) : arv_buffer_new_allocate(size));
+        if (!native)
+            Raise(ReturnCode::BadAlloc, "Could not allocate a buffer of " + std::to_string(size) + " bytes");
+        auto buffer = std::make_shared<AravisBuffer>(native, size, userPtr, m_bigEndian);
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_buffers[native.Get()] = buffer;
+        return buffer;
+    }
+
+    void Revoke(const std::shared_ptr<BufferBackend>& buffer) override
+    {
+        auto* native = static_cast<ArvBuffer*>(buffer->NativeHandle());
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_buffers.erase(native);
+    }
+
+    void Queue(const std::shared_ptr<BufferBackend>& buffer) override
+    {
+        auto* native = static_cast<ArvBuffer*>(buffer->NativeHandle());
+        // push_buffer takes over one reference; ours stays with the AravisBuffer.
+        arv_stream_push_buffer(m_stream.Get(), ARV_BUFFER(g_object_ref(native)));
+    }
+
+    std::shared_ptr<BufferBackend> TryPop() override
+    {
+        ArvBuffer* native = arv_stream_try_pop_buffer(m_stream.Get());
+        if (!native)
+            return nullptr;
+        std::shared_ptr<BufferBackend> buffer;
+        {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            auto it = m_buffers.find(native);
+            if (it != m_buffers.end())
+                buffer = it->second;
+        }
+        g_object_unref(native);
+        return buffer;
+    }
+
+    void Flush(FlushMode mode) override
+    {
+        switch (mode)
+        {
+        case FlushMode::DiscardAll: {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            // Stopping with delete drops the stream's references to every queued buffer; ours remain. The
+            // thread stays stopped until the next start.
+            if (m_running)
+                arv_stream_stop_thread(m_stream.Get(), TRUE);
+            else
+            {
+                arv_stream_start_thread(m_stream.Get());
+                arv_stream_stop_thread(m_stream.Get(), TRUE);
+            }
+            m_running = false;
+            break;
+        }
+        case FlushMode::OutputDiscard:
+            while (ArvBuffer* native = arv_stream_try_pop_buffer(m_stream.Get()))
+                g_object_unref(native);
+            break;
+        case FlushMode::AllToInput:
+        case FlushMode::UnqueuedToInput:
+            while (ArvBuffer* native = arv_stream_try_pop_buffer(m_stream.Get()))
+                arv_stream_push_buffer(m_stream.Get(), native);
+            break;
+        }
+    }
+
+    void Start() override
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        // arv_stream_start_thread must not run twice.
+        if (!m_running)
+            arv_stream_start_thread(m_stream.Get());
+        m_running = true;
+    }
+
+    void Stop() override
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_running)
+            arv_stream_stop_thread(m_stream.Get(), FALSE);
+        m_running = false;
+    }
+
+    size_t MinimumBufferCount() const override { return 1; }
+
+    StreamCounters Counters() const override
+    {
+        StreamCounters counters;
+        guint64 completed = 0, failures = 0, underruns = 0;
+        arv_stream_get_statistics(m_stream.Get(), &completed, &failures, &underruns);
+        counters.delivered = completed;
+        counters.incomplete = failures;
+        counters.underruns = underruns;
+        const guint n = arv_stream_get_n_infos(m_stream.Get());
+        for (guint i = 0; i < n; ++i)
+        {
+            if (arv_stream_get_info_type(m_stream.Get(), i) == G_TYPE_UINT64)
+                counters.transport[Text(arv_stream_get_info_name(m_stream.Get(), i))] =
+                    arv_stream_get_info_uint64(m_stream.Get(), i);
+        }
+        auto missing = counters.transport.find("n_missing_frames");
+        if (missing != counters.transport.end())
+            counters.lost = missing->second;
+        return counters;
+    }
+
+    void SetNewBufferHandler(std::function<void()> handler) override { m_target->Set(std::move(handler)); }
+
+private:
+    GObjectPtr<ArvStream> m_stream;
+    const std::string m_id;
+    const bool m_bigEndian;
+    std::shared_ptr<SignalTarget> m_target;
+    gulong m_signal = 0;
+    mutable std::mutex m_mutex; // guards m_buffers, m_running
+    std::unordered_map<ArvBuffer*, std::shared_ptr<AravisBuffer>> m_buffers;
+    bool m_running = true;
+};
+
+// --- Devices
+
+class AravisDevice : public DeviceBackend
+{
+public:
+    AravisDevice(GObjectPtr<ArvDevice> device, Kind kind, bool fake)
+        : m_device(std::move(device)), m_kind(kind), m_fake(fake), m_target(std::make_shared<SignalTarget>())
+    {
+        m_signal = ConnectSignal(m_device.Get(), "control-lost", m_target);
+        m_remote = std::make_shared<NodeMap>(NodeMapImpl::Create(m_device));
+        m_port = std::make_shared<AravisPort>(m_device, m_fake, m_kind);
+    }
+    ~AravisDevice() override
+    {
+        m_target->Set({});
+        g_signal_handler_disconnect(m_device.Get(), m_signal);
+    }
+
+    std::shared_ptr<NodeMap> RemoteNodeMap() override { return m_remote; }
+    std::shared_ptr<PortBackend> RemotePort() override { return m_port; }
+
+    std::vector<std::string> StreamIds() override
+    {
+        if (m_remote->GetHasNode("PayloadSize"))
+            return {"Stream0"};
+        return {};
+    }
+
+    std::unique_ptr<StreamBackend> OpenStream(const std::string& id) override
+    {
+        if (id != "Stream0")
+            Raise(ReturnCode::NotFound, "No data stream " + id);
+        if (m_kind == Kind::GigE && ARV_IS_GV_DEVICE(m_device.Get()))
+        {
+            GError* error = nullptr;
+            // A camera still at the Ethernet default gets the largest packet the path carries; a size someone
+            // chose (GevSCPSPacketSize written before the stream opens) is kept.
+            const guint current = arv_gv_device_get_packet_size(ARV_GV_DEVICE(m_device.Get()), &error);
+            g_clear_error(&error);
+            if (current <= kDefaultPacketSize)
+                arv_gv_device_auto_packet_size(ARV_GV_DEVICE(m_device.Get()), &error);
+            g_clear_error(&error);
+        }
+        GError* error = nullptr;
+        ArvStream* stream = arv_device_create_stream(m_device.Get(), nullptr, nullptr, &error);
+        RaiseIfError(error, "Opening data stream");
+        if (!stream)
+            Raise(ReturnCode::NotAvailable, "The device has no data stream");
+        return std::make_unique<AravisStream>(GObjectPtr<ArvStream>::Adopt(stream), id, m_kind == Kind::GigE);
+    }
+
+    void SetConnectionLostHandler(std::function<void()> handler) override { m_target->Set(std::move(handler)); }
+
+private:
+    GObjectPtr<ArvDevice> m_device;
+    const Kind m_kind;
+    const bool m_fake;
+    std::shared_ptr<SignalTarget> m_target;
+    gulong m_signal = 0;
+    std::shared_ptr<NodeMap> m_remote;
+    std::shared_ptr<PortBackend> m_port;
+};
+
+// --- Transport
+
+class AravisTransport : public TransportBackend
+{
+public:
+    explicit AravisTransport(Kind kind) : m_kind(kind) {}
+
+    SystemInfo Describe() const override
+    {
+        SystemInfo info;
+        info.vendor = "Aravis";
+        info.version = orna::Library::GetAravisVersion();
+        switch (m_kind)
+        {
+        case Kind::GigE:
+            info.id = "GigEVision";
+            info.tlType = "GEV";
+            info.displayName = "Aravis GigE Vision";
+            break;
+        case Kind::Usb3:
+            info.id = "USB3Vision";
+            info.tlType = "U3V";
+            info.displayName = "Aravis USB3 Vision";
+            break;
+        case Kind::Fake:
+            info.id = "Fake";
+            info.tlType = "Custom";
+            info.displayName = "Aravis Fake";
+            break;
+        }
+        info.key = "aravis:" + info.id;
+        info.model = info.id;
+        return info;
+    }
+
+    std::vector<InterfaceInfo> ListInterfaces() override
+    {
+        std::vector<InterfaceInfo> result;
+        if (m_kind == Kind::Usb3)
+            return {{"USB3Vision", "USB3 Vision", "U3V", 0, 0, 0}};
+        if (m_kind == Kind::Fake)
+            return {{"Fake", "Aravis Fake", "Custom", 0, 0, 0}};
+        ifaddrs* list = nullptr;
+        if (getifaddrs(&list) != 0)
+            Raise(ReturnCode::IO, "Could not list the network interfaces");
+        std::unordered_map<std::string, uint64_t> macs;
+        for (ifaddrs* it = list; it; it = it->ifa_next)
+        {
+            if (it->ifa_addr && it->ifa_addr->sa_family == AF_PACKET)
+            {
+                const auto* link = reinterpret_cast<const sockaddr_ll*>(it->ifa_addr);
+                uint64_t mac = 0;
+                for (int i = 0; i < link->sll_halen && i < 6; ++i)
+                    mac = (mac << 8) | link->sll_addr[i];
+                macs[it->ifa_name] = mac;
+            }
+        }
+        for (ifaddrs* it = list; it; it = it->ifa_next)
+        {
+            if (!it->ifa_addr || it->ifa_addr->sa_family != AF_INET || !(it->ifa_flags & IFF_UP))
+                continue;
+            InterfaceInfo info;
+            info.id = it->ifa_name;
+            info.tlType = "GEV";
+            info.ipAddress = ntohl(reinterpret_cast<const sockaddr_in*>(it->ifa_addr)->sin_addr.s_addr);
+            info.subnetMask =
+                it->ifa_netmask ? ntohl(reinterpret_cast<const sockaddr_in*>(it->ifa_netmask)->sin_addr.s_addr) : 0;
+            info.macAddress = macs[info.id];
+            char address[INET_ADDRSTRLEN] = {0};
+            inet_ntop(AF_INET, &reinterpret_cast<const sockaddr_in*>(it->ifa_addr)->sin_addr, address, sizeof address);
+            info.displayName = info.id + " (" + address + ")";
+            bool duplicate = false;
+            for (const auto& existing : result)
+                duplicate = duplicate || existing.id == info.id;
+            if (!duplicate)
+                result.push_back(info);
+        }
+        freeifaddrs(list);
+        return result;
+    }
+
+    std::vector<DeviceInfo> ListDevices(const std::string& interfaceId, uint64_t) override
+    {
+        InterfaceInfo nic;
+        if (m_kind == Kind::GigE)
+        {
+            bool known = false;
+            for (const auto& info : ListInterfaces())
+            {
+                if (info.id == interfaceId)
+                {
+                    nic = info;
+                    known = true;
+                }
+            }
+            if (!known)
+                return {};
+        }
+        const int slot = int(m_kind);
+        std::lock_guard<std::mutex> lock(g_interfaceMutex[slot]);
+        ArvInterface* iface = AravisInterface(m_kind);
+        const auto now = std::chrono::steady_clock::now();
+        if (m_kind != Kind::GigE || now - g_lastUpdate[slot] > kDiscoveryReuse)
+        {
+            arv_interface_update_device_list(iface);
+            g_lastUpdate[slot] = std::chrono::steady_clock::now();
+        }
+        std::vector<DeviceInfo> devices;
+        const unsigned n = arv_interface_get_n_devices(iface);
+        for (unsigned i = 0; i < n; ++i)
+        {
+            DeviceInfo info;
+            info.id = Text(arv_interface_get_device_id(iface, i));
+            info.vendor = Text(arv_interface_get_device_vendor(iface, i));
+            info.model = Text(arv_interface_get_device_model(iface, i));
+            info.serialNumber = Text(arv_interface_get_device_serial_nbr(iface, i));
+            info.tlType = m_kind == Kind::GigE ? "GEV" : m_kind == Kind::Usb3 ? "U3V" : "Custom";
+            info.displayName = info.model.empty() ? info.id : info.model + " (" + info.serialNumber + ")";
+            if (m_kind == Kind::GigE)
+            {
+                info.ipAddress = ParseIpv4(Text(arv_interface_get_device_address(iface, i)));
+                // Discovery does not carry the camera's mask; the card's mask is the subnet it was found on.
+                info.subnetMask = nic.subnetMask;
+                info.macAddress = ParseMac(Text(arv_interface_get_device_physical_id(iface, i)));
+                if ((info.ipAddress & nic.subnetMask) != (nic.ipAddress & nic.subnetMask))
+                    continue;
+            }
+            devices.push_back(info);
+        }
+        return devices;
+    }
+
+    std::unique_ptr<DeviceBackend> OpenDevice(const std::string&, const DeviceInfo& device,
+                                              DeviceAccessType access) override
+    {
+        GObjectPtr<ArvDevice> opened;
+        {
+            std::lock_guard<std::mutex> lock(g_interfaceMutex[int(m_kind)]);
+            GError* error = nullptr;
+            ArvDevice* raw = arv_interface_open_device(AravisInterface(m_kind), device.id.c_str(), &error);
+            RaiseIfError(error, "Opening " + device.id);
+            if (!raw)
+                Raise(ReturnCode::NotFound, "Device " + device.id + " not found");
+            opened = GObjectPtr<ArvDevice>::Adopt(raw);
+        }
+        if (ARV_IS_GV_DEVICE(opened.Get()))
+        {
+            auto* gv = ARV_GV_DEVICE(opened.Get());
+            if (access == DeviceAccessType::ReadOnly)
+            {
+                GError* error = nullptr;
+                arv_gv_device_leave_control(gv, &error);
+                g_clear_error(&error);
+            }
+            else if (!arv_gv_device_is_controller(gv))
+            {
+                Raise(ReturnCode::BadAccess, "Device " + device.id + " is controlled by another application");
+            }
+        }
+        const bool fake = ARV_IS_FAKE_DEVICE(opened.Get()) ||
+                          (device.vendor == "Aravis" && device.model.find("Fake") != std::string::npos);
+        return std::make_unique<AravisDevice>(std::move(opened), m_kind, fake);
+    }
+
+private:
+    const Kind m_kind;
+};
+
+} // namespace
+
+void InitializeAravisBackends()
+{
+    struct Entry
+    {
+        const char* token;
+        Kind kind;
+        const char* key;
+        bool byDefault;
+    };
+    for (const Entry& entry : {Entry{"gev", Kind::GigE, "aravis:GigEVision", true},
+                               Entry{"u3v", Kind::Usb3, "aravis:USB3Vision", true},
+                               Entry{"fake", Kind::Fake, "aravis:Fake", false}})
+    {
+        TransportProvider provider;
+        provider.token = entry.token;
+        provider.enabledByDefault = entry.byDefault;
+        const std::string key = entry.key;
+        const Kind kind = entry.kind;
+        provider.keys = [key] { return std::vector<std::string>{key}; };
+        provider.open = [key, kind](const std::string& requested) -> std::shared_ptr<TransportBackend> {
+            if (requested != key)
+                return nullptr;
+            return std::make_shared<AravisTransport>(kind);
+        };
+        RegisterTransportProvider(std::move(provider));
+    }
+    for (const auto& provider : TransportProviders())
+    {
+        if (provider.token == "fake" && IsTransportEnabled(provider))
+            arv_enable_interface("Fake");
+    }
+}
+
+void ShutdownAravisBackends()
+{
+    // Device lists of the interface singletons hold GObjects that arv_shutdown releases; nothing of ours
+    // outlives Close (every device handle is gone by then).
+}
+
+} // namespace orna::core::detail

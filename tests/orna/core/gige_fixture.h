@@ -1,0 +1,132 @@
+// Aravis' GigE Vision fake camera on loopback, run as a child process of the test.
+//
+// Every test that uses it first checks that the only network interface is "lo" (run the test through
+// netns-run), so discovery broadcasts never leave the machine.
+#pragma once
+
+#include "orna/core/device.h"
+#include "orna/core/interface.h"
+#include "orna/core/library.h"
+#include "orna/core/producerlibrary.h"
+#include "orna/core/system.h"
+
+#include <gtest/gtest.h>
+
+#include <ifaddrs.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <set>
+#include <string>
+#include <thread>
+
+extern char** environ;
+
+namespace orna::core::test {
+
+// Empty when only loopback exists, otherwise a reason to skip.
+inline std::string LoopbackOnlyProblem()
+{
+    ifaddrs* list = nullptr;
+    if (getifaddrs(&list) != 0)
+        return "cannot list network interfaces";
+    std::set<std::string> names;
+    for (ifaddrs* it = list; it; it = it->ifa_next)
+        names.insert(it->ifa_name);
+    freeifaddrs(list);
+    for (const auto& name : names)
+    {
+        if (name != "lo")
+            return "network interface " + name +
+                   " present: GigE discovery tests run only inside the loopback namespace "
+                   "(/work/shared/tools/netns-run ctest -L gige)";
+    }
+    return {};
+}
+
+class FakeGvCamera
+{
+public:
+    FakeGvCamera(std::string address, std::string serial) : m_address(std::move(address)), m_serial(std::move(serial)) {}
+    ~FakeGvCamera() { Kill(); }
+
+    static bool Available() { return ::access("/usr/bin/arv-fake-gv-camera-0.8", X_OK) == 0; }
+
+    bool Start()
+    {
+        const char* argv[] = {"arv-fake-gv-camera-0.8", "-i", m_address.c_str(), "-s", m_serial.c_str(), nullptr};
+        return posix_spawn(&m_pid, "/usr/bin/arv-fake-gv-camera-0.8", nullptr, nullptr,
+                           const_cast<char* const*>(argv), environ) == 0;
+    }
+    void Kill()
+    {
+        if (m_pid > 0)
+        {
+            ::kill(m_pid, SIGKILL);
+            ::waitpid(m_pid, nullptr, 0);
+            m_pid = -1;
+        }
+    }
+    const std::string& Serial() const { return m_serial; }
+
+private:
+    std::string m_address;
+    std::string m_serial;
+    pid_t m_pid = -1;
+};
+
+inline std::shared_ptr<DeviceDescriptor> FindBySerial(const std::shared_ptr<Interface>& iface, const std::string& serial)
+{
+    for (const auto& device : iface->GetDevices())
+    {
+        if (device->GetSerialNumber() == serial)
+            return device;
+    }
+    return nullptr;
+}
+
+// Runs discovery passes until a device with the serial appears; null when it did not within limit.
+inline std::shared_ptr<DeviceDescriptor> WaitForDevice(const std::shared_ptr<Interface>& iface, const std::string& serial,
+                                                       std::chrono::seconds limit)
+{
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    while (std::chrono::steady_clock::now() < deadline)
+    {
+        iface->UpdateDevices(1000);
+        if (auto match = FindBySerial(iface, serial))
+            return match;
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    }
+    return nullptr;
+}
+
+// Runs discovery passes until no device with the serial is listed; false when it stayed within limit.
+inline bool WaitForDeviceGone(const std::shared_ptr<Interface>& iface, const std::string& serial,
+                              std::chrono::seconds limit)
+{
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    while (std::chrono::steady_clock::now() < deadline)
+    {
+        iface->UpdateDevices(1000);
+        if (!FindBySerial(iface, serial))
+            return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    }
+    return false;
+}
+
+inline std::shared_ptr<Interface> OpenLoopbackInterface(std::shared_ptr<ProducerLibrary>& producer,
+                                                        std::shared_ptr<System>& system)
+{
+    producer = ProducerLibrary::Construct("aravis:GigEVision");
+    system = producer->GetSystem()->OpenSystem();
+    system->UpdateInterfaces(100);
+    auto descriptor = system->FindInterface("lo");
+    return descriptor ? descriptor->OpenInterface() : nullptr;
+}
+
+} // namespace orna::core::test

@@ -172,7 +172,7 @@ QModelIndex CameraListModel::IndexOf(const std::shared_ptr<CameraListItem>& item
 
 QModelIndex CameraListModel::index(int row, int column, const QModelIndex& parent) const
 {
-    if (column != 0 || row < 0)
+    if (column != 0 || row < 0 || (parent.isValid() && parent.column() != 0))
         return {};
     const CameraListItem* parentItem = parent.isValid() ? ItemOf(parent) : m_currentRoot.get();
     if (!parentItem || row >= parentItem->ChildCount())

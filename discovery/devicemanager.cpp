@@ -10,6 +10,17 @@
 
 namespace orna {
 
+namespace {
+
+// True while the descriptor is the one its interface lists for its id. Takes only the interface's own mutex.
+bool IsCurrent(const std::shared_ptr<core::DeviceDescriptor>& descriptor)
+{
+    auto iface = descriptor->GetParentInterface();
+    return iface && iface->FindDevice(descriptor->GetID()) == descriptor;
+}
+
+} // namespace
+
 std::mutex DeviceManager::s_instanceMutex;
 std::shared_ptr<DeviceManager> DeviceManager::s_instance;
 int DeviceManager::s_referenceCount = 0;
@@ -246,11 +257,15 @@ void DeviceManager::Update(UpdatePolicy policy, const ErrorCallback& errorCallba
         m_interfaces.erase(std::remove_if(m_interfaces.begin(), m_interfaces.end(),
                                           [&](const auto& i) { return lostInterfaces.count(i->GetKey()) > 0; }),
                            m_interfaces.end());
+        // A device can be both found and lost (or lost and found again) within one pass; the interface's own
+        // list tells which descriptor is current, so the list ends up as the interfaces see it.
         const std::set<std::string> lostDevices(lostDeviceKeys.begin(), lostDeviceKeys.end());
         m_devices.erase(std::remove_if(m_devices.begin(), m_devices.end(),
-                                       [&](const auto& d) { return lostDevices.count(d->GetKey()) > 0; }),
+                                       [&](const auto& d) { return lostDevices.count(d->GetKey()) > 0 && !IsCurrent(d); }),
                         m_devices.end());
-        m_devices.insert(m_devices.end(), foundDevices.begin(), foundDevices.end());
+        for (const auto& d : foundDevices)
+            if (!lostDevices.count(d->GetKey()) || IsCurrent(d))
+                m_devices.push_back(d);
     }
 
     for (const auto& system : newSystems)

@@ -333,7 +333,8 @@ std::shared_ptr<Device> DataStream::GetParentDevice() const
 int32_t BufferInfo::AsInt32() const
 {
     int32_t value = 0;
-    std::memcpy(&value, data.data(), std::min(sizeof value, data.size()));
+    if (!data.empty())
+        std::memcpy(&value, data.data(), std::min(sizeof value, data.size()));
     return value;
 }
 

@@ -2,6 +2,7 @@
 
 #include "orna/core/detail/backend.h"
 #include "orna/core/exception.h"
+#include "orna/core/sim/simtransport.h"
 
 #include <arv.h>
 
@@ -24,6 +25,7 @@ void Library::Initialize()
         return;
     // Transport providers are registered here, not by static initialisers, which a static library may drop.
     core::detail::InitializeAravisBackends();
+    core::sim::RegisterSimTransport();
     AddShutdownHook([] { core::detail::ShutdownAravisBackends(); });
 }
 

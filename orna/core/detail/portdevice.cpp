@@ -1,5 +1,6 @@
 #include "orna/core/detail/portdevice.h"
 
+#include "orna/core/detail/xmlindex.h"
 #include "orna/core/exception.h"
 
 #include <cstring>
@@ -137,6 +138,11 @@ GObjectPtr<ArvDevice> CreatePortDevice(std::shared_ptr<RegisterBank> bank, const
 {
     if (!bank)
         Raise(ReturnCode::InvalidArgument, "A port device needs a register bank");
+    // The node engine reports malformed XML only through GLib criticals: refuse it before it gets there.
+    XmlIndex check;
+    std::string error;
+    if (!check.Parse(xml, error))
+        Raise(ReturnCode::InvalidArgument, error);
     auto device = GObjectPtr<ArvDevice>::Adopt(
         ARV_DEVICE(g_object_new(orna_port_device_get_type(), nullptr)));
     OrnaPortDevice* self = AsPortDevice(device.Get());

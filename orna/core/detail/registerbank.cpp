@@ -26,7 +26,8 @@ void RegisterBank::AddMemory(uint64_t address, size_t length, bool writable, con
     std::lock_guard<std::mutex> lock(m_memoryMutex);
     region.memoryOffset = m_memory.size();
     m_memory.resize(m_memory.size() + length, 0);
-    std::memcpy(m_memory.data() + region.memoryOffset, initial.data(), std::min(initial.size(), length));
+    if (!initial.empty())
+        std::memcpy(m_memory.data() + region.memoryOffset, initial.data(), std::min(initial.size(), length));
     m_regions[address] = std::move(region);
 }
 

@@ -1,8 +1,6 @@
-// The camera tree with a real GigE Vision producer (Aravis' fake camera on loopback) next to three cameras of
-// the test producer: all four appear under their own producer and interface within two timer ticks of the
-// manager knowing them. Label "gige": run inside the loopback namespace.
-#include "test_transport.h"
-
+// The camera tree with a real GigE Vision producer (Aravis' fake camera on loopback) next to three simulated
+// cameras: all four appear under their own producer and interface within two timer ticks of the manager
+// knowing them. Label "gige": run inside the loopback namespace.
 #include "tests/orna/core/gige_fixture.h"
 
 #include "discovery/cameralistmodel.h"
@@ -12,7 +10,6 @@
 #include <QSignalSpy>
 #include <QtTest>
 
-using namespace discoverytest;
 using namespace cameralist;
 
 namespace {
@@ -57,14 +54,9 @@ private slots:
         if (!orna::core::test::FakeGvCamera::Available())
             QSKIP("arv-fake-gv-camera-0.8 (package aravis-tools) is not installed");
 
-        InstallTestProducer("gev,dmtest");
-        {
-            std::lock_guard<std::mutex> lock(World().mutex);
-            World().tlType = "U3V";
-            World().interfaces = {MakeInterface("IF0")};
-            World().devices["IF0"] = {MakeDevice("sim-1", "SIM1"), MakeDevice("sim-2", "SIM2"),
-                                      MakeDevice("sim-3", "SIM3")};
-        }
+        ::setenv("ORNA_TRANSPORTS", "gev,sim", 1);
+        ::setenv("ORNA_SIM_CAMERAS", "3", 1);
+        orna::Library::Initialize();
         orna::core::test::FakeGvCamera camera("127.0.0.1", "GV01");
         QVERIFY(camera.Start());
         orna::DeviceManager::AddReference();
@@ -84,20 +76,23 @@ private slots:
             const QModelIndex gigeInterface = gige.parent();
             QCOMPARE(gigeInterface.data(ItemTypeRole).toString(), QStringLiteral("Interface"));
             QCOMPARE(gigeInterface.parent().data(CtiPathRole).toString(), QStringLiteral("aravis:GigEVision"));
-            for (const char* serial : {"SIM1", "SIM2", "SIM3"})
+            int simulated = 0;
+            for (int row = 0; row < model.rowCount(); ++row)
             {
-                const QModelIndex sim = FindRow(model, SerialRole, QString::fromLatin1(serial));
-                QVERIFY(sim.isValid());
-                QCOMPARE(sim.parent().data(IdRole).toString(), QStringLiteral("IF0"));
-                QCOMPARE(sim.parent().parent().data(CtiPathRole).toString(), QStringLiteral("dmtest:"));
+                const QModelIndex system = model.index(row, 0);
+                if (system.data(CtiPathRole).toString() != QLatin1String("sim:"))
+                    continue;
+                QCOMPARE(model.rowCount(system), 1);
+                const QModelIndex iface = model.index(0, 0, system);
+                QCOMPARE(iface.data(ItemTypeRole).toString(), QStringLiteral("Interface"));
+                simulated += model.rowCount(iface);
             }
-
+            QCOMPARE(simulated, 3);
             model.SetBasicView(true);
             QCOMPARE(model.rowCount(), 2);
             QCOMPARE(FindRow(model, SerialRole, QStringLiteral("GV01")).parent().data().toString(),
                      QStringLiteral("GEV Producer"));
-            QCOMPARE(FindRow(model, SerialRole, QStringLiteral("SIM1")).parent().data().toString(),
-                     QStringLiteral("U3V Producer"));
+            QCOMPARE(model.rowCount(model.index(1, 0)) + model.rowCount(model.index(0, 0)), 4);
         }
         orna::DeviceManager::ReleaseReference();
         camera.Kill();

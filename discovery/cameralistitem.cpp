@@ -408,7 +408,8 @@ void CameraListDeviceItem::Update()
     if (IsOpen())
         actions = {CameraAction::Close, CameraAction::SaveXml, CameraAction::SaveRemoteXml};
     else if (accessStatus == 1)
-        actions = {CameraAction::Open, CameraAction::FirmwareUpdate, CameraAction::SaveXml, CameraAction::SaveRemoteXml};
+        actions = {CameraAction::Open, CameraAction::FirmwareUpdate, CameraAction::SaveXml,
+                   CameraAction::SaveRemoteXml};
     if (tlTypeId == TlType::GEV)
         actions.push_back(CameraAction::IpConfiguration);
     if (IsKernelTlName(m_systemName))
@@ -425,8 +426,7 @@ QVariant CameraListDeviceItem::Data(int column, int role) const
     {
     case Qt::DisplayRole:
         return model + QStringLiteral("    ") + serial + QStringLiteral("    ") + userDefinedName;
-    case Qt::FontRole:
-    {
+    case Qt::FontRole: {
         QFont font;
         font.setItalic(!openable);
         return font;

@@ -111,15 +111,13 @@ void CameraListModel::Init()
         manager->RegisterInterfaceFound([guard](std::shared_ptr<orna::core::Interface> iface) {
             Post(guard, [iface](CameraListModel* m) { m->OnInterfaceFound(iface); });
         }),
-        manager->RegisterInterfaceLost([guard](std::string key) {
-            Post(guard, [key](CameraListModel* m) { m->OnInterfaceLost(key); });
-        }),
+        manager->RegisterInterfaceLost(
+            [guard](std::string key) { Post(guard, [key](CameraListModel* m) { m->OnInterfaceLost(key); }); }),
         manager->RegisterDeviceFound([guard](std::shared_ptr<orna::core::DeviceDescriptor> d) {
             Post(guard, [d](CameraListModel* m) { m->OnDeviceFound(d); });
         }),
-        manager->RegisterDeviceLost([guard](std::string key) {
-            Post(guard, [key](CameraListModel* m) { m->OnDeviceLost(key, false); });
-        }),
+        manager->RegisterDeviceLost(
+            [guard](std::string key) { Post(guard, [key](CameraListModel* m) { m->OnDeviceLost(key, false); }); }),
         manager->RegisterDeviceDisconnected([guard](std::shared_ptr<orna::core::DeviceDescriptor> d) {
             Post(guard, [d](CameraListModel* m) { m->OnDeviceDisconnected(d); });
         }),

@@ -260,9 +260,10 @@ void DeviceManager::Update(UpdatePolicy policy, const ErrorCallback& errorCallba
         // A device can be both found and lost (or lost and found again) within one pass; the interface's own
         // list tells which descriptor is current, so the list ends up as the interfaces see it.
         const std::set<std::string> lostDevices(lostDeviceKeys.begin(), lostDeviceKeys.end());
-        m_devices.erase(std::remove_if(m_devices.begin(), m_devices.end(),
-                                       [&](const auto& d) { return lostDevices.count(d->GetKey()) > 0 && !IsCurrent(d); }),
-                        m_devices.end());
+        m_devices.erase(
+            std::remove_if(m_devices.begin(), m_devices.end(),
+                           [&](const auto& d) { return lostDevices.count(d->GetKey()) > 0 && !IsCurrent(d); }),
+            m_devices.end());
         for (const auto& d : foundDevices)
             if (!lostDevices.count(d->GetKey()) || IsCurrent(d))
                 m_devices.push_back(d);
@@ -361,26 +362,26 @@ void DeviceManager::AddInterfaceCallbacks(const std::shared_ptr<core::Interface>
                 entries.push_back({device, changed->GetID()});
             });
         });
-    record->lostHandle = iface->RegisterDeviceLostCallback([findRecord](const std::shared_ptr<core::DeviceDescriptor>& d) {
-        auto record = findRecord();
-        if (!record)
-            return;
-        std::lock_guard<std::mutex> lock(record->recordMutex);
-        auto it = record->keyById.find(d->GetID());
-        if (it == record->keyById.end())
-            return;
-        record->lostDeviceKeys.push_back(it->second);
-        record->keyById.erase(it);
-    });
-    record->disconnectedHandle =
-        iface->RegisterDeviceDisconnectedCallback([this](const std::shared_ptr<core::DeviceDescriptor>& d) {
-            m_deviceDisconnected.list.Invoke(d);
+    record->lostHandle =
+        iface->RegisterDeviceLostCallback([findRecord](const std::shared_ptr<core::DeviceDescriptor>& d) {
+            auto record = findRecord();
+            if (!record)
+                return;
+            std::lock_guard<std::mutex> lock(record->recordMutex);
+            auto it = record->keyById.find(d->GetID());
+            if (it == record->keyById.end())
+                return;
+            record->lostDeviceKeys.push_back(it->second);
+            record->keyById.erase(it);
         });
+    record->disconnectedHandle = iface->RegisterDeviceDisconnectedCallback(
+        [this](const std::shared_ptr<core::DeviceDescriptor>& d) { m_deviceDisconnected.list.Invoke(d); });
     record->reconnectedHandle = iface->RegisterDeviceReconnectedCallback(
         [this](const std::shared_ptr<core::DeviceDescriptor>& d, const core::DeviceReconnectInformation& info) {
             m_deviceReconnected.list.Invoke(d, info);
         });
-    record->listChangedHandle = iface->RegisterDeviceListChangedCallback([this, key] { m_interfaceUpdated.list.Invoke(key); });
+    record->listChangedHandle =
+        iface->RegisterDeviceListChangedCallback([this, key] { m_interfaceUpdated.list.Invoke(key); });
 }
 
 void DeviceManager::RemoveSystemRecord(const std::string& key)
@@ -484,9 +485,15 @@ void DeviceManager::Reset(bool skipOpenDeviceCheck)
         m_interfaceLost.list.Invoke(key);
 }
 
-#define ORNA_DEVICE_MANAGER_EVENT(Name, member, Function)                                                      \
-    DeviceManager::Handle DeviceManager::Register##Name(Function f) { return member.list.Add(std::move(f)); } \
-    void DeviceManager::Unregister##Name(Handle h) { member.list.Remove(h); }
+#define ORNA_DEVICE_MANAGER_EVENT(Name, member, Function)                                                              \
+    DeviceManager::Handle DeviceManager::Register##Name(Function f)                                                    \
+    {                                                                                                                  \
+        return member.list.Add(std::move(f));                                                                          \
+    }                                                                                                                  \
+    void DeviceManager::Unregister##Name(Handle h)                                                                     \
+    {                                                                                                                  \
+        member.list.Remove(h);                                                                                         \
+    }
 
 ORNA_DEVICE_MANAGER_EVENT(SystemFound, m_systemFound, std::function<void(std::shared_ptr<core::System>)>)
 ORNA_DEVICE_MANAGER_EVENT(InterfaceFound, m_interfaceFound, std::function<void(std::shared_ptr<core::Interface>)>)

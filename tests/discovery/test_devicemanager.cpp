@@ -22,7 +22,8 @@ struct Recorder
 {
     explicit Recorder(DeviceManager& m) : manager(m)
     {
-        handles[0] = manager.RegisterSystemFound([this](std::shared_ptr<orna::core::System> s) { Add("SystemFound:" + s->GetKey()); });
+        handles[0] = manager.RegisterSystemFound(
+            [this](std::shared_ptr<orna::core::System> s) { Add("SystemFound:" + s->GetKey()); });
         handles[1] = manager.RegisterInterfaceFound(
             [this](std::shared_ptr<orna::core::Interface> i) { Add("InterfaceFound:" + i->GetKey()); });
         handles[2] = manager.RegisterInterfaceLost([this](std::string key) { Add("InterfaceLost:" + key); });
@@ -107,8 +108,8 @@ TEST_F(DeviceManagerTest, ProducerPathLoadsOnceAndUnknownPathIsReported)
     EXPECT_EQ(errors[0].rfind("[CTI - nowhere:]: ", 0), 0u) << errors[0];
     const std::string ifKey = manager->Interfaces().at(0)->GetKey();
     const std::string devKey = manager->Devices().at(0)->GetKey();
-    EXPECT_EQ(recorder.Take(), (std::vector<std::string>{"SystemFound:dmtest:", "InterfaceFound:" + ifKey,
-                                                         "DeviceFound:" + devKey}));
+    EXPECT_EQ(recorder.Take(),
+              (std::vector<std::string>{"SystemFound:dmtest:", "InterfaceFound:" + ifKey, "DeviceFound:" + devKey}));
 }
 
 TEST_F(DeviceManagerTest, DeviceFoundAndLostBetweenTwoPassesRaisesBothInOrder)

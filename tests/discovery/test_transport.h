@@ -29,7 +29,7 @@ struct TestWorld
 {
     std::mutex mutex;
     std::vector<detail::InterfaceInfo> interfaces;
-    std::map<std::string, std::vector<detail::DeviceInfo>> devices; // by interface id
+    std::map<std::string, std::vector<detail::DeviceInfo>> devices;                // by interface id
     std::map<std::string, detail::TransportBackend::ConnectionHandler> connection; // by interface id
     std::string tlType = "GEV";
     int listDelayMs = 0;

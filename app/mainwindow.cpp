@@ -26,6 +26,7 @@
 #include "app/mainwindow.h"
 
 #include "app/applicationglobals.h"
+#include "discovery/devicemanager.h"
 #include "app/applicationinfo.h"
 #include "app/applicationsettings.h"
 #include "app/desklogic.h"
@@ -420,6 +421,7 @@ void MainWindow::InitLibraries()
     try
     {
         orna::Library::Initialize();
+        orna::DeviceManager::AddReference();
         m_librariesUp = true;
     }
     catch (const std::exception& e)
@@ -448,7 +450,8 @@ void MainWindow::ExitLibraries()
     {
         LogMessageSender::Error(kNoOrigin, context, tr("Failed to exit auto feature lib: ") + QString::fromUtf8(e.what()));
     }
-    // The device manager's reference is released here once it exists.
+    // Under the manager's own mutex: an update job that still holds the manager keeps it alive until it ends.
+    orna::DeviceManager::ReleaseReference();
     try
     {
         orna::Library::Close();

@@ -1,0 +1,148 @@
+// The camera tree: one column, two trees over the same device items (a flat "Basic view" of producer groups
+// and devices, and an "Expert view" of systems, interfaces and devices), fed by orna::DeviceManager's events.
+//
+// Threads:
+//   - GUI thread: the view, every setter, RunUpdate (the 200 ms timer), and every change of items or rows.
+//   - The update job (a QtConcurrent::run job on the global QThreadPool) runs DeviceManager::Update. The
+//     manager raises its events on that thread; the handlers only post them to the GUI thread as queued calls,
+//     in the order they came, so that the model never changes under the view and the GUI never waits for a
+//     discovery pass (a GigE pass takes about a second).
+//   - The device library's threads call the device-changed callbacks; they too only post to the GUI thread.
+// Mutexes: m_updateMutex guards the test-and-start of the job (m_updateFuture); m_guard->mutex guards the
+// model pointer that library-thread callbacks post to, cleared by the destructor before anything else goes.
+#pragma once
+
+#include "discovery/cameralistitem.h"
+#include "discovery/devicemanager.h"
+
+#include "orna/core/device.h"
+#include "orna/core/interface.h"
+#include "orna/core/system.h"
+
+#include <QAbstractItemModel>
+#include <QFuture>
+#include <QMutex>
+#include <QTimer>
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+Q_DECLARE_METATYPE(std::string)
+Q_DECLARE_METATYPE(std::shared_ptr<orna::core::DeviceDescriptor>)
+Q_DECLARE_METATYPE(orna::core::DeviceReconnectInformation)
+
+class CameraListModel : public QAbstractItemModel
+{
+    Q_OBJECT
+public:
+    explicit CameraListModel(QObject* parent = nullptr);
+    ~CameraListModel() override;
+
+    QModelIndex index(int row, int column, const QModelIndex& parent = QModelIndex()) const override;
+    QModelIndex parent(const QModelIndex& index) const override;
+    int rowCount(const QModelIndex& parent = QModelIndex()) const override;
+    int columnCount(const QModelIndex& parent = QModelIndex()) const override;
+    QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
+
+    void SetBasicView(bool on);
+    bool IsBasicView() const { return m_basicView; }
+    void SetAutoUpdate(bool on);
+    bool IsAutoUpdate() const;
+    void SetOnlyKernelTls(bool value);
+    bool IsOnlyKernelTls() const { return m_onlyKernelTls; }
+    void SetHideSmartCameras(bool value);
+
+    std::vector<CameraAction> ActionsOf(const QModelIndex& index) const;
+    std::shared_ptr<orna::core::DeviceDescriptor> DescriptorOf(const QModelIndex& index) const;
+    // Empty system or interface key: no filter. Model and serial must match.
+    std::shared_ptr<orna::core::DeviceDescriptor> FindDescriptor(const std::string& systemKey,
+                                                                 const std::string& interfaceKey,
+                                                                 const std::string& model,
+                                                                 const std::string& serial) const;
+    bool HasOpenDevice() const;
+    std::shared_ptr<orna::core::DeviceDescriptor> FirstOpenableDevice() const;
+    std::vector<std::shared_ptr<orna::core::DeviceDescriptor>> Devices() const;
+    int OpenableDeviceCount() const { return m_openableDeviceCount; }
+    // True while a discovery job runs.
+    bool IsUpdateRunning() const;
+
+public slots:
+    void RunUpdate();
+    void ResetAndRunUpdate();
+
+signals:
+    // Emitted on the GUI thread after every event of the pass has been applied to the tree.
+    void UpdateFinished();
+    void OpenableDeviceCountChanged(int count);
+    void CameraFound(std::shared_ptr<orna::core::DeviceDescriptor> deviceDescriptor);
+    void CameraLost(std::string key);
+    void CameraDisconnected(std::shared_ptr<orna::core::DeviceDescriptor> device);
+    void CameraReconnected(std::shared_ptr<orna::core::DeviceDescriptor> device,
+                           orna::core::DeviceReconnectInformation reconnectInfo);
+
+private:
+    struct Guard
+    {
+        std::mutex mutex;
+        CameraListModel* model = nullptr;
+    };
+
+    void Init();
+    void ResetTree();
+    void OnSystemFound(const std::shared_ptr<orna::core::System>& system);
+    void OnInterfaceFound(const std::shared_ptr<orna::core::Interface>& iface);
+    void OnInterfaceLost(const std::string& key);
+    void OnDeviceFound(const std::shared_ptr<orna::core::DeviceDescriptor>& descriptor);
+    void OnDeviceLost(const std::string& key, bool force);
+    void OnDeviceDisconnected(const std::shared_ptr<orna::core::DeviceDescriptor>& descriptor);
+    void OnDeviceReconnected(const std::shared_ptr<orna::core::DeviceDescriptor>& descriptor,
+                             const orna::core::DeviceReconnectInformation& info);
+    void OnDeviceChanged(const std::shared_ptr<CameraListDeviceItem>& item);
+    void RegisterDeviceChangedCallback(const std::shared_ptr<CameraListDeviceItem>& item);
+    void UnregisterDeviceChangedCallback(const std::string& key);
+    void UnregisterAllDeviceChangedCallbacks();
+    void AddItem(const std::shared_ptr<CameraListItem>& item);
+    void RemoveItem(const std::shared_ptr<CameraListItem>& item);
+    void SetOpenableCount(int count);
+
+    // Posts work to the GUI thread; dropped once the model is gone. Any thread.
+    template <typename F> static void Post(const std::shared_ptr<Guard>& guard, F&& work);
+
+    CameraListItem* ItemOf(const QModelIndex& index) const;
+    std::shared_ptr<CameraListItem> ParentInView(const CameraListItem* item) const;
+    QModelIndex IndexOf(const std::shared_ptr<CameraListItem>& item) const;
+    std::vector<std::shared_ptr<CameraListDeviceItem>> DeviceItems() const;
+
+    std::shared_ptr<CameraListRootItem> m_basicRoot;
+    std::shared_ptr<CameraListRootItem> m_expertRoot;
+    std::shared_ptr<CameraListRootItem> m_currentRoot;
+
+    // The manager the seven handles belong to (Init's), which may be gone by the time the model is.
+    std::weak_ptr<orna::DeviceManager> m_manager;
+    std::vector<uint64_t> m_deviceManagerHandles;
+    struct ChangedHandle
+    {
+        std::weak_ptr<orna::core::DeviceDescriptor> descriptor;
+        uint64_t handle = 0;
+    };
+    std::map<std::string, ChangedHandle> m_deviceChangedHandles;
+
+    QTimer m_updateTimer;
+    mutable QMutex m_updateMutex;
+    QFuture<void> m_updateFuture;
+    std::shared_ptr<Guard> m_guard = std::make_shared<Guard>();
+    // Last error of the update job, so that a failing producer is logged once, not every tick. Job thread.
+    std::string m_lastJobError;
+
+    bool m_basicView = false;
+    bool m_onlyKernelTls = false;
+    bool m_hideSmartCameras = true;
+
+    std::map<const CameraListItem*, std::shared_ptr<CameraListItem>> m_items;
+    std::map<std::string, std::shared_ptr<CameraListItem>> m_itemsByKey;
+    int m_openableDeviceCount = 0;
+};

@@ -23,6 +23,14 @@ function(lumivue_test_environment test_name)
         "TSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/tsan.supp:halt_on_error=1")
 endfunction()
 
+# GigE tests start Aravis' fake camera on the namespace's loopback addresses and discover by broadcast: two
+# of them at once would see each other's cameras and fight over the GVCP port, so they never run together.
+function(lumivue_serialise_gige test_name labels)
+    if("gige" IN_LIST labels)
+        set_tests_properties(${test_name} PROPERTIES RESOURCE_LOCK gige_loopback)
+    endif()
+endfunction()
+
 # Links the compiled Qt resources (icons, fonts, sounds) when the resources target exists.
 function(lumivue_link_resources target)
     if(TARGET lumivue_resources)
@@ -44,6 +52,7 @@ function(lumivue_add_gtest name)
         set(A_TIMEOUT 300)
     endif()
     set_tests_properties(${name} PROPERTIES LABELS "${A_LABELS}" TIMEOUT ${A_TIMEOUT})
+    lumivue_serialise_gige(${name} "${A_LABELS}")
     lumivue_test_environment(${name})
 endfunction()
 
@@ -63,6 +72,7 @@ function(lumivue_add_qtest name)
         set(A_TIMEOUT 300)
     endif()
     set_tests_properties(${name} PROPERTIES LABELS "${A_LABELS}" TIMEOUT ${A_TIMEOUT})
+    lumivue_serialise_gige(${name} "${A_LABELS}")
     lumivue_test_environment(${name})
 endfunction()
 

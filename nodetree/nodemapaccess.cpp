@@ -1381,6 +1381,8 @@ void NodeMapAccess::OnDisconnected(bool deleteCallback)
     PauseWorker();
     if (root)
         UnregisterAll(root, deleteCallback);
+    // Every row now reads as not connected.
+    emit dataChanged(nullptr, -1);
 }
 
 void NodeMapAccess::OnDisconnected()

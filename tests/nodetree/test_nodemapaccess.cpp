@@ -78,6 +78,26 @@ private Q_SLOTS:
         QCOMPARE(device.Peek(nodetree_test::kPlainAddress), 10u);
     }
 
+    void incrementAndDecrementStayInRange()
+    {
+        AccessDevice device;
+        NodeMapAccess access;
+        access.SetNodeMap(MakeMap(device));
+        TreeItem* aligned = access.FindItem("Aligned");
+        QVERIFY(access.SetValue(aligned, int64_t(994)));
+        QCOMPARE(aligned->GetValue().toLongLong(), 992LL);
+        access.IncrementValue(aligned);
+        QCOMPARE(aligned->GetValue().toLongLong(), 996LL);
+        access.IncrementValue(aligned);
+        access.IncrementValue(aligned);
+        QCOMPARE(aligned->GetValue().toLongLong(), 1000LL);
+        QVERIFY(access.SetValue(aligned, int64_t(2)));
+        QCOMPARE(aligned->GetValue().toLongLong(), 0LL);
+        access.DecrementValue(aligned);
+        QCOMPARE(aligned->GetValue().toLongLong(), 0LL);
+        QCOMPARE(device.aligned->load(), 0u);
+    }
+
     void selectorDependentValuesFollowTheSelector()
     {
         AccessDevice device;

@@ -173,14 +173,14 @@ TEST_F(LocalChunkMap, ChunkNodesReadTheLastBufferAndKeepTheOriginalXml)
     AddChunk(partial, 0xA5A50200, uint64_t(77));
     map->UpdateChunkNodes(MakeBuffer(partial));
     EXPECT_EQ(frameId->GetValue(), 77);
-    EXPECT_THROW(exposure->GetValue(), Exception);
+    EXPECT_THROW(exposure->GetValue(), IOException);
     // A chunk shorter than a register in it: the read fails instead of reading beyond the chunk.
     std::vector<uint8_t> shortRoi(16, 0);
     PutBE32(shortRoi, 0xA5A50001);
     PutBE32(shortRoi, 16);
     AddChunk(shortRoi, 0xA5A50202, uint32_t(5));
     map->UpdateChunkNodes(MakeBuffer(shortRoi));
-    EXPECT_THROW(offsetY->GetValue(), Exception);
+    EXPECT_THROW(offsetY->GetValue(), IOException);
 }
 
 TEST_F(LocalChunkMap, BuffersWithoutChunksOrWithDamagedTrailersAreRefused)

@@ -64,7 +64,11 @@ public:
     // damaged chunk trailer (the map keeps the previous values), NotImplementedException for a map that has
     // no way to evaluate that transport's chunks. No XML is parsed here.
     void UpdateChunkNodes(const std::shared_ptr<Buffer>& buffer);
-    // Event data nodes are not available on this backend: raises NotImplementedException.
+    // Makes the data of event the source of the nodes read through the port whose <EventID> is the event's id
+    // (the other event ports keep the data of their last event) and fires the changed callbacks of event
+    // nodes whose value changed. Call on the thread that took the event (event worker). Works on maps built by
+    // detail::CreateLocalNodeMap (the simulated producer); raises NotImplementedException for Aravis' remote
+    // maps and for maps whose XML has no event port. An event whose id no port names changes nothing.
     void UpdateEventNodes(const std::shared_ptr<Event>& event);
 
     // The XML description the map was built from.

@@ -66,7 +66,38 @@ void NodeMap::UpdateChunkNodes(const std::shared_ptr<Buffer>& buffer)
 void NodeMap::UpdateEventNodes(const std::shared_ptr<Event>& event)
 {
     RequireNotNull(event, nullptr_text::Event);
-    Raise(ReturnCode::NotImplemented, "Event data nodes are not available on this transport");
+    if (!m_impl->chunkWindows || m_impl->chunkWindows->EventBases().empty())
+        Raise(ReturnCode::NotImplemented, "Event data nodes are not available on this transport");
+    std::vector<std::string> changed;
+    {
+        std::lock_guard<std::recursive_mutex> lock(m_impl->mutex);
+        // An event no port describes changes nothing (as a camera's other events would not).
+        if (!m_impl->chunkWindows->AssignEvent(event->GetID(), event->GetData()))
+            return;
+        for (const auto& name : m_impl->eventNodes)
+        {
+            auto node = m_impl->Lookup(name);
+            if (!node)
+                continue;
+            std::string value;
+            try
+            {
+                value = node->GetValueAsString();
+            }
+            catch (const Exception&)
+            {
+                continue; // no event of this node's id yet, or its data are too short
+            }
+            auto& last = m_impl->eventValues[name];
+            if (last != value)
+            {
+                last = value;
+                for (const auto& dependent : m_impl->index.ChangeSet(name))
+                    changed.push_back(dependent);
+            }
+        }
+    }
+    m_impl->FireChanged(changed);
 }
 
 } // namespace orna::core

@@ -52,16 +52,21 @@ void Collect(xmlNode* node, std::vector<xmlNode*>& out)
 
 std::string ChunkWindows::Rewrite(const std::string& xml, const XmlIndex& index, ChunkWindows& windows)
 {
-    std::map<std::string, uint64_t> portBase; // chunk port name -> window base
+    std::map<std::string, uint64_t> portBase; // chunk or event port name -> window base
     for (const auto& info : index.Nodes())
     {
-        if (info.kind != "Port" || !info.chunkId)
+        if (info.kind != "Port" || (!info.chunkId && !info.eventId))
             continue;
-        auto it = windows.m_bases.find(*info.chunkId);
-        if (it == windows.m_bases.end())
-            it = windows.m_bases
-                     .emplace(*info.chunkId, kChunkWindowBase + kChunkWindowSize * windows.m_bases.size())
-                     .first;
+        auto& bases = info.chunkId ? windows.m_bases : windows.m_eventBases;
+        const uint64_t first = info.chunkId ? kChunkWindowBase : kEventWindowBase;
+        const uint64_t id = info.chunkId ? *info.chunkId : *info.eventId;
+        auto it = bases.find(id);
+        if (it == bases.end())
+        {
+            if (bases.size() >= (kChunkWindowBase - kEventWindowBase) / kChunkWindowSize)
+                Raise(ReturnCode::InvalidArgument, "The GenICam XML names too many chunk or event ids");
+            it = bases.emplace(id, first + kChunkWindowSize * bases.size()).first;
+        }
         portBase[info.name] = it->second;
     }
     if (portBase.empty())
@@ -86,7 +91,7 @@ std::string ChunkWindows::Rewrite(const std::string& xml, const XmlIndex& index,
             for (xmlNode* child = element->children; child;)
             {
                 xmlNode* next = child->next;
-                if (IsElement(child, "ChunkID"))
+                if (IsElement(child, "ChunkID") || IsElement(child, "EventID"))
                 {
                     xmlUnlinkNode(child);
                     xmlFreeNode(child);
@@ -141,7 +146,12 @@ std::string ChunkWindows::Rewrite(const std::string& xml, const XmlIndex& index,
 void ChunkWindows::AddTo(RegisterBank& bank, const std::shared_ptr<ChunkWindows>& self)
 {
     std::weak_ptr<ChunkWindows> weak = self;
-    for (const auto& [id, base] : m_bases)
+    std::vector<uint64_t> all;
+    for (const auto& entry : m_bases)
+        all.push_back(entry.second);
+    for (const auto& entry : m_eventBases)
+        all.push_back(entry.second);
+    for (uint64_t base : all)
     {
         uint8_t probe = 0;
         if (bank.Read(base, &probe, 1) != RegisterBank::Status::InvalidAddress)
@@ -155,19 +165,21 @@ void ChunkWindows::AddTo(RegisterBank& bank, const std::shared_ptr<ChunkWindows>
 
 bool ChunkWindows::Read(uint64_t address, uint8_t* data, size_t size) const
 {
-    if (address < kChunkWindowBase)
+    if (address < kEventWindowBase)
         return false;
-    const uint64_t slot = (address - kChunkWindowBase) / kChunkWindowSize;
-    const uint64_t base = kChunkWindowBase + slot * kChunkWindowSize;
+    const bool event = address < kChunkWindowBase;
+    const uint64_t first = event ? kEventWindowBase : kChunkWindowBase;
+    const uint64_t base = first + (address - first) / kChunkWindowSize * kChunkWindowSize;
     const uint64_t offset = address - base;
-    for (const auto& [id, windowBase] : m_bases)
+    for (const auto& [id, windowBase] : event ? m_eventBases : m_bases)
     {
         if (windowBase != base)
             continue;
         std::lock_guard<std::mutex> lock(m_mutex);
-        auto it = m_chunks.find(id);
-        if (it == m_chunks.end() || offset > it->second.size() || size > it->second.size() - offset)
-            return false; // chunk absent from the last buffer, or a register beyond its data
+        const auto& table = event ? m_events : m_chunks;
+        auto it = table.find(id);
+        if (it == table.end() || offset > it->second.size() || size > it->second.size() - offset)
+            return false; // chunk absent from the last buffer, no such event yet, or a register beyond the data
         std::memcpy(data, it->second.data() + offset, size);
         return true;
     }
@@ -182,6 +194,15 @@ void ChunkWindows::Assign(const std::vector<BufferChunk>& chunks)
             next[chunk.GetID()].assign(chunk.GetBasePtr(), chunk.GetBasePtr() + chunk.GetSize());
     std::lock_guard<std::mutex> lock(m_mutex);
     m_chunks.swap(next);
+}
+
+bool ChunkWindows::AssignEvent(uint64_t id, const std::vector<uint8_t>& data)
+{
+    if (!m_eventBases.count(id))
+        return false;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_events[id] = data;
+    return true;
 }
 
 std::vector<BufferChunk> WalkChunksStrict(const uint8_t* payload, size_t size, bool bigEndian)

@@ -52,6 +52,7 @@ struct NodeMapImpl : std::enable_shared_from_this<NodeMapImpl>
     std::unordered_map<std::string, std::shared_ptr<nodes::Node>> extras; // guarded by mutex
     std::unordered_set<std::string> features;
     std::vector<std::string> chunkNodes;
+    std::vector<std::string> eventNodes; // nodes read through a port with <EventID>
     std::shared_ptr<ChunkWindows> chunkWindows;
 
     struct PollState
@@ -62,6 +63,7 @@ struct NodeMapImpl : std::enable_shared_from_this<NodeMapImpl>
     };
     std::unordered_map<std::string, PollState> poll;        // guarded by mutex
     std::unordered_map<std::string, std::string> chunkValues; // guarded by mutex
+    std::unordered_map<std::string, std::string> eventValues; // guarded by mutex
 
     std::mutex callbackMutex;
     std::unordered_map<std::string, std::map<nodes::CallbackHandle, nodes::ChangedCallback>> callbacks;

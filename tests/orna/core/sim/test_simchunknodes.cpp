@@ -8,6 +8,7 @@
 #include "orna/core/detail/localnodemap.h"
 #include "orna/core/device.h"
 #include "orna/core/environmentinspector.h"
+#include "orna/core/event.h"
 #include "orna/core/exception.h"
 #include "orna/core/interface.h"
 #include "orna/core/library.h"
@@ -59,6 +60,20 @@ const char* kChunkXml = R"(<?xml version="1.0" encoding="utf-8"?>
     <Address>4</Address><Length>4</Length><AccessMode>RO</AccessMode><pPort>RoiPort</pPort>
     <Cachable>NoCache</Cachable><Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess>
   </IntReg>
+  <IntReg Name="EventTestTimestamp" NameSpace="Standard">
+    <Address>0</Address><Length>8</Length><AccessMode>RO</AccessMode><pPort>EventTestPort</pPort>
+    <Cachable>NoCache</Cachable><Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess>
+  </IntReg>
+  <IntReg Name="EventTestCode" NameSpace="Standard">
+    <Address>8</Address><Length>4</Length><AccessMode>RO</AccessMode><pPort>EventTestPort</pPort>
+    <Cachable>NoCache</Cachable><Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess>
+  </IntReg>
+  <IntReg Name="EventOtherTimestamp" NameSpace="Standard">
+    <Address>0</Address><Length>8</Length><AccessMode>RO</AccessMode><pPort>EventOtherPort</pPort>
+    <Cachable>NoCache</Cachable><Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess>
+  </IntReg>
+  <Port Name="EventTestPort" NameSpace="Custom"><EventID>9002</EventID></Port>
+  <Port Name="EventOtherPort" NameSpace="Custom"><EventID>9001</EventID></Port>
   <Port Name="FrameIdPort" NameSpace="Custom"><ChunkID>A5A50200</ChunkID></Port>
   <Port Name="ExposurePort" NameSpace="Custom"><ChunkID>A5A50201</ChunkID></Port>
   <Port Name="RoiPort" NameSpace="Custom"><ChunkID>0xA5A50202</ChunkID></Port>
@@ -224,6 +239,45 @@ TEST_F(LocalChunkMap, BuffersWithoutChunksOrWithDamagedTrailersAreRefused)
     EXPECT_THROW(map->UpdateChunkNodes(MakeBuffer({})), InvalidArgumentException);
     // The refused buffers left the previous values in place.
     EXPECT_EQ(map->FindNode<IntegerNode>("ChunkFrameID")->GetValue(), 5);
+}
+
+std::shared_ptr<Event> MakeEvent(uint64_t id, uint64_t timestamp, uint32_t code, size_t size = 12)
+{
+    std::vector<uint8_t> data(12);
+    std::memcpy(data.data(), &timestamp, 8);
+    std::memcpy(data.data() + 8, &code, 4);
+    data.resize(size);
+    return std::make_shared<Event>(EventType::RemoteDevice, id, data);
+}
+
+TEST_F(LocalChunkMap, EventNodesReadTheLastEventOfTheirId)
+{
+    auto timestamp = map->FindNode<IntegerNode>("EventTestTimestamp");
+    auto code = map->FindNode<IntegerNode>("EventTestCode");
+    auto other = map->FindNode<IntegerNode>("EventOtherTimestamp");
+    EXPECT_THROW(timestamp->GetValue(), IOException) << "no event yet";
+    std::atomic<int> fired{0};
+    timestamp->RegisterChangedCallback([&](const std::shared_ptr<Node>&) { ++fired; });
+
+    map->UpdateEventNodes(MakeEvent(0x9002, 123456789, 17));
+    EXPECT_EQ(timestamp->GetValue(), 123456789);
+    EXPECT_EQ(code->GetValue(), 17);
+    EXPECT_THROW(other->GetValue(), IOException);
+    EXPECT_EQ(fired.load(), 1);
+
+    // Another id leaves this one's values; an unknown id changes nothing.
+    map->UpdateEventNodes(MakeEvent(0x9001, 555, 0));
+    map->UpdateEventNodes(MakeEvent(0x1234, 1, 1));
+    EXPECT_EQ(other->GetValue(), 555);
+    EXPECT_EQ(timestamp->GetValue(), 123456789);
+    EXPECT_EQ(fired.load(), 1);
+
+    // Data too short for a register: that read fails, the shorter one works.
+    map->UpdateEventNodes(MakeEvent(0x9002, 42, 9, 8));
+    EXPECT_EQ(timestamp->GetValue(), 42);
+    EXPECT_THROW(code->GetValue(), IOException);
+    EXPECT_EQ(fired.load(), 2);
+    EXPECT_THROW(map->UpdateEventNodes(nullptr), NullArgumentError);
 }
 
 TEST(ChunkWalk, StrictWalkFindsEveryRecordInPayloadOrder)

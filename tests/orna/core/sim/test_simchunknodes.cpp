@@ -23,6 +23,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <thread>
 
 using namespace orna::core;
 using namespace orna::core::nodes;
@@ -239,6 +240,39 @@ TEST_F(LocalChunkMap, BuffersWithoutChunksOrWithDamagedTrailersAreRefused)
     EXPECT_THROW(map->UpdateChunkNodes(MakeBuffer({})), InvalidArgumentException);
     // The refused buffers left the previous values in place.
     EXPECT_EQ(map->FindNode<IntegerNode>("ChunkFrameID")->GetValue(), 5);
+}
+
+// The capture thread updates while another thread reads under the map's lock: the values read together
+// always come from one buffer.
+TEST_F(LocalChunkMap, ReadersUnderTheMapLockSeeOneBufferAtATime)
+{
+    std::atomic<bool> done{false};
+    std::atomic<int> mixed{0};
+    std::atomic<int> reads{0};
+    std::thread reader([&] {
+        auto frameId = map->FindNode<IntegerNode>("ChunkFrameID");
+        auto exposure = map->FindNode<FloatNode>("ChunkExposureTime");
+        while (!done)
+        {
+            std::lock_guard<NodeMap> lock(*map);
+            try
+            {
+                if (double(frameId->GetValue()) != exposure->GetValue())
+                    ++mixed;
+                ++reads;
+            }
+            catch (const Exception&)
+            {
+                // before the first buffer
+            }
+        }
+    });
+    for (uint64_t n = 1; n <= 2000; ++n)
+        map->UpdateChunkNodes(MakeBuffer(Payload(n, double(n), uint32_t(n))));
+    done = true;
+    reader.join();
+    EXPECT_EQ(mixed.load(), 0);
+    EXPECT_EQ(map->FindNode<IntegerNode>("ChunkFrameID")->GetValue(), 2000);
 }
 
 std::shared_ptr<Event> MakeEvent(uint64_t id, uint64_t timestamp, uint32_t code, size_t size = 12)

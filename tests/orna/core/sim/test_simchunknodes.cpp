@@ -75,6 +75,11 @@ const char* kChunkXml = R"(<?xml version="1.0" encoding="utf-8"?>
   </IntReg>
   <Port Name="EventTestPort" NameSpace="Custom"><EventID>9002</EventID></Port>
   <Port Name="EventOtherPort" NameSpace="Custom"><EventID>9001</EventID></Port>
+  <Integer Name="RoiOffsetYAddress" NameSpace="Custom"><Value>4</Value></Integer>
+  <IntReg Name="ChunkOffsetYComputed" NameSpace="Custom">
+    <pAddress>RoiOffsetYAddress</pAddress><Length>4</Length><AccessMode>RO</AccessMode><pPort>RoiPort</pPort>
+    <Cachable>NoCache</Cachable><Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess>
+  </IntReg>
   <Port Name="FrameIdPort" NameSpace="Custom"><ChunkID>A5A50200</ChunkID></Port>
   <Port Name="ExposurePort" NameSpace="Custom"><ChunkID>A5A50201</ChunkID></Port>
   <Port Name="RoiPort" NameSpace="Custom"><ChunkID>0xA5A50202</ChunkID></Port>
@@ -168,6 +173,7 @@ TEST_F(LocalChunkMap, ChunkNodesReadTheLastBufferAndKeepTheOriginalXml)
     EXPECT_EQ(frameId->GetValue(), 41);
     EXPECT_DOUBLE_EQ(exposure->GetValue(), 1250.5);
     EXPECT_EQ(offsetY->GetValue(), 300) << "register at offset 4 of its chunk, through an Integer";
+    EXPECT_EQ(map->FindNode<IntegerNode>("ChunkOffsetYComputed")->GetValue(), 300) << "address from pAddress";
     EXPECT_EQ(fired.load(), 1);
 
     map->UpdateChunkNodes(MakeBuffer(Payload(42, 99.0, 12)));

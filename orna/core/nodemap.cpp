@@ -152,6 +152,8 @@ std::shared_ptr<NodeMapImpl> NodeMapImpl::Create(GObjectPtr<ArvDevice> device)
             const auto* port = impl->index.Find(impl->index.PortOf(info.name));
             if (port && port->chunkId)
                 impl->chunkNodes.push_back(info.name);
+            else if (port && port->eventId)
+                impl->eventNodes.push_back(info.name);
         }
     }
 

@@ -54,10 +54,21 @@ public:
     // InvalidArgumentException when nothing of it could be applied.
     void LoadFromFile(const std::string& path);
 
-    // Makes the chunk data of buffer the source of the chunk nodes and fires the changed callbacks of chunk
-    // nodes whose value changed. Call on the capture thread while the buffer is not queued.
+    // Makes the chunk data of buffer the source of the chunk nodes (the nodes read through a port with
+    // <ChunkID>) and fires the changed callbacks of chunk nodes whose value changed. Call on the capture thread
+    // while the buffer is not queued; other threads may read the chunk nodes meanwhile (map mutex). Aravis
+    // buffers are evaluated by the node engine itself. Buffers of the other transports (simulated producer)
+    // are walked here and their chunks copied into the map, so the chunk nodes keep this buffer's values
+    // after it is queued again, until the next call. A chunk absent from the buffer makes its nodes raise on
+    // read. Raises NotAvailableException for a buffer without chunk data, InvalidArgumentException for a
+    // damaged chunk trailer (the map keeps the previous values), NotImplementedException for a map that has
+    // no way to evaluate that transport's chunks. No XML is parsed here.
     void UpdateChunkNodes(const std::shared_ptr<Buffer>& buffer);
-    // Event data nodes are not available on this backend: raises NotImplementedException.
+    // Makes the data of event the source of the nodes read through the port whose <EventID> is the event's id
+    // (the other event ports keep the data of their last event) and fires the changed callbacks of event
+    // nodes whose value changed. Call on the thread that took the event (event worker). Works on maps built by
+    // detail::CreateLocalNodeMap (the simulated producer); raises NotImplementedException for Aravis' remote
+    // maps and for maps whose XML has no event port. An event whose id no port names changes nothing.
     void UpdateEventNodes(const std::shared_ptr<Event>& event);
 
     // The XML description the map was built from.

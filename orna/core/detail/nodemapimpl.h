@@ -4,6 +4,8 @@
 // state and the chunk snapshot; it is recursive so that one thread can hold NodeMap::Lock and still call
 // node operations. The node tables (ordered, byName, features) are built in Create() and immutable after.
 // `extras` (engine nodes absent from the XML, wrapped on first use) is guarded by `mutex`.
+// `chunkWindows` (maps we build over a register bank whose XML has chunk ports; null otherwise) is set in
+// CreateLocalNodeMap before the map is shared and never replaced; it has its own leaf mutex.
 // `callbackMutex` guards the callback registry only; callbacks are copied out and run without any lock.
 #pragma once
 
@@ -22,6 +24,8 @@
 #include <vector>
 
 namespace orna::core::detail {
+
+class ChunkWindows;
 
 struct NodeMapImpl : std::enable_shared_from_this<NodeMapImpl>
 {
@@ -48,6 +52,8 @@ struct NodeMapImpl : std::enable_shared_from_this<NodeMapImpl>
     std::unordered_map<std::string, std::shared_ptr<nodes::Node>> extras; // guarded by mutex
     std::unordered_set<std::string> features;
     std::vector<std::string> chunkNodes;
+    std::vector<std::string> eventNodes; // nodes read through a port with <EventID>
+    std::shared_ptr<ChunkWindows> chunkWindows;
 
     struct PollState
     {
@@ -57,6 +63,7 @@ struct NodeMapImpl : std::enable_shared_from_this<NodeMapImpl>
     };
     std::unordered_map<std::string, PollState> poll;        // guarded by mutex
     std::unordered_map<std::string, std::string> chunkValues; // guarded by mutex
+    std::unordered_map<std::string, std::string> eventValues; // guarded by mutex
 
     std::mutex callbackMutex;
     std::unordered_map<std::string, std::map<nodes::CallbackHandle, nodes::ChangedCallback>> callbacks;

@@ -13,6 +13,7 @@ struct PortDeviceState
 {
     std::shared_ptr<RegisterBank> bank;
     std::string xml;
+    std::string engineXml; // what the node engine loaded, when it differs from xml
     ArvGc* genicam = nullptr;
 };
 
@@ -134,7 +135,8 @@ static void orna_port_device_class_init(OrnaPortDeviceClass* klass)
 
 namespace orna::core::detail {
 
-GObjectPtr<ArvDevice> CreatePortDevice(std::shared_ptr<RegisterBank> bank, const std::string& xml)
+GObjectPtr<ArvDevice> CreatePortDevice(std::shared_ptr<RegisterBank> bank, const std::string& xml,
+                                       const std::string& engineXml)
 {
     if (!bank)
         Raise(ReturnCode::InvalidArgument, "A port device needs a register bank");
@@ -148,7 +150,9 @@ GObjectPtr<ArvDevice> CreatePortDevice(std::shared_ptr<RegisterBank> bank, const
     OrnaPortDevice* self = AsPortDevice(device.Get());
     self->state->bank = std::move(bank);
     self->state->xml = xml;
-    self->state->genicam = arv_gc_new(device.Get(), self->state->xml.data(), self->state->xml.size());
+    self->state->engineXml = engineXml.empty() ? xml : engineXml;
+    self->state->genicam =
+        arv_gc_new(device.Get(), self->state->engineXml.data(), self->state->engineXml.size());
     if (!self->state->genicam || !arv_gc_get_node(self->state->genicam, "Root"))
         Raise(ReturnCode::InvalidArgument, "The GenICam XML of a local node map could not be parsed");
     arv_gc_set_access_check_policy(self->state->genicam, ARV_ACCESS_CHECK_POLICY_ENABLE);
@@ -170,6 +174,7 @@ bool IsPortDevice(ArvDevice* device)
 
 } // namespace orna::core::detail
 
+#include "orna/core/detail/chunkwindows.h"
 #include "orna/core/detail/localnodemap.h"
 #include "orna/core/detail/nodemapimpl.h"
 
@@ -177,7 +182,20 @@ namespace orna::core::detail {
 
 std::shared_ptr<NodeMap> CreateLocalNodeMap(std::shared_ptr<RegisterBank> bank, const std::string& xml)
 {
-    return std::make_shared<NodeMap>(NodeMapImpl::Create(CreatePortDevice(std::move(bank), xml)));
+    if (!bank)
+        Raise(ReturnCode::InvalidArgument, "A port device needs a register bank");
+    XmlIndex index;
+    std::string error;
+    if (!index.Parse(xml, error))
+        Raise(ReturnCode::InvalidArgument, error);
+    auto windows = std::make_shared<ChunkWindows>();
+    const std::string engineXml = ChunkWindows::Rewrite(xml, index, *windows);
+    if (!windows->Empty())
+        windows->AddTo(*bank, windows);
+    auto impl = NodeMapImpl::Create(CreatePortDevice(std::move(bank), xml, windows->Empty() ? "" : engineXml));
+    if (!windows->Empty())
+        impl->chunkWindows = std::move(windows);
+    return std::make_shared<NodeMap>(std::move(impl));
 }
 
 } // namespace orna::core::detail

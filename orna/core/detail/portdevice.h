@@ -19,8 +19,10 @@
 namespace orna::core::detail {
 
 // Builds the device and its node tree from xml. Raises InvalidArgumentException when the XML is not a
-// GenICam description the node engine accepts.
-GObjectPtr<ArvDevice> CreatePortDevice(std::shared_ptr<RegisterBank> bank, const std::string& xml);
+// GenICam description the node engine accepts. engineXml, when not empty, is what the node engine loads
+// instead of xml (chunk ports rewritten onto bank windows); the device still reports xml as its description.
+GObjectPtr<ArvDevice> CreatePortDevice(std::shared_ptr<RegisterBank> bank, const std::string& xml,
+                                       const std::string& engineXml = {});
 
 // The bank behind a device made by CreatePortDevice (null for any other device).
 std::shared_ptr<RegisterBank> PortDeviceBank(ArvDevice* device);

@@ -6,48 +6,48 @@
     <message>
         <location filename="../../app/applicationinfo.cpp" line="+69"/>
         <source>unknown</source>
-        <translation type="unfinished"></translation>
+        <translation>unbekannt</translation>
     </message>
     <message>
         <location line="+12"/>
         <source>Version %1</source>
-        <translation type="unfinished"></translation>
+        <translation>Version %1</translation>
     </message>
     <message>
         <location line="+2"/>
         <source>Built with Qt %1, running on Qt %2</source>
-        <translation type="unfinished"></translation>
+        <translation>Erstellt mit Qt %1, ausgeführt unter Qt %2</translation>
     </message>
     <message>
         <location line="+2"/>
         <source>Aravis %1</source>
-        <translation type="unfinished"></translation>
+        <translation>Aravis %1</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>OpenCV %1</source>
-        <translation type="unfinished"></translation>
+        <translation>OpenCV %1</translation>
     </message>
     <message>
         <location line="+6"/>
         <source>Licences of the parts shipped with this program:</source>
-        <translation type="unfinished"></translation>
+        <translation>Lizenzen der mit diesem Programm ausgelieferten Komponenten:</translation>
     </message>
     <message>
         <location line="+5"/>
         <source>Material Design Icons</source>
-        <translation type="unfinished"></translation>
+        <translation>Material Design Icons</translation>
     </message>
     <message>
         <location line="+22"/>
         <source>About %1</source>
-        <translation type="unfinished"></translation>
+        <translation>Über %1</translation>
     </message>
     <message>
         <location line="+1"/>
         <location line="+31"/>
         <source>About Qt</source>
-        <translation type="unfinished"></translation>
+        <translation>Über Qt</translation>
     </message>
 </context>
 <context>
@@ -56,214 +56,214 @@
         <location filename="../../app/applicationsettings.cpp" line="+266"/>
         <location line="+189"/>
         <source>Dark</source>
-        <translation type="unfinished"></translation>
+        <translation>Dunkel</translation>
     </message>
     <message>
         <location line="-188"/>
         <location line="+189"/>
         <source>Light</source>
-        <translation type="unfinished"></translation>
+        <translation>Hell</translation>
     </message>
     <message>
         <location line="-170"/>
         <location line="+171"/>
         <source>No workspace</source>
-        <translation type="unfinished"></translation>
+        <translation>Kein Arbeitsbereich</translation>
     </message>
     <message>
         <location line="-16"/>
         <source>Application options</source>
-        <translation type="unfinished"></translation>
+        <translation>Anwendungseinstellungen</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>General</source>
-        <translation type="unfinished"></translation>
+        <translation>Allgemein</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Image saving</source>
-        <translation type="unfinished"></translation>
+        <translation>Bildspeicherung</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Advanced</source>
-        <translation type="unfinished"></translation>
+        <translation>Erweitert</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Shortcuts</source>
-        <translation type="unfinished"></translation>
+        <translation>Tastenkürzel</translation>
     </message>
     <message>
         <location line="+2"/>
         <source>Start image acquisition when opening a camera</source>
-        <translation type="unfinished"></translation>
+        <translation>Bildaufnahme beim Öffnen einer Kamera starten</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Use preferred GigE transport layer only (kernel driver)</source>
-        <translation type="unfinished"></translation>
+        <translation>Nur den bevorzugten GigE-Transport-Layer verwenden (Kerneltreiber)</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Show connection lines between dialogs</source>
-        <translation type="unfinished"></translation>
+        <translation>Verbindungslinien zwischen Dialogen anzeigen</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Show grid</source>
-        <translation type="unfinished"></translation>
+        <translation>Raster anzeigen</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Dialog fading (ms)</source>
-        <translation type="unfinished"></translation>
+        <translation>Überblendung der Dialoge (ms)</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Language</source>
-        <translation type="unfinished"></translation>
+        <translation>Sprache</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Theme</source>
-        <translation type="unfinished"></translation>
+        <translation>Farbschema</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Default workspace</source>
-        <translation type="unfinished"></translation>
+        <translation>Standard-Arbeitsbereich</translation>
     </message>
     <message>
         <location line="+5"/>
         <source>Automatic image file names</source>
-        <translation type="unfinished"></translation>
+        <translation>Automatische Bilddateinamen</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Automatic image saving</source>
-        <translation type="unfinished"></translation>
+        <translation>Automatische Bildspeicherung</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>File name</source>
-        <translation type="unfinished"></translation>
+        <translation>Dateiname</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Invalid filename</source>
-        <translation type="unfinished"></translation>
+        <translation>Ungültiger Dateiname</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Type</source>
-        <translation type="unfinished"></translation>
+        <translation>Typ</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Saving an image as BMP or JPG with more than 8 bits per channel is not supported.</source>
-        <translation type="unfinished"></translation>
+        <translation>Das Speichern eines Bildes als BMP oder JPG mit mehr als 8 Bit pro Kanal wird nicht unterstützt.</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Add image counter</source>
-        <translation type="unfinished"></translation>
+        <translation>Bildzähler hinzufügen</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Reset counter</source>
-        <translation type="unfinished"></translation>
+        <translation>Zähler zurücksetzen</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Add date</source>
-        <translation type="unfinished"></translation>
+        <translation>Datum hinzufügen</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Add timestamp</source>
-        <translation type="unfinished"></translation>
+        <translation>Zeitstempel hinzufügen</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Stop automatic saving after X images</source>
-        <translation type="unfinished"></translation>
+        <translation>Automatische Speicherung nach X Bildern beenden</translation>
     </message>
     <message>
         <location line="+2"/>
         <source>Camera list auto update</source>
-        <translation type="unfinished"></translation>
+        <translation>Automatische Aktualisierung der Kameraliste</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Camera parameter polling</source>
-        <translation type="unfinished"></translation>
+        <translation>Zyklische Abfrage der Kameraparameter</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Restore camera parameters on reconnect</source>
-        <translation type="unfinished"></translation>
+        <translation>Kameraparameter beim erneuten Verbinden wiederherstellen</translation>
     </message>
     <message>
         <location line="+5"/>
         <source>Workspace path</source>
-        <translation type="unfinished"></translation>
+        <translation>Pfad für Arbeitsbereiche</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Select workspace path</source>
-        <translation type="unfinished"></translation>
+        <translation>Pfad für Arbeitsbereiche auswählen</translation>
     </message>
     <message>
         <location line="+4"/>
         <source>Path</source>
-        <translation type="unfinished"></translation>
+        <translation>Pfad</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Select path</source>
-        <translation type="unfinished"></translation>
+        <translation>Pfad auswählen</translation>
     </message>
     <message>
         <location line="+4"/>
         <source>Video recording path</source>
-        <translation type="unfinished"></translation>
+        <translation>Pfad für Videoaufnahmen</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Select video recording path</source>
-        <translation type="unfinished"></translation>
+        <translation>Pfad für Videoaufnahmen auswählen</translation>
     </message>
     <message>
         <location line="+4"/>
         <source>Inference model path</source>
-        <translation type="unfinished"></translation>
+        <translation>Pfad für Inferenzmodelle</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Select inference model path</source>
-        <translation type="unfinished"></translation>
+        <translation>Pfad für Inferenzmodelle auswählen</translation>
     </message>
     <message>
         <location line="+14"/>
         <source>CTRL+ALT+C</source>
-        <translation type="unfinished"></translation>
+        <translation>CTRL+ALT+C</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Reset counters in camera window and performance monitor</source>
-        <translation type="unfinished"></translation>
+        <translation>Zähler im Kamerafenster und im Leistungsmonitor zurücksetzen</translation>
     </message>
     <message>
         <location line="+109"/>
         <source>Function deprecated</source>
-        <translation type="unfinished"></translation>
+        <translation>Funktion veraltet</translation>
     </message>
     <message>
         <location line="+0"/>
         <source>Loading an .ias file is deprecated.</source>
-        <translation type="unfinished"></translation>
+        <translation>Das Laden einer .ias-Datei ist veraltet.</translation>
     </message>
 </context>
 <context>
@@ -271,57 +271,57 @@
     <message>
         <location filename="../../discovery/cameralistitem.cpp" line="+389"/>
         <source>(reading failed)</source>
-        <translation type="unfinished"></translation>
+        <translation>(Lesen fehlgeschlagen)</translation>
     </message>
     <message>
         <location line="+94"/>
         <source>Model</source>
-        <translation type="unfinished"></translation>
+        <translation>Modell</translation>
     </message>
     <message>
         <location line="+0"/>
         <source>Serial number</source>
-        <translation type="unfinished"></translation>
+        <translation>Seriennummer</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>User-defined name</source>
-        <translation type="unfinished"></translation>
+        <translation>Benutzerdefinierter Name</translation>
     </message>
     <message>
         <location line="+0"/>
         <source>Producer name</source>
-        <translation type="unfinished"></translation>
+        <translation>Producer-Name</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Access status</source>
-        <translation type="unfinished"></translation>
+        <translation>Zugriffsstatus</translation>
     </message>
     <message>
         <location line="+0"/>
         <source>ID</source>
-        <translation type="unfinished"></translation>
+        <translation>ID</translation>
     </message>
     <message>
         <location line="+2"/>
         <source>IP</source>
-        <translation type="unfinished"></translation>
+        <translation>IP</translation>
     </message>
     <message>
         <location line="+0"/>
         <source>Subnet</source>
-        <translation type="unfinished"></translation>
+        <translation>Subnetz</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>MAC</source>
-        <translation type="unfinished"></translation>
+        <translation>MAC</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Device</source>
-        <translation type="unfinished"></translation>
+        <translation>Gerät</translation>
     </message>
 </context>
 <context>
@@ -329,12 +329,12 @@
     <message>
         <location line="-352"/>
         <source>Producer group</source>
-        <translation type="unfinished"></translation>
+        <translation>Producer-Gruppe</translation>
     </message>
     <message>
         <location line="+0"/>
         <source>TL type</source>
-        <translation type="unfinished"></translation>
+        <translation>TL-Typ</translation>
     </message>
 </context>
 <context>
@@ -342,32 +342,32 @@
     <message>
         <location line="+174"/>
         <source>Name</source>
-        <translation type="unfinished"></translation>
+        <translation>Name</translation>
     </message>
     <message>
         <location line="+0"/>
         <source>TL Type</source>
-        <translation type="unfinished"></translation>
+        <translation>TL-Typ</translation>
     </message>
     <message>
         <location line="+0"/>
         <source>Interface ID</source>
-        <translation type="unfinished"></translation>
+        <translation>Schnittstellen-ID</translation>
     </message>
     <message>
         <location line="+2"/>
         <source>IP address</source>
-        <translation type="unfinished"></translation>
+        <translation>IP-Adresse</translation>
     </message>
     <message>
         <location line="+0"/>
         <source>Subnet mask</source>
-        <translation type="unfinished"></translation>
+        <translation>Subnetzmaske</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Interface</source>
-        <translation type="unfinished"></translation>
+        <translation>Schnittstelle</translation>
     </message>
 </context>
 <context>
@@ -375,32 +375,32 @@
     <message>
         <location line="-72"/>
         <source>Transport layer</source>
-        <translation type="unfinished"></translation>
+        <translation>Transport-Layer</translation>
     </message>
     <message>
         <location line="+0"/>
         <source>Name</source>
-        <translation type="unfinished"></translation>
+        <translation>Name</translation>
     </message>
     <message>
         <location line="+0"/>
         <source>Vendor name</source>
-        <translation type="unfinished"></translation>
+        <translation>Herstellername</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>TL Type</source>
-        <translation type="unfinished"></translation>
+        <translation>TL-Typ</translation>
     </message>
     <message>
         <location line="+0"/>
         <source>CTI full path</source>
-        <translation type="unfinished"></translation>
+        <translation>Vollständiger CTI-Pfad</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>GenTL version</source>
-        <translation type="unfinished"></translation>
+        <translation>GenTL-Version</translation>
     </message>
 </context>
 <context>
@@ -408,12 +408,12 @@
     <message>
         <location filename="../../widgets/colorquestiondialog.cpp" line="+27"/>
         <source>Yes</source>
-        <translation type="unfinished"></translation>
+        <translation>Ja</translation>
     </message>
     <message>
         <location line="+3"/>
         <source>No</source>
-        <translation type="unfinished"></translation>
+        <translation>Nein</translation>
     </message>
 </context>
 <context>
@@ -421,22 +421,22 @@
     <message>
         <location filename="../../controlelement/controlelement.cpp" line="+553"/>
         <source>Restore</source>
-        <translation type="unfinished"></translation>
+        <translation>Wiederherstellen</translation>
     </message>
     <message>
         <location line="+0"/>
         <source>Maximize</source>
-        <translation type="unfinished"></translation>
+        <translation>Maximieren</translation>
     </message>
     <message>
         <location line="+5"/>
         <source>Close</source>
-        <translation type="unfinished"></translation>
+        <translation>Schließen</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>OK</source>
-        <translation type="unfinished">OK</translation>
+        <translation>OK</translation>
     </message>
 </context>
 <context>
@@ -444,12 +444,12 @@
     <message>
         <location filename="../../widgets/fileselectorcontrol.cpp" line="+16"/>
         <source>Browse</source>
-        <translation type="unfinished"></translation>
+        <translation>Durchsuchen</translation>
     </message>
     <message>
         <location line="+54"/>
         <source>Select file</source>
-        <translation type="unfinished"></translation>
+        <translation>Datei auswählen</translation>
     </message>
 </context>
 <context>
@@ -465,54 +465,54 @@
     <message>
         <location filename="../../app/loggerwindow.cpp" line="+29"/>
         <source>%1 error | </source>
-        <translation type="unfinished"></translation>
+        <translation>%1-Fehler | </translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Remote device event | </source>
-        <translation type="unfinished"></translation>
+        <translation>Ereignis des Remote-Geräts | </translation>
     </message>
     <message>
         <location line="+42"/>
         <location line="+244"/>
         <source>Logger</source>
-        <translation type="unfinished"></translation>
+        <translation>Protokoll</translation>
     </message>
     <message>
         <location line="-53"/>
         <source>No messages</source>
-        <translation type="unfinished"></translation>
+        <translation>Keine Meldungen</translation>
     </message>
     <message>
         <location line="+16"/>
         <location line="+42"/>
         <source>Save log</source>
-        <translation type="unfinished"></translation>
+        <translation>Protokoll speichern</translation>
     </message>
     <message>
         <location line="-42"/>
         <source>Text (*.txt)</source>
-        <translation type="unfinished"></translation>
+        <translation>Text (*.txt)</translation>
     </message>
     <message>
         <location line="+38"/>
         <source>Show messages</source>
-        <translation type="unfinished"></translation>
+        <translation>Meldungen anzeigen</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Show remote device events</source>
-        <translation type="unfinished"></translation>
+        <translation>Ereignisse des Remote-Geräts anzeigen</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Auto scroll</source>
-        <translation type="unfinished"></translation>
+        <translation>Automatisch scrollen</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Clear all</source>
-        <translation type="unfinished"></translation>
+        <translation>Alle löschen</translation>
     </message>
 </context>
 <context>
@@ -582,212 +582,212 @@
     <message>
         <location line="+441"/>
         <source>Cannot open camera</source>
-        <translation type="unfinished"></translation>
+        <translation>Kamera kann nicht geöffnet werden</translation>
     </message>
     <message>
         <location line="+14"/>
         <source>Camera removed</source>
-        <translation type="unfinished"></translation>
+        <translation>Kamera entfernt</translation>
     </message>
     <message>
         <location line="+44"/>
         <source>Workspace</source>
-        <translation type="unfinished"></translation>
+        <translation>Arbeitsbereich</translation>
     </message>
     <message>
         <location line="+3"/>
         <source>Close all cameras and clear workspace</source>
-        <translation type="unfinished"></translation>
+        <translation>Alle Kameras schließen und Arbeitsbereich leeren</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Open bandwidth management</source>
-        <translation type="unfinished"></translation>
+        <translation>Bandbreitenverwaltung öffnen</translation>
     </message>
     <message>
         <location line="+3"/>
         <source>Select current workspace</source>
-        <translation type="unfinished"></translation>
+        <translation>Aktuellen Arbeitsbereich auswählen</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Enter workspace name and press ENTER to save</source>
-        <translation type="unfinished"></translation>
+        <translation>Namen des Arbeitsbereichs eingeben und zum Speichern ENTER drücken</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Create workspace</source>
-        <translation type="unfinished"></translation>
+        <translation>Arbeitsbereich erstellen</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Delete workspace</source>
-        <translation type="unfinished"></translation>
+        <translation>Arbeitsbereich löschen</translation>
     </message>
     <message>
         <location line="+2"/>
         <source>Fullsceen mode. Press ESC to exit.</source>
-        <translation type="unfinished"></translation>
+        <translation>Vollbildmodus. Zum Beenden ESC drücken.</translation>
     </message>
     <message>
         <location line="+10"/>
         <source>No workspace</source>
-        <translation type="unfinished"></translation>
+        <translation>Kein Arbeitsbereich</translation>
     </message>
     <message>
         <location filename="../../app/desklogic.cpp" line="+115"/>
         <source>Automatic camera parameter polling and camera list update disabled!</source>
-        <translation type="unfinished"></translation>
+        <translation>Zyklische Abfrage der Kameraparameter und automatische Aktualisierung der Kameraliste deaktiviert!</translation>
     </message>
     <message>
         <location line="+3"/>
         <source>Automatic camera parameter polling disabled!</source>
-        <translation type="unfinished"></translation>
+        <translation>Zyklische Abfrage der Kameraparameter deaktiviert!</translation>
     </message>
     <message>
         <location line="+2"/>
         <source>Automatic camera list update disabled!</source>
-        <translation type="unfinished"></translation>
+        <translation>Automatische Aktualisierung der Kameraliste deaktiviert!</translation>
     </message>
     <message>
         <location line="+5"/>
         <source>Automatic image saving enabled!</source>
-        <translation type="unfinished"></translation>
+        <translation>Automatische Bildspeicherung aktiviert!</translation>
     </message>
     <message>
         <location line="+26"/>
         <source>The camera with the serial number %1 is not running with USB3 speed.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Kamera mit der Seriennummer %1 läuft nicht mit USB3-Geschwindigkeit.</translation>
     </message>
     <message>
         <location line="+3"/>
         <source>The camera is not running with USB3 speed.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Kamera läuft nicht mit USB3-Geschwindigkeit.</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Check the connection and use an appropriate cable.</source>
-        <translation type="unfinished"></translation>
+        <translation>Überprüfen Sie die Verbindung und verwenden Sie ein geeignetes Kabel.</translation>
     </message>
     <message>
         <location line="+4"/>
         <source>The camera with the serial number %1 is not running with 10 Gigabit Ethernet speed.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Kamera mit der Seriennummer %1 läuft nicht mit 10-Gigabit-Ethernet-Geschwindigkeit.</translation>
     </message>
     <message>
         <location line="+3"/>
         <source>The camera is not running with 10 Gigabit Ethernet speed.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Kamera läuft nicht mit 10-Gigabit-Ethernet-Geschwindigkeit.</translation>
     </message>
     <message>
         <location line="+2"/>
         <source>Check all components of the connection (router, switch ...) and use an appropriate cable.</source>
-        <translation type="unfinished"></translation>
+        <translation>Überprüfen Sie alle Komponenten der Verbindung (Router, Switch ...) und verwenden Sie ein geeignetes Kabel.</translation>
     </message>
     <message>
         <location line="+51"/>
         <source>https://www.kvx-imaging.example/downloads</source>
-        <translation type="unfinished"></translation>
+        <translation>https://www.kvx-imaging.example/downloads</translation>
     </message>
     <message>
         <location line="+5"/>
         <source>https://www.kvx-imaging.example/support</source>
-        <translation type="unfinished"></translation>
+        <translation>https://www.kvx-imaging.example/support</translation>
     </message>
     <message>
         <location line="+16"/>
         <source>CTRL+I</source>
-        <translation type="unfinished"></translation>
+        <translation>CTRL+I</translation>
     </message>
     <message>
         <location line="+0"/>
         <location filename="../../app/mainwindow.cpp" line="-11"/>
         <source>About %1</source>
-        <translation type="unfinished"></translation>
+        <translation>Über %1</translation>
     </message>
     <message>
         <location line="+2"/>
         <source>CTRL+O</source>
-        <translation type="unfinished"></translation>
+        <translation>CTRL+O</translation>
     </message>
     <message>
         <location line="+0"/>
         <location filename="../../app/mainwindow.cpp" line="-5"/>
         <source>Application options</source>
-        <translation type="unfinished"></translation>
+        <translation>Anwendungseinstellungen</translation>
     </message>
     <message>
         <location line="+2"/>
         <source>CTRL+L</source>
-        <translation type="unfinished"></translation>
+        <translation>CTRL+L</translation>
     </message>
     <message>
         <location line="+0"/>
         <location filename="../../app/mainwindow.cpp" line="-1"/>
         <source>Open logger</source>
-        <translation type="unfinished"></translation>
+        <translation>Protokoll öffnen</translation>
     </message>
     <message>
         <location line="+2"/>
         <source>CTRL+M</source>
-        <translation type="unfinished"></translation>
+        <translation>CTRL+M</translation>
     </message>
     <message>
         <location line="+0"/>
         <location filename="../../app/mainwindow.cpp" line="-3"/>
         <source>Open camera manager</source>
-        <translation type="unfinished"></translation>
+        <translation>Kameraverwaltung öffnen</translation>
     </message>
     <message>
         <location line="+2"/>
         <source>CTRL+N</source>
-        <translation type="unfinished"></translation>
+        <translation>CTRL+N</translation>
     </message>
     <message>
         <location line="+0"/>
         <location filename="../../app/mainwindow.cpp" line="-1"/>
         <source>Open first available camera</source>
-        <translation type="unfinished"></translation>
+        <translation>Erste verfügbare Kamera öffnen</translation>
     </message>
     <message>
         <location line="+2"/>
         <source>CTRL+ALT+G</source>
-        <translation type="unfinished"></translation>
+        <translation>CTRL+ALT+G</translation>
     </message>
     <message>
         <location line="+0"/>
         <source>Show grid</source>
-        <translation type="unfinished"></translation>
+        <translation>Raster anzeigen</translation>
     </message>
     <message>
         <location line="+2"/>
         <source>CTRL+ALT+T</source>
-        <translation type="unfinished"></translation>
+        <translation>CTRL+ALT+T</translation>
     </message>
     <message>
         <location line="+0"/>
         <source>Switch theme</source>
-        <translation type="unfinished"></translation>
+        <translation>Farbschema wechseln</translation>
     </message>
     <message>
         <location line="+2"/>
         <source>CTRL+ALT+L</source>
-        <translation type="unfinished"></translation>
+        <translation>CTRL+ALT+L</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Switch between last selected language and default language</source>
-        <translation type="unfinished"></translation>
+        <translation>Zwischen zuletzt gewählter Sprache und Standardsprache wechseln</translation>
     </message>
     <message>
         <location line="+2"/>
         <source>CTRL+ALT+F</source>
-        <translation type="unfinished"></translation>
+        <translation>CTRL+ALT+F</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Switch between windowed mode and full screen mode</source>
-        <translation type="unfinished"></translation>
+        <translation>Zwischen Fenstermodus und Vollbildmodus wechseln</translation>
     </message>
 </context>
 <context>
@@ -795,52 +795,52 @@
     <message>
         <location filename="../../nodetree/nodemapmodel.cpp" line="+32"/>
         <source>Beginner</source>
-        <translation type="unfinished"></translation>
+        <translation>Einsteiger</translation>
     </message>
     <message>
         <location line="+0"/>
         <source>Expert</source>
-        <translation type="unfinished"></translation>
+        <translation>Experte</translation>
     </message>
     <message>
         <location line="+0"/>
         <source>Guru</source>
-        <translation type="unfinished"></translation>
+        <translation>Guru</translation>
     </message>
     <message>
         <location line="+2"/>
         <source>All (invisible, not implemented)</source>
-        <translation type="unfinished"></translation>
+        <translation>Alle (unsichtbar, nicht implementiert)</translation>
     </message>
     <message>
         <location line="+181"/>
         <source>Execute</source>
-        <translation type="unfinished"></translation>
+        <translation>Ausführen</translation>
     </message>
     <message>
         <location line="+2"/>
         <source>n.a.</source>
-        <translation type="unfinished"></translation>
+        <translation>n. v.</translation>
     </message>
     <message>
         <location line="+7"/>
         <source>True</source>
-        <translation type="unfinished"></translation>
+        <translation>Wahr</translation>
     </message>
     <message>
         <location line="+0"/>
         <source>False</source>
-        <translation type="unfinished"></translation>
+        <translation>Falsch</translation>
     </message>
     <message>
         <location line="+121"/>
         <source>Parameter</source>
-        <translation type="unfinished"></translation>
+        <translation>Parameter</translation>
     </message>
     <message>
         <location line="+0"/>
         <source>Value</source>
-        <translation type="unfinished"></translation>
+        <translation>Wert</translation>
     </message>
 </context>
 <context>
@@ -848,12 +848,12 @@
     <message>
         <location filename="../../widgets/questiondialog.cpp" line="+22"/>
         <source>Yes</source>
-        <translation type="unfinished"></translation>
+        <translation>Ja</translation>
     </message>
     <message>
         <location line="+3"/>
         <source>No</source>
-        <translation type="unfinished"></translation>
+        <translation>Nein</translation>
     </message>
 </context>
 <context>
@@ -861,42 +861,42 @@
     <message>
         <location filename="../../app/desklogic.cpp" line="-67"/>
         <source>The camera has reported the following boot status:</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Kamera hat den folgenden Boot-Status gemeldet:</translation>
     </message>
     <message>
         <location line="+6"/>
         <source>This message should disappear after the next camera reboot (power off).</source>
-        <translation type="unfinished"></translation>
+        <translation>Diese Meldung sollte nach dem nächsten Neustart der Kamera (Aus- und Einschalten) verschwinden.</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>If the problem persists, try the following steps:</source>
-        <translation type="unfinished"></translation>
+        <translation>Falls das Problem weiterhin besteht, versuchen Sie die folgenden Schritte:</translation>
     </message>
     <message>
         <location line="+4"/>
         <source>Download the latest firmware from our website and update the camera:</source>
-        <translation type="unfinished"></translation>
+        <translation>Laden Sie die neueste Firmware von unserer Website herunter und aktualisieren Sie die Kamera:</translation>
     </message>
     <message>
         <location line="+2"/>
         <source>Test the camera connection by using a certified %1 cable.</source>
-        <translation type="unfinished"></translation>
+        <translation>Testen Sie die Kameraverbindung mit einem zertifizierten %1-Kabel.</translation>
     </message>
     <message>
         <location line="+2"/>
         <source>Contact our support team:</source>
-        <translation type="unfinished"></translation>
+        <translation>Wenden Sie sich an unser Support-Team:</translation>
     </message>
     <message>
         <location line="+5"/>
         <source>Download the latest firmware and update the camera.</source>
-        <translation type="unfinished"></translation>
+        <translation>Laden Sie die neueste Firmware herunter und aktualisieren Sie die Kamera.</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Test the camera connection by using a certified cable.</source>
-        <translation type="unfinished"></translation>
+        <translation>Testen Sie die Kameraverbindung mit einem zertifizierten Kabel.</translation>
     </message>
 </context>
 </TS>

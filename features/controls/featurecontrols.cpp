@@ -1,0 +1,345 @@
+#include "features/controls/featurecontrols.h"
+
+namespace FeatureControls {
+
+namespace {
+
+void DisconnectAll(QList<QMetaObject::Connection>& connections)
+{
+    for (const auto& connection : connections)
+        QObject::disconnect(connection);
+    connections.clear();
+}
+
+} // namespace
+
+// --- IntSlider
+
+IntSlider::IntSlider(QWidget* parent) : CustomIntSlider(parent)
+{
+    SetFeature(nullptr);
+}
+
+IntSlider::~IntSlider()
+{
+    Detach();
+}
+
+void IntSlider::Detach()
+{
+    DisconnectAll(m_connections);
+    DisconnectAll(m_writeConnections);
+    QObject::disconnect(m_valueConnection);
+    m_feature = nullptr;
+}
+
+void IntSlider::SetFeature(FeatureInterface* feature)
+{
+    Detach();
+    auto* typed = qobject_cast<IntegerFeatureInterface*>(feature);
+    if (!typed)
+    {
+        SetRange(0, 0);
+        SetValue(0);
+        setEnabled(false);
+        return;
+    }
+    m_feature = typed;
+    UpdateRange(typed->GetMinimum(false), typed->GetMaximum(false), typed->GetIncrement(false));
+    SetValue(typed->GetIntValue(false));
+    setEnabled(typed->IsWriteable());
+
+    m_connections << connect(typed, &IntegerFeatureInterface::IntRangeChanged, this, &IntSlider::UpdateRange);
+    m_connections << connect(typed, &FeatureInterface::WriteableChanged, this, &QWidget::setEnabled);
+    m_connections << connect(typed, &QObject::destroyed, this, [this] { SetFeature(nullptr); });
+    m_valueConnection = connect(typed, &IntegerFeatureInterface::IntValueChanged, this, &IntSlider::UpdateValue);
+    ConnectWrites();
+}
+
+void IntSlider::SetWriteAsync(bool async)
+{
+    m_writeAsync = async;
+    if (m_feature)
+        ConnectWrites();
+}
+
+void IntSlider::ConnectWrites()
+{
+    DisconnectAll(m_writeConnections);
+    IntegerFeatureInterface* feature = m_feature;
+    if (m_writeAsync)
+    {
+        m_writeConnections << connect(this, &CustomIntSlider::Signal_ImmediateUpdate, feature,
+                                      &IntegerFeatureInterface::SetIntValueAsync);
+        m_writeConnections << connect(this, &CustomIntSlider::Signal_ValueChanged, feature,
+                                      &IntegerFeatureInterface::SetIntValueAsync);
+    }
+    else
+    {
+        m_writeConnections << connect(this, &CustomIntSlider::Signal_ValueChanged, feature,
+                                      &IntegerFeatureInterface::SetIntValue);
+    }
+}
+
+void IntSlider::UpdateRange(int64_t min, int64_t max, int64_t inc)
+{
+    SetRange(min, max);
+    SetIncrement(inc > 0 ? inc : 1);
+    update();
+}
+
+void IntSlider::UpdateValue()
+{
+    if (m_feature)
+        SetValue(m_feature->GetIntValue(false));
+}
+
+void IntSlider::OnSliderPressed()
+{
+    QObject::disconnect(m_valueConnection);
+    CustomIntSlider::OnSliderPressed();
+}
+
+void IntSlider::OnSliderReleased()
+{
+    CustomIntSlider::OnSliderReleased();
+    if (!m_feature)
+        return;
+    m_valueConnection = connect(m_feature, &IntegerFeatureInterface::IntValueChanged, this, &IntSlider::UpdateValue);
+    UpdateValue();
+}
+
+// --- DoubleSlider
+
+DoubleSlider::DoubleSlider(QWidget* parent) : CustomDoubleSlider(parent)
+{
+    SetFeature(nullptr);
+}
+
+DoubleSlider::~DoubleSlider()
+{
+    Detach();
+}
+
+void DoubleSlider::Detach()
+{
+    DisconnectAll(m_connections);
+    DisconnectAll(m_writeConnections);
+    QObject::disconnect(m_valueConnection);
+    m_feature = nullptr;
+}
+
+void DoubleSlider::SetFeature(FeatureInterface* feature)
+{
+    Detach();
+    auto* typed = qobject_cast<DoubleFeatureInterface*>(feature);
+    if (!typed)
+    {
+        SetRange(0, 0);
+        SetValue(0);
+        setEnabled(false);
+        return;
+    }
+    m_feature = typed;
+    SetDecimals(std::max(typed->GetPrecision(), 0));
+    UpdateRange(typed->GetMinimum(false), typed->GetMaximum(false), typed->GetIncrement(false));
+    SetValue(typed->GetDoubleValue(false));
+    setEnabled(typed->IsWriteable());
+
+    m_connections << connect(typed, &DoubleFeatureInterface::DoubleRangeChanged, this, &DoubleSlider::UpdateRange);
+    m_connections << connect(typed, &FeatureInterface::WriteableChanged, this, &QWidget::setEnabled);
+    m_connections << connect(typed, &QObject::destroyed, this, [this] { SetFeature(nullptr); });
+    m_valueConnection =
+        connect(typed, &DoubleFeatureInterface::DoubleValueChanged, this, &DoubleSlider::UpdateValue);
+    ConnectWrites();
+}
+
+void DoubleSlider::SetWriteAsync(bool async)
+{
+    m_writeAsync = async;
+    if (m_feature)
+        ConnectWrites();
+}
+
+void DoubleSlider::ConnectWrites()
+{
+    DisconnectAll(m_writeConnections);
+    DoubleFeatureInterface* feature = m_feature;
+    if (m_writeAsync)
+    {
+        m_writeConnections << connect(this, &CustomDoubleSlider::Signal_ImmediateUpdate, feature,
+                                      &DoubleFeatureInterface::SetDoubleValueAsync);
+        m_writeConnections << connect(this, &CustomDoubleSlider::Signal_ValueChanged, feature,
+                                      &DoubleFeatureInterface::SetDoubleValueAsync);
+    }
+    else
+    {
+        m_writeConnections << connect(this, &CustomDoubleSlider::Signal_ValueChanged, feature,
+                                      &DoubleFeatureInterface::SetDoubleValue);
+    }
+}
+
+void DoubleSlider::UpdateRange(double min, double max, double inc)
+{
+    SetRange(min, max);
+    SetIncrement(inc);
+    update();
+}
+
+void DoubleSlider::UpdateValue()
+{
+    if (m_feature)
+        SetValue(m_feature->GetDoubleValue(false));
+}
+
+void DoubleSlider::OnSliderPressed()
+{
+    QObject::disconnect(m_valueConnection);
+    CustomDoubleSlider::OnSliderPressed();
+}
+
+void DoubleSlider::OnSliderReleased()
+{
+    CustomDoubleSlider::OnSliderReleased();
+    if (!m_feature)
+        return;
+    m_valueConnection =
+        connect(m_feature, &DoubleFeatureInterface::DoubleValueChanged, this, &DoubleSlider::UpdateValue);
+    UpdateValue();
+}
+
+// --- ComboBox
+
+ComboBox::ComboBox(QWidget* parent) : CustomComboBox(parent)
+{
+    SetFeature(nullptr);
+}
+
+ComboBox::~ComboBox()
+{
+    Detach();
+}
+
+void ComboBox::Detach()
+{
+    DisconnectAll(m_connections);
+    m_feature = nullptr;
+}
+
+void ComboBox::SetFeature(FeatureInterface* feature)
+{
+    Detach();
+    auto* typed = qobject_cast<EnumerationFeatureInterface*>(feature);
+    if (!typed)
+    {
+        clear();
+        setEnabled(false);
+        Q_EMIT WriteableChanged(false);
+        return;
+    }
+    m_feature = typed;
+    UpdateEntries(typed->GetEntries(false));
+    UpdateValue(typed->GetStringValue(false));
+    const bool writeable = typed->IsWriteable();
+    setEnabled(writeable);
+    Q_EMIT WriteableChanged(writeable);
+
+    m_connections << connect(this, &CustomComboBox::Signal_CurrentTextChanged, typed,
+                             &EnumerationFeatureInterface::SetStringValue);
+    m_connections << connect(typed, &EnumerationFeatureInterface::EntriesChanged, this, &ComboBox::UpdateEntries);
+    m_connections << connect(typed, &EnumerationFeatureInterface::StringValueChanged, this, &ComboBox::UpdateValue);
+    m_connections << connect(typed, &FeatureInterface::WriteableChanged, this, [this](bool writeable) {
+        setEnabled(writeable);
+        Q_EMIT WriteableChanged(writeable);
+    });
+    m_connections << connect(typed, &QObject::destroyed, this, [this] { SetFeature(nullptr); });
+}
+
+void ComboBox::UpdateEntries(const QStringList& entries)
+{
+    // Filled from code: the box tells no user change for this.
+    const QString current = m_feature ? m_feature->GetStringValue(false) : QString();
+    clear();
+    addItems(entries);
+    UpdateValue(current);
+}
+
+void ComboBox::UpdateValue(const QString& value)
+{
+    const int index = findText(value);
+    if (index >= 0)
+        setCurrentIndex(index);
+}
+
+// --- Switch
+
+Switch::Switch(QWidget* parent) : CustomSwitch(parent)
+{
+    SetFeature(nullptr);
+}
+
+Switch::~Switch()
+{
+    Detach();
+}
+
+void Switch::Detach()
+{
+    DisconnectAll(m_connections);
+    m_feature = nullptr;
+}
+
+void Switch::SetFeature(FeatureInterface* feature)
+{
+    Detach();
+    auto* typed = qobject_cast<BooleanFeatureInterface*>(feature);
+    if (!typed)
+    {
+        SetValue(false);
+        setEnabled(false);
+        return;
+    }
+    m_feature = typed;
+    SetValue(typed->GetBoolValue(false));
+    setEnabled(typed->IsWriteable());
+    m_connections << connect(this, &CustomSwitch::Signal_ValueChanged, typed, &BooleanFeatureInterface::SetBoolValue);
+    m_connections << connect(typed, &BooleanFeatureInterface::BoolValueChanged, this, &CustomSwitch::SetValue);
+    m_connections << connect(typed, &FeatureInterface::WriteableChanged, this, &QWidget::setEnabled);
+    m_connections << connect(typed, &QObject::destroyed, this, [this] { SetFeature(nullptr); });
+}
+
+// --- Button
+
+Button::Button(const QString& text, QWidget* parent) : CustomPushButton(text, parent)
+{
+    SetFeature(nullptr);
+}
+
+Button::~Button()
+{
+    Detach();
+}
+
+void Button::Detach()
+{
+    DisconnectAll(m_connections);
+    m_feature = nullptr;
+}
+
+void Button::SetFeature(FeatureInterface* feature)
+{
+    Detach();
+    auto* typed = qobject_cast<CommandFeatureInterface*>(feature);
+    if (!typed)
+    {
+        setEnabled(false);
+        return;
+    }
+    m_feature = typed;
+    setEnabled(typed->IsWriteable());
+    m_connections << connect(this, &QPushButton::clicked, typed, [typed] { typed->Execute(false); });
+    m_connections << connect(typed, &FeatureInterface::WriteableChanged, this, &QWidget::setEnabled);
+    m_connections << connect(typed, &QObject::destroyed, this, [this] { SetFeature(nullptr); });
+}
+
+} // namespace FeatureControls

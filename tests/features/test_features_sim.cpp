@@ -153,7 +153,7 @@ private Q_SLOTS:
         slider.SetWriteAsync(false);
         slider.SetFeature(&gain);
 
-        selector.SetStringValue(QStringLiteral("All"));
+        selector.SetStringValue(QStringLiteral("AnalogAll"));
         gain.SetDoubleValue(3.0);
         QTRY_COMPARE(slider.Value(), 3.0);
         selector.SetStringValue(QStringLiteral("DigitalAll"));
@@ -162,9 +162,9 @@ private Q_SLOTS:
         QTRY_COMPARE(slider.Value(), 5.0);
 
         // The selector changes back: Gain is re-read for the entry now selected.
-        selector.SetStringValue(QStringLiteral("All"));
+        selector.SetStringValue(QStringLiteral("AnalogAll"));
         QTRY_COMPARE(slider.Value(), 3.0);
-        QTRY_COMPARE(combo.currentText(), QStringLiteral("All"));
+        QTRY_COMPARE(combo.currentText(), QStringLiteral("AnalogAll"));
 
         // A feature fixed to one entry reads and writes it without moving the selector.
         DoubleCameraFeature digital(std::make_shared<SelectedCameraFeatureAccessor>(QStringLiteral("DigitalAll")));
@@ -173,7 +173,7 @@ private Q_SLOTS:
         QCOMPARE(digital.GetDoubleValue(true), 5.0);
         digital.SetDoubleValue(7.0);
         QCOMPARE(digital.GetDoubleValue(true), 7.0);
-        QCOMPARE(selector.GetStringValue(true), QStringLiteral("All"));
+        QCOMPARE(selector.GetStringValue(true), QStringLiteral("AnalogAll"));
         QCOMPARE(gain.GetDoubleValue(true), 3.0);
 
         // An entry the selector does not list: not available although the node is readable.
@@ -186,8 +186,9 @@ private Q_SLOTS:
 
     void accessChangeFollowsTheLock()
     {
-        IntegerCameraFeature lock;
-        lock.SetSource(Item("TLParamsLocked"), remote.get());
+        // The lock is invisible and outside the categories; it is set as an acquisition start sets it.
+        auto lock = device->GetRemoteDevice()->GetNodeMap()->FindNode<nodes::IntegerNode>("TLParamsLocked");
+        QVERIFY(lock);
         IntegerCameraFeature width;
         width.SetSource(Item("Width"), remote.get());
         FeatureControls::IntSlider slider;
@@ -195,13 +196,13 @@ private Q_SLOTS:
         QVERIFY(slider.isEnabled());
         QSignalSpy writeable(&width, &FeatureInterface::WriteableChanged);
 
-        lock.SetIntValue(1);
+        lock->SetValue(1);
         QTRY_VERIFY(!slider.isEnabled());
         QVERIFY(!writeable.isEmpty());
         QCOMPARE(writeable.last().at(0).toBool(), false);
         QCOMPARE(width.GetAccess(), FeatureAccess::ReadOnly);
 
-        lock.SetIntValue(0);
+        lock->SetValue(0);
         QTRY_VERIFY(slider.isEnabled());
         QCOMPARE(writeable.last().at(0).toBool(), true);
 

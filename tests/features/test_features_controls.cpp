@@ -1,0 +1,123 @@
+// The feature contract without a camera: clamping and value texts, edge-triggered software features,
+// level-triggered attachment, and the drag of a bound slider.
+#include "features/controls/featurecontrols.h"
+#include "features/softwarefeature.h"
+#include "widgets/customslider.h"
+
+#include <QSignalSpy>
+#include <QtTest>
+
+#include <limits>
+
+class TestFeaturesControls : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void clampAlignsFromTheMinimumAndTiesGoUp()
+    {
+        QCOMPARE(IntegerFeatureInterface::ClampValue(10, 1, 100, 4), int64_t(9));  // 9 = 1 + 2*4
+        QCOMPARE(IntegerFeatureInterface::ClampValue(11, 1, 100, 4), int64_t(13)); // tie: up
+        QCOMPARE(IntegerFeatureInterface::ClampValue(12, 1, 100, 4), int64_t(13));
+        QCOMPARE(IntegerFeatureInterface::ClampValue(-5, 1, 100, 4), int64_t(1));
+        QCOMPARE(IntegerFeatureInterface::ClampValue(500, 1, 100, 4), int64_t(97));
+        QCOMPARE(IntegerFeatureInterface::ClampValue(55, 0, 100, -1), int64_t(55));
+        // Rounding up past the maximum falls back down on the grid.
+        QCOMPARE(IntegerFeatureInterface::ClampValue(99, 0, 99, 4), int64_t(96));
+        const int64_t lo = std::numeric_limits<int64_t>::min();
+        const int64_t hi = std::numeric_limits<int64_t>::max();
+        QCOMPARE(IntegerFeatureInterface::ClampValue(hi, lo, hi, 2), hi - 1);
+
+        IntegerSoftwareFeature feature(QStringLiteral("F"), 0, 50, 5, 0);
+        QCOMPARE(feature.Clamp(23), int64_t(25));
+        QCOMPARE(feature.Clamp(99), int64_t(50));
+        feature.SetAvailableFunction([] { return false; });
+        QCOMPARE(feature.Clamp(99), int64_t(99));
+    }
+
+    void valueTextsByRepresentation()
+    {
+        QCOMPARE(IntegerFeatureInterface::FormatValue(255, 4), QStringLiteral("0xff"));
+        QCOMPARE(IntegerFeatureInterface::FormatValue(0xC0A80102, 5), QStringLiteral("192.168.1.2"));
+        QCOMPARE(IntegerFeatureInterface::FormatValue(0x0011223344AALL, 6), QStringLiteral("00:11:22:33:44:aa"));
+        QCOMPARE(IntegerFeatureInterface::FormatValue(-7, 0), QStringLiteral("-7"));
+        DoubleSoftwareFeature gamma(QStringLiteral("Gamma"), 0.1, 4.0, 0.0, 1.23456, 3);
+        QCOMPARE(gamma.GetValueAsString(), QStringLiteral("1.23"));
+    }
+
+    void attachingTellsEverythingOnce()
+    {
+        DoubleSoftwareFeature gamma(QStringLiteral("Gamma"), 0.1, 4.0, 0.0, 1.5);
+        QSignalSpy access(&gamma, &FeatureInterface::AccessChanged);
+        QSignalSpy writeable(&gamma, &FeatureInterface::WriteableChanged);
+        QSignalSpy value(&gamma, &DoubleFeatureInterface::DoubleValueChanged);
+        QSignalSpy range(&gamma, &DoubleFeatureInterface::DoubleRangeChanged);
+        gamma.triggerAllChangedSignals();
+        QCOMPARE(access.size(), 1);
+        QCOMPARE(access.first().at(0).value<FeatureAccess>(), FeatureAccess::ReadWrite);
+        QCOMPARE(writeable.first().at(0).toBool(), true);
+        QCOMPARE(value.first().at(0).toDouble(), 1.5);
+        QCOMPARE(range.size(), 1);
+
+        // Read only: writes are refused, the control is off.
+        gamma.SetReadOnly(true);
+        QCOMPARE(writeable.last().at(0).toBool(), false);
+        gamma.SetDoubleValue(2.0);
+        QCOMPARE(gamma.GetDoubleValue(false), 1.5);
+        FeatureControls::DoubleSlider slider;
+        slider.SetFeature(&gamma);
+        QVERIFY(!slider.isEnabled());
+        QCOMPARE(slider.Value(), 1.5);
+    }
+
+    void valueDuringADragDoesNotMoveTheHandle()
+    {
+        // A source that takes only even values, as a camera aligning to its increment.
+        class EvenFeature : public IntegerSoftwareFeature
+        {
+        public:
+            EvenFeature() : IntegerSoftwareFeature(QStringLiteral("Level"), 0, 100, 1, 10) {}
+            void SetIntValue(const int64_t& v) override { IntegerSoftwareFeature::SetIntValue(v & ~int64_t(1)); }
+        } level;
+        FeatureControls::IntSlider slider;
+        slider.SetWriteAsync(false);
+        slider.SetFeature(&level);
+        QCOMPARE(slider.Value(), int64_t(10));
+
+        Q_EMIT slider.Slider()->Signal_SliderPressed();
+        level.SetIntValue(70); // e.g. another control on the same feature
+        QCOMPARE(slider.Value(), int64_t(10));
+        slider.SetValue(33); // where the user's handle is now
+        Q_EMIT slider.Slider()->Signal_SliderReleased();
+        // The release writes the handle's value and shows the read-back.
+        QCOMPARE(level.GetIntValue(false), int64_t(32));
+        QCOMPARE(slider.Value(), int64_t(32));
+        level.SetIntValue(30);
+        QCOMPARE(slider.Value(), int64_t(30));
+    }
+
+    void nullAndDeletedFeaturesLeaveTheControlOff()
+    {
+        FeatureControls::IntSlider slider;
+        QVERIFY(!slider.isEnabled());
+        FeatureControls::Button button;
+        {
+            CommandSoftwareFeature reset(QStringLiteral("Reset"));
+            button.SetFeature(&reset);
+            QVERIFY(button.isEnabled());
+            QSignalSpy executed(&reset, &CommandFeatureInterface::Executed);
+            button.click();
+            QCOMPARE(executed.size(), 1);
+            auto* level = new IntegerSoftwareFeature(QStringLiteral("Level"), 0, 100, 1, 10);
+            slider.SetFeature(level);
+            QVERIFY(slider.isEnabled());
+            delete level;
+        }
+        QVERIFY(!slider.isEnabled());
+        QVERIFY(!button.isEnabled());
+        QVERIFY(!button.Feature());
+    }
+};
+
+QTEST_MAIN(TestFeaturesControls)
+#include "test_features_controls.moc"

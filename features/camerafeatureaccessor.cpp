@@ -158,6 +158,8 @@ void CameraFeatureAccessorInterface::Bind()
         m_item, &TreeItem::rangeChanged, this,
         [this](const QVariant& min, const QVariant& max, const QVariant& inc, int) { OnRangeChanged(min, max, inc); }));
     m_connections.push_back(connect(m_item, &TreeItem::executed, this, &CameraFeatureAccessorInterface::Executed));
+    // NodeMapAccess deletes its tree when it gets a new node map: the feature must not keep the old item.
+    m_connections.push_back(connect(m_item, &QObject::destroyed, this, [this] { Unbind(); }));
 }
 
 void CameraFeatureAccessorInterface::SetSource(TreeItem* item, NodeMapAccess* nodeMapAccess)
@@ -417,6 +419,7 @@ void SelectedCameraFeatureAccessor::Bind()
                                                            GetIncrement(false));
                                     }));
     m_connections.push_back(connect(m_item, &TreeItem::executed, this, &CameraFeatureAccessorInterface::Executed));
+    m_connections.push_back(connect(m_item, &QObject::destroyed, this, [this] { Unbind(); }));
 }
 
 FeatureAccess SelectedCameraFeatureAccessor::ReadAccess()

@@ -217,6 +217,25 @@ private Q_SLOTS:
         QVERIFY(width.GetIntValue(false) > 0);
     }
 
+    void newTreeUnbindsAndRebindKeepsTheControl()
+    {
+        IntegerCameraFeature width;
+        width.SetSource(Item("Width"), remote.get());
+        FeatureControls::IntSlider slider;
+        slider.SetFeature(&width);
+        QVERIFY(slider.isEnabled());
+        const int64_t value = width.GetIntValue(true);
+
+        // The node map is handed over again (as after a reconnection): the old items go, the feature lets go.
+        remote->SetNodeMap(device->GetRemoteDevice()->GetNodeMap());
+        QCOMPARE(width.GetAccess(), FeatureAccess::Unbound);
+        QVERIFY(!slider.isEnabled());
+        width.SetSource(Item("Width"), remote.get());
+        QVERIFY(slider.isEnabled());
+        QCOMPARE(slider.Value(), value);
+        QCOMPARE(slider.Feature(), &width);
+    }
+
     void rapidSliderWritesEndOnTheLastValue()
     {
         IntegerCameraFeature width;

@@ -1,5 +1,7 @@
 #include "features/controls/featurecontrols.h"
 
+#include <cmath>
+
 namespace FeatureControls {
 
 namespace {
@@ -340,6 +342,190 @@ void Button::SetFeature(FeatureInterface* feature)
     m_connections << connect(this, &QPushButton::clicked, typed, [typed] { typed->Execute(false); });
     m_connections << connect(typed, &FeatureInterface::WriteableChanged, this, &QWidget::setEnabled);
     m_connections << connect(typed, &QObject::destroyed, this, [this] { SetFeature(nullptr); });
+}
+
+// --- IntComboBox
+
+IntComboBox::IntComboBox(QWidget* parent) : CustomComboBox(parent)
+{
+    SetFeature(nullptr);
+}
+
+IntComboBox::~IntComboBox()
+{
+    Detach();
+}
+
+void IntComboBox::Detach()
+{
+    DisconnectAll(m_connections);
+    m_feature = nullptr;
+}
+
+void IntComboBox::SetFeature(FeatureInterface* feature)
+{
+    Detach();
+    auto* typed = qobject_cast<IntegerFeatureInterface*>(feature);
+    if (!typed)
+    {
+        clear();
+        setEnabled(false);
+        Q_EMIT WriteableChanged(false);
+        return;
+    }
+    m_feature = typed;
+    UpdateRange(typed->GetMinimum(false), typed->GetMaximum(false), typed->GetIncrement(false));
+    const bool writeable = typed->IsWriteable();
+    setEnabled(writeable);
+    Q_EMIT WriteableChanged(writeable);
+    m_connections << connect(this, &CustomComboBox::Signal_CurrentIndexChanged, typed, [this](int index) {
+        if (m_feature && index >= 0)
+            m_feature->SetIntValue(itemData(index).toLongLong());
+    });
+    m_connections << connect(typed, &IntegerFeatureInterface::IntRangeChanged, this, &IntComboBox::UpdateRange);
+    m_connections << connect(typed, &IntegerFeatureInterface::IntValueChanged, this, &IntComboBox::UpdateValue);
+    m_connections << connect(typed, &FeatureInterface::WriteableChanged, this, [this](bool writeable) {
+        setEnabled(writeable);
+        Q_EMIT WriteableChanged(writeable);
+    });
+    m_connections << connect(typed, &QObject::destroyed, this, [this] { SetFeature(nullptr); });
+}
+
+void IntComboBox::UpdateRange(int64_t min, int64_t max, int64_t inc)
+{
+    clear();
+    const int64_t step = inc > 0 ? inc : 1;
+    if (max >= min && (uint64_t(max) - uint64_t(min)) / uint64_t(step) < uint64_t(kMaxEntries))
+        for (int64_t v = min; v <= max; v += step)
+        {
+            addItem(QString::number(v), QVariant::fromValue<qlonglong>(v));
+            if (max - v < step)
+                break;
+        }
+    UpdateValue();
+}
+
+void IntComboBox::UpdateValue()
+{
+    if (!m_feature)
+        return;
+    const int index = findData(QVariant::fromValue<qlonglong>(m_feature->GetIntValue(false)));
+    if (index >= 0)
+        setCurrentIndex(index);
+}
+
+// --- IntEdit
+
+IntEdit::IntEdit(QWidget* parent) : CustomEdit(parent)
+{
+    SetFeature(nullptr);
+}
+
+IntEdit::~IntEdit()
+{
+    Detach();
+}
+
+void IntEdit::Detach()
+{
+    DisconnectAll(m_connections);
+    m_feature = nullptr;
+}
+
+void IntEdit::SetFeature(FeatureInterface* feature)
+{
+    Detach();
+    auto* typed = qobject_cast<IntegerFeatureInterface*>(feature);
+    if (!typed)
+    {
+        clear();
+        setEnabled(false);
+        return;
+    }
+    m_feature = typed;
+    UpdateValue();
+    setEnabled(typed->IsWriteable());
+    m_connections << connect(this, &CustomEdit::Signal_EditingFinished, this, &IntEdit::OnEdited);
+    m_connections << connect(typed, &IntegerFeatureInterface::IntValueChanged, this, &IntEdit::UpdateValue);
+    m_connections << connect(typed, &FeatureInterface::WriteableChanged, this, &QWidget::setEnabled);
+    m_connections << connect(typed, &QObject::destroyed, this, [this] { SetFeature(nullptr); });
+}
+
+void IntEdit::OnEdited(const QString& text)
+{
+    if (!m_feature)
+        return;
+    bool ok = false;
+    const QString trimmed = text.trimmed();
+    const qlonglong value = trimmed.startsWith(QLatin1String("0x"), Qt::CaseInsensitive)
+                                ? trimmed.mid(2).toLongLong(&ok, 16)
+                                : trimmed.toLongLong(&ok, 10);
+    if (ok)
+        m_feature->SetIntValue(m_feature->Clamp(value));
+    // Whatever was typed, the field shows what the source holds now.
+    UpdateValue();
+}
+
+void IntEdit::UpdateValue()
+{
+    if (m_feature)
+        setText(m_feature->GetValueAsString());
+}
+
+// --- SpinBox
+
+SpinBox::SpinBox(QWidget* parent) : CustomSpinbox(parent)
+{
+    SetDecimals(0);
+    SetFeature(nullptr);
+}
+
+SpinBox::~SpinBox()
+{
+    Detach();
+}
+
+void SpinBox::Detach()
+{
+    DisconnectAll(m_connections);
+    m_feature = nullptr;
+}
+
+void SpinBox::SetFeature(FeatureInterface* feature)
+{
+    Detach();
+    auto* typed = qobject_cast<IntegerFeatureInterface*>(feature);
+    if (!typed)
+    {
+        SetRange(0, 0);
+        SetValue(0);
+        setEnabled(false);
+        return;
+    }
+    m_feature = typed;
+    UpdateRange(typed->GetMinimum(false), typed->GetMaximum(false), typed->GetIncrement(false));
+    UpdateValue();
+    setEnabled(typed->IsWriteable());
+    m_connections << connect(this, &CustomSpinbox::ValueChanged, typed, [this](double value) {
+        if (m_feature)
+            m_feature->SetIntValue(m_feature->Clamp(int64_t(std::llround(value))));
+    });
+    m_connections << connect(typed, &IntegerFeatureInterface::IntRangeChanged, this, &SpinBox::UpdateRange);
+    m_connections << connect(typed, &IntegerFeatureInterface::IntValueChanged, this, &SpinBox::UpdateValue);
+    m_connections << connect(typed, &FeatureInterface::WriteableChanged, this, &QWidget::setEnabled);
+    m_connections << connect(typed, &QObject::destroyed, this, [this] { SetFeature(nullptr); });
+}
+
+void SpinBox::UpdateRange(int64_t min, int64_t max, int64_t inc)
+{
+    SetRange(double(min), double(max));
+    SetStep(double(inc > 0 ? inc : 1));
+}
+
+void SpinBox::UpdateValue()
+{
+    if (m_feature)
+        SetValue(double(m_feature->GetIntValue(false)));
 }
 
 } // namespace FeatureControls

@@ -16,8 +16,10 @@
 #include "features/featureinterface.h"
 #include "widgets/customcombobox.h"
 #include "widgets/customdoubleslider.h"
+#include "widgets/customedit.h"
 #include "widgets/customintslider.h"
 #include "widgets/custompushbutton.h"
+#include "widgets/customspinbox.h"
 #include "widgets/customswitch.h"
 
 #include <QList>
@@ -150,6 +152,74 @@ private:
     void Detach();
 
     QPointer<CommandFeatureInterface> m_feature;
+    QList<QMetaObject::Connection> m_connections;
+};
+
+// An integer feature as one entry per value of its range (at most kMaxEntries of them).
+class IntComboBox : public CustomComboBox
+{
+    Q_OBJECT
+
+public:
+    static constexpr int64_t kMaxEntries = 1000;
+
+    explicit IntComboBox(QWidget* parent = nullptr);
+    ~IntComboBox() override;
+
+    void SetFeature(FeatureInterface* feature);
+    IntegerFeatureInterface* Feature() const { return m_feature; }
+
+Q_SIGNALS:
+    void WriteableChanged(bool available);
+
+private:
+    void UpdateRange(int64_t min, int64_t max, int64_t inc);
+    void UpdateValue();
+    void Detach();
+
+    QPointer<IntegerFeatureInterface> m_feature;
+    QList<QMetaObject::Connection> m_connections;
+};
+
+// An integer feature as text, by its representation (hexadecimal, address ...); typed input is decimal or
+// "0x" hexadecimal, clamped onto the feature's grid before it is written. Bad input shows the value again.
+class IntEdit : public CustomEdit
+{
+    Q_OBJECT
+
+public:
+    explicit IntEdit(QWidget* parent = nullptr);
+    ~IntEdit() override;
+
+    void SetFeature(FeatureInterface* feature);
+    IntegerFeatureInterface* Feature() const { return m_feature; }
+
+private:
+    void OnEdited(const QString& text);
+    void UpdateValue();
+    void Detach();
+
+    QPointer<IntegerFeatureInterface> m_feature;
+    QList<QMetaObject::Connection> m_connections;
+};
+
+class SpinBox : public CustomSpinbox
+{
+    Q_OBJECT
+
+public:
+    explicit SpinBox(QWidget* parent = nullptr);
+    ~SpinBox() override;
+
+    void SetFeature(FeatureInterface* feature);
+    IntegerFeatureInterface* Feature() const { return m_feature; }
+
+private:
+    void UpdateRange(int64_t min, int64_t max, int64_t inc);
+    void UpdateValue();
+    void Detach();
+
+    QPointer<IntegerFeatureInterface> m_feature;
     QList<QMetaObject::Connection> m_connections;
 };
 

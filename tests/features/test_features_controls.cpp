@@ -96,6 +96,37 @@ private Q_SLOTS:
         QCOMPARE(slider.Value(), int64_t(30));
     }
 
+    void integerFormsWriteOnTheGrid()
+    {
+        IntegerSoftwareFeature factor(QStringLiteral("Factor"), 2, 16, 2, 4);
+
+        FeatureControls::IntEdit edit;
+        edit.SetFeature(&factor);
+        QCOMPARE(edit.text(), QStringLiteral("4"));
+        Q_EMIT edit.Signal_EditingFinished(QStringLiteral("0x9")); // 9 lies between 8 and 10: a tie goes up
+        QCOMPARE(factor.GetIntValue(false), int64_t(10));
+        QCOMPARE(edit.text(), QStringLiteral("10"));
+        Q_EMIT edit.Signal_EditingFinished(QStringLiteral("ten"));
+        QCOMPARE(factor.GetIntValue(false), int64_t(10));
+        QCOMPARE(edit.text(), QStringLiteral("10"));
+
+        FeatureControls::IntComboBox combo;
+        combo.SetFeature(&factor);
+        QCOMPARE(combo.count(), 8);
+        QCOMPARE(combo.currentText(), QStringLiteral("10"));
+        Q_EMIT combo.Signal_CurrentIndexChanged(0);
+        QCOMPARE(factor.GetIntValue(false), int64_t(2));
+        QCOMPARE(edit.text(), QStringLiteral("2"));
+
+        FeatureControls::SpinBox spin;
+        spin.SetFeature(&factor);
+        spin.SetValueToMax();
+        QCOMPARE(factor.GetIntValue(false), int64_t(16));
+        QCOMPARE(combo.currentText(), QStringLiteral("16"));
+        factor.SetRange(2, 6, 2);
+        QCOMPARE(combo.count(), 3);
+    }
+
     void nullAndDeletedFeaturesLeaveTheControlOff()
     {
         FeatureControls::IntSlider slider;

@@ -380,10 +380,16 @@ SelectedCameraFeatureAccessor::SelectedCameraFeatureAccessor(const QString& sele
 {
 }
 
+QString SelectedCameraFeatureAccessor::SelectorEntry() const
+{
+    QMutexLocker lock(&m_entryMutex);
+    return m_selectorEntry;
+}
+
 bool SelectedCameraFeatureAccessor::SelectorOnEntry() const
 {
     TreeItem* selector = m_item ? m_item->parent : nullptr;
-    return selector && selector->GetValue().toString() == m_selectorEntry;
+    return selector && selector->GetValue().toString() == SelectorEntry();
 }
 
 bool SelectedCameraFeatureAccessor::IsItemAvailable() const
@@ -392,7 +398,7 @@ bool SelectedCameraFeatureAccessor::IsItemAvailable() const
     if (!selector)
         return false;
     m_nodeMapAccess->UpdateEntries(selector, Mode::Quiet);
-    return selector->GetEntries().contains(m_selectorEntry);
+    return selector->GetEntries().contains(SelectorEntry());
 }
 
 void SelectedCameraFeatureAccessor::Bind()
@@ -424,7 +430,7 @@ void SelectedCameraFeatureAccessor::Bind()
 
 FeatureAccess SelectedCameraFeatureAccessor::ReadAccess()
 {
-    return FeatureAccess(int(m_nodeMapAccess->GetSelectedAccess(m_item, m_selectorEntry, true, true)));
+    return FeatureAccess(int(m_nodeMapAccess->GetSelectedAccess(m_item, SelectorEntry(), true, true)));
 }
 
 void SelectedCameraFeatureAccessor::UpdateValue()
@@ -454,28 +460,28 @@ QVariant SelectedCameraFeatureAccessor::GetValue(bool)
 {
     if (!IsAvailable())
         return QVariant();
-    return m_nodeMapAccess->GetSelectedValueGeneric(m_item, m_selectorEntry, true, true, What::Value);
+    return m_nodeMapAccess->GetSelectedValueGeneric(m_item, SelectorEntry(), true, true, What::Value);
 }
 
 QVariant SelectedCameraFeatureAccessor::GetMinimum(bool)
 {
     if (!IsAvailable())
         return QVariant();
-    return m_nodeMapAccess->GetSelectedValueGeneric(m_item, m_selectorEntry, true, true, What::Minimum);
+    return m_nodeMapAccess->GetSelectedValueGeneric(m_item, SelectorEntry(), true, true, What::Minimum);
 }
 
 QVariant SelectedCameraFeatureAccessor::GetMaximum(bool)
 {
     if (!IsAvailable())
         return QVariant();
-    return m_nodeMapAccess->GetSelectedValueGeneric(m_item, m_selectorEntry, true, true, What::Maximum);
+    return m_nodeMapAccess->GetSelectedValueGeneric(m_item, SelectorEntry(), true, true, What::Maximum);
 }
 
 QVariant SelectedCameraFeatureAccessor::GetIncrement(bool)
 {
     if (!IsAvailable())
         return QVariant();
-    return m_nodeMapAccess->GetSelectedValueGeneric(m_item, m_selectorEntry, true, true, What::Increment);
+    return m_nodeMapAccess->GetSelectedValueGeneric(m_item, SelectorEntry(), true, true, What::Increment);
 }
 
 bool SelectedCameraFeatureAccessor::WriteDirect(TreeItem* item, NodeMapAccess* access, const QVariant& value,
@@ -501,7 +507,7 @@ bool SelectedCameraFeatureAccessor::WriteDirect(TreeItem* item, NodeMapAccess* a
     default:
         break;
     }
-    return access->SetSelectedValueGeneric(item, m_selectorEntry, typed, true, true);
+    return access->SetSelectedValueGeneric(item, SelectorEntry(), typed, true, true);
 }
 
 void SelectedCameraFeatureAccessor::SetValue(const QVariant& value, ValueType type)
@@ -515,17 +521,108 @@ void SelectedCameraFeatureAccessor::SetValue(const QVariant& value, ValueType ty
 void SelectedCameraFeatureAccessor::IncrementValue()
 {
     if (IsAvailable())
-        m_nodeMapAccess->IncrementSelectedValue(m_item, m_selectorEntry);
+        m_nodeMapAccess->IncrementSelectedValue(m_item, SelectorEntry());
 }
 
 void SelectedCameraFeatureAccessor::DecrementValue()
 {
     if (IsAvailable())
-        m_nodeMapAccess->DecrementSelectedValue(m_item, m_selectorEntry);
+        m_nodeMapAccess->DecrementSelectedValue(m_item, SelectorEntry());
 }
 
 void SelectedCameraFeatureAccessor::Execute(bool)
 {
     if (IsAvailable())
-        m_nodeMapAccess->ExecuteSelected(m_item, m_selectorEntry, true, true);
+        m_nodeMapAccess->ExecuteSelected(m_item, SelectorEntry(), true, true);
 }
+
+// --- SelectableCameraFeatureAccessor
+
+SelectableCameraFeatureAccessor::SelectableCameraFeatureAccessor(const QString& selectorEntry, bool selectionActive,
+                                                                 QObject* parent)
+    : SelectedCameraFeatureAccessor(selectorEntry, parent), m_selectionActive(selectionActive)
+{
+}
+
+void SelectableCameraFeatureAccessor::SetSelectorEntry(const QString& entry)
+{
+    {
+        QMutexLocker lock(&m_entryMutex);
+        if (m_selectorEntry == entry)
+            return;
+        m_selectorEntry = entry;
+    }
+    if (m_selectionActive)
+        Sync();
+}
+
+void SelectableCameraFeatureAccessor::SetSelectionActive(bool active)
+{
+    if (m_selectionActive.exchange(active) == active)
+        return;
+    Bind();
+    Sync();
+}
+
+#define LUMIVUE_SELECTABLE_FORWARD(call) \
+    return m_selectionActive ? SelectedCameraFeatureAccessor::call : CameraFeatureAccessorInterface::call
+
+void SelectableCameraFeatureAccessor::Bind()
+{
+    LUMIVUE_SELECTABLE_FORWARD(Bind());
+}
+void SelectableCameraFeatureAccessor::UpdateValue()
+{
+    LUMIVUE_SELECTABLE_FORWARD(UpdateValue());
+}
+void SelectableCameraFeatureAccessor::EmitRange()
+{
+    LUMIVUE_SELECTABLE_FORWARD(EmitRange());
+}
+QVariant SelectableCameraFeatureAccessor::GetValue(bool update)
+{
+    LUMIVUE_SELECTABLE_FORWARD(GetValue(update));
+}
+void SelectableCameraFeatureAccessor::SetValue(const QVariant& value, ValueType type)
+{
+    LUMIVUE_SELECTABLE_FORWARD(SetValue(value, type));
+}
+QVariant SelectableCameraFeatureAccessor::GetMinimum(bool update)
+{
+    LUMIVUE_SELECTABLE_FORWARD(GetMinimum(update));
+}
+QVariant SelectableCameraFeatureAccessor::GetMaximum(bool update)
+{
+    LUMIVUE_SELECTABLE_FORWARD(GetMaximum(update));
+}
+QVariant SelectableCameraFeatureAccessor::GetIncrement(bool update)
+{
+    LUMIVUE_SELECTABLE_FORWARD(GetIncrement(update));
+}
+void SelectableCameraFeatureAccessor::IncrementValue()
+{
+    LUMIVUE_SELECTABLE_FORWARD(IncrementValue());
+}
+void SelectableCameraFeatureAccessor::DecrementValue()
+{
+    LUMIVUE_SELECTABLE_FORWARD(DecrementValue());
+}
+void SelectableCameraFeatureAccessor::Execute(bool wait)
+{
+    LUMIVUE_SELECTABLE_FORWARD(Execute(wait));
+}
+bool SelectableCameraFeatureAccessor::IsItemAvailable() const
+{
+    LUMIVUE_SELECTABLE_FORWARD(IsItemAvailable());
+}
+bool SelectableCameraFeatureAccessor::WriteDirect(TreeItem* item, NodeMapAccess* access, const QVariant& value,
+                                                  ValueType type) const
+{
+    LUMIVUE_SELECTABLE_FORWARD(WriteDirect(item, access, value, type));
+}
+FeatureAccess SelectableCameraFeatureAccessor::ReadAccess()
+{
+    LUMIVUE_SELECTABLE_FORWARD(ReadAccess());
+}
+
+#undef LUMIVUE_SELECTABLE_FORWARD

@@ -6,6 +6,7 @@
 //   SelectedCameraFeatureAccessor  one fixed selector entry of a selector-dependent node: reads and writes
 //                                  select the entry and restore the selector afterwards; NodeMapAccess does
 //                                  the selector write and the dependent access under one node map lock.
+//   SelectableCameraFeatureAccessor the same with an entry chosen at run time, or plain while not selecting.
 //
 // Threads: GUI thread. The item's signals may come from the update worker or the write thread; they arrive
 // queued. WriteDirect is the one operation meant for another thread (the features' asynchronous writes): it
@@ -16,9 +17,11 @@
 #include "features/featureinterface.h"
 
 #include <QMetaObject>
+#include <QMutex>
 #include <QObject>
 #include <QVariant>
 
+#include <atomic>
 #include <vector>
 
 class NodeMapAccess;
@@ -125,7 +128,49 @@ class SelectedCameraFeatureAccessor : public CameraFeatureAccessorInterface
 public:
     explicit SelectedCameraFeatureAccessor(const QString& selectorEntry, QObject* parent = nullptr);
 
-    QString GetSelectorEntry() const { return m_selectorEntry; }
+    // Any thread.
+    QString SelectorEntry() const;
+
+    void Bind() override;
+    void UpdateValue() override;
+    void EmitRange() override;
+    QVariant GetValue(bool update) override;
+    void SetValue(const QVariant& value, ValueType type) override;
+    QVariant GetMinimum(bool update) override;
+    QVariant GetMaximum(bool update) override;
+    QVariant GetIncrement(bool update) override;
+    void IncrementValue() override;
+    void DecrementValue() override;
+    void Execute(bool wait) override;
+    bool IsItemAvailable() const override;
+    bool WriteDirect(TreeItem* item, NodeMapAccess* access, const QVariant& value, ValueType type) const override;
+
+protected:
+    FeatureAccess ReadAccess() override;
+
+    // The selector (the item's parent) currently stands on this accessor's entry.
+    bool SelectorOnEntry() const;
+
+    // Guards m_selectorEntry: the entry is read by asynchronous writes on their own thread and changed on
+    // the GUI thread (SelectableCameraFeatureAccessor).
+    mutable QMutex m_entryMutex;
+    QString m_selectorEntry;
+};
+
+// A selector-dependent node whose entry is chosen at run time: while the selection is active it acts as
+// SelectedCameraFeatureAccessor on the current entry, otherwise as the plain accessor (following whatever
+// entry the selector stands on). Changing the entry or the mode re-binds and tells everything afresh.
+class SelectableCameraFeatureAccessor : public SelectedCameraFeatureAccessor
+{
+    Q_OBJECT
+
+public:
+    explicit SelectableCameraFeatureAccessor(const QString& selectorEntry = QString(), bool selectionActive = false,
+                                             QObject* parent = nullptr);
+
+    void SetSelectorEntry(const QString& entry);
+    void SetSelectionActive(bool active);
+    bool IsSelectionActive() const { return m_selectionActive; }
 
     void Bind() override;
     void UpdateValue() override;
@@ -145,8 +190,5 @@ protected:
     FeatureAccess ReadAccess() override;
 
 private:
-    // The selector (the item's parent) currently stands on this accessor's entry.
-    bool SelectorOnEntry() const;
-
-    const QString m_selectorEntry;
+    std::atomic<bool> m_selectionActive;
 };

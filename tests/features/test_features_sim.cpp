@@ -176,6 +176,24 @@ private Q_SLOTS:
         QCOMPARE(selector.GetStringValue(true), QStringLiteral("AnalogAll"));
         QCOMPARE(gain.GetDoubleValue(true), 3.0);
 
+        // A run-time choice of the entry: the feature tells the value of each newly chosen entry.
+        auto selectable = std::make_shared<SelectableCameraFeatureAccessor>(QStringLiteral("DigitalAll"), true);
+        DoubleCameraFeature chosen(selectable);
+        chosen.SetSource(Item("Gain"), remote.get());
+        FeatureControls::DoubleSlider chosenSlider;
+        chosenSlider.SetFeature(&chosen);
+        QCOMPARE(chosenSlider.Value(), 7.0);
+        QSignalSpy chosenValues(&chosen, &DoubleFeatureInterface::DoubleValueChanged);
+        selectable->SetSelectorEntry(QStringLiteral("AnalogAll"));
+        QCOMPARE(chosenValues.size(), 1);
+        QCOMPARE(chosenSlider.Value(), 3.0);
+        selectable->SetSelectorEntry(QStringLiteral("DigitalAll"));
+        QCOMPARE(chosenSlider.Value(), 7.0);
+        // Not selecting: it follows the selector like a plain feature.
+        selectable->SetSelectionActive(false);
+        QCOMPARE(chosenSlider.Value(), 3.0);
+        QCOMPARE(selector.GetStringValue(true), QStringLiteral("AnalogAll"));
+
         // An entry the selector does not list: not available although the node is readable.
         DoubleCameraFeature missing(std::make_shared<SelectedCameraFeatureAccessor>(QStringLiteral("NoSuchStage")));
         missing.SetSource(Item("Gain"), remote.get());

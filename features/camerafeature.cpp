@@ -239,3 +239,38 @@ QString StringCameraFeature::GetStringValue(bool update)
 {
     return IsAvailable() ? m_accessor->GetValue(update).toString() : QString();
 }
+
+// --- Register
+
+RegisterCameraFeature::RegisterCameraFeature(std::shared_ptr<CameraFeatureAccessorInterface> accessor,
+                                             QObject* parent)
+    : CameraFeatureT<RegisterFeatureInterface>(std::move(accessor), parent)
+{
+}
+
+void RegisterCameraFeature::SetData(const std::vector<uint8_t>& data)
+{
+    if (!IsAvailable())
+        return;
+    m_accessor->SetValue(QVariant(QByteArray(reinterpret_cast<const char*>(data.data()), int(data.size()))),
+                         ValueType::Other);
+}
+
+std::vector<uint8_t> RegisterCameraFeature::GetData(bool update)
+{
+    if (!IsAvailable())
+        return {};
+    const QByteArray bytes = m_accessor->GetValue(update).toByteArray();
+    return std::vector<uint8_t>(bytes.begin(), bytes.end());
+}
+
+int64_t RegisterCameraFeature::GetLength()
+{
+    return IsAvailable() ? m_accessor->GetItem()->registerLength : 0;
+}
+
+void RegisterCameraFeature::EmitTyped(const QVariant& value)
+{
+    const QByteArray bytes = value.toByteArray();
+    Q_EMIT DataChanged(std::vector<uint8_t>(bytes.begin(), bytes.end()));
+}

@@ -239,6 +239,22 @@ protected:
     void EmitTyped(const QVariant&) override {}
 };
 
+class RegisterCameraFeature : public CameraFeatureT<RegisterFeatureInterface>
+{
+    Q_OBJECT
+
+public:
+    explicit RegisterCameraFeature(std::shared_ptr<CameraFeatureAccessorInterface> accessor = nullptr,
+                                   QObject* parent = nullptr);
+
+    void SetData(const std::vector<uint8_t>& data) override;
+    std::vector<uint8_t> GetData(bool update) override;
+    int64_t GetLength() override;
+
+protected:
+    void EmitTyped(const QVariant& value) override;
+};
+
 class StringCameraFeature : public CameraFeatureT<StringFeatureInterface>
 {
     Q_OBJECT

@@ -21,6 +21,7 @@ bool SameValue(const QVariant& a, const QVariant& b)
 CameraFeatureAccessorInterface::CameraFeatureAccessorInterface(QObject* parent) : QObject(parent)
 {
     qRegisterMetaType<FeatureAccess>("FeatureAccess");
+    qRegisterMetaType<std::vector<uint8_t>>("std::vector<uint8_t>");
 }
 
 CameraFeatureAccessorInterface::~CameraFeatureAccessorInterface()

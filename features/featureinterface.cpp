@@ -166,3 +166,11 @@ void IntegerFeatureInterface::triggerAllChangedSignals()
     if (IsAvailable())
         EmitRange();
 }
+
+// --- Register
+
+QString RegisterFeatureInterface::GetValueAsString()
+{
+    const std::vector<uint8_t> data = GetData(false);
+    return QByteArray(reinterpret_cast<const char*>(data.data()), int(data.size())).toHex(' ').toUpper();
+}

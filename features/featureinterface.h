@@ -23,6 +23,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 // The type tag of a generic value on its way through an accessor.
 enum class ValueType : int
@@ -192,6 +193,24 @@ Q_SIGNALS:
     void IntRangeChanged(int64_t min, int64_t max, int64_t inc);
 };
 
+class RegisterFeatureInterface : public FeatureInterface
+{
+    Q_OBJECT
+
+public:
+    using FeatureInterface::FeatureInterface;
+    virtual void SetData(const std::vector<uint8_t>& data) = 0;
+    virtual std::vector<uint8_t> GetData(bool update) = 0;
+    // Bytes of the register; 0 when not available.
+    virtual int64_t GetLength() = 0;
+
+    // Hexadecimal pairs separated by blanks.
+    QString GetValueAsString() override;
+
+Q_SIGNALS:
+    void DataChanged(std::vector<uint8_t> value);
+};
+
 class StringFeatureInterface : public FeatureInterface
 {
     Q_OBJECT
@@ -206,3 +225,5 @@ public:
 Q_SIGNALS:
     void StringValueChanged(QString value);
 };
+
+Q_DECLARE_METATYPE(std::vector<uint8_t>)

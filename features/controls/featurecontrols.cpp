@@ -472,6 +472,72 @@ void IntEdit::UpdateValue()
         setText(m_feature->GetValueAsString());
 }
 
+// --- RegisterEdit
+
+RegisterEdit::RegisterEdit(QWidget* parent) : CustomEdit(parent)
+{
+    QFont monospace(QStringLiteral("Monospace"));
+    monospace.setStyleHint(QFont::TypeWriter);
+    setFont(monospace);
+    SetFeature(nullptr);
+}
+
+RegisterEdit::~RegisterEdit()
+{
+    Detach();
+}
+
+void RegisterEdit::Detach()
+{
+    DisconnectAll(m_connections);
+    m_feature = nullptr;
+}
+
+void RegisterEdit::SetFeature(FeatureInterface* feature)
+{
+    Detach();
+    auto* typed = qobject_cast<RegisterFeatureInterface*>(feature);
+    if (!typed)
+    {
+        setInputMask(QString());
+        clear();
+        setEnabled(false);
+        return;
+    }
+    m_feature = typed;
+    const int64_t length = typed->GetLength();
+    // A mask per byte; a very long register is edited without one rather than with a huge mask.
+    setInputMask(length > 0 && length <= 256 ? QStringLiteral("HH ").repeated(int(length)).trimmed() : QString());
+    UpdateValue();
+    setEnabled(typed->IsWriteable());
+    m_connections << connect(this, &CustomEdit::Signal_EditingFinished, this, &RegisterEdit::OnEdited);
+    m_connections << connect(typed, &RegisterFeatureInterface::DataChanged, this, &RegisterEdit::UpdateValue);
+    m_connections << connect(typed, &FeatureInterface::WriteableChanged, this, &QWidget::setEnabled);
+    m_connections << connect(typed, &QObject::destroyed, this, [this] { SetFeature(nullptr); });
+}
+
+void RegisterEdit::OnEdited(const QString& text)
+{
+    if (!m_feature)
+        return;
+    QString hex = text;
+    hex.remove(QLatin1Char(' '));
+    const int64_t length = m_feature->GetLength();
+    if (hex.size() % 2 == 0 && (length <= 0 || hex.size() / 2 == length))
+    {
+        const QByteArray bytes = QByteArray::fromHex(hex.toLatin1());
+        if (bytes.size() * 2 == hex.size())
+            m_feature->SetData(std::vector<uint8_t>(bytes.begin(), bytes.end()));
+    }
+    UpdateValue();
+}
+
+void RegisterEdit::UpdateValue()
+{
+    if (m_feature)
+        setText(m_feature->GetValueAsString());
+}
+
 // --- SpinBox
 
 SpinBox::SpinBox(QWidget* parent) : CustomSpinbox(parent)

@@ -203,6 +203,28 @@ private:
     QList<QMetaObject::Connection> m_connections;
 };
 
+// A register as hexadecimal pairs in a monospace font, one "HH " mask group per byte; a commit writes all
+// bytes. Input that does not fill every byte shows the register again.
+class RegisterEdit : public CustomEdit
+{
+    Q_OBJECT
+
+public:
+    explicit RegisterEdit(QWidget* parent = nullptr);
+    ~RegisterEdit() override;
+
+    void SetFeature(FeatureInterface* feature);
+    RegisterFeatureInterface* Feature() const { return m_feature; }
+
+private:
+    void OnEdited(const QString& text);
+    void UpdateValue();
+    void Detach();
+
+    QPointer<RegisterFeatureInterface> m_feature;
+    QList<QMetaObject::Connection> m_connections;
+};
+
 class SpinBox : public CustomSpinbox
 {
     Q_OBJECT

@@ -202,6 +202,36 @@ private Q_SLOTS:
         QCOMPARE(missing.GetDoubleValue(true), 0.0);
     }
 
+    void registerEditWritesAllBytes()
+    {
+        RegisterFeatureInterface* none = nullptr;
+        RegisterCameraFeature buffer;
+        buffer.SetSource(Item("I2CTransmitBuffer"), remote.get());
+        if (!buffer.IsAvailable())
+            QSKIP("the simulated camera has no I2CTransmitBuffer");
+        const int64_t length = buffer.GetLength();
+        QVERIFY(length > 0);
+        FeatureControls::RegisterEdit edit;
+        edit.SetFeature(none);
+        QVERIFY(!edit.isEnabled());
+        edit.SetFeature(&buffer);
+        QVERIFY(edit.isEnabled());
+
+        QStringList pairs;
+        for (int64_t i = 0; i < length; ++i)
+            pairs << QStringLiteral("%1").arg(int((i * 7 + 1) & 0xFF), 2, 16, QLatin1Char('0')).toUpper();
+        Q_EMIT edit.Signal_EditingFinished(pairs.join(QLatin1Char(' ')));
+        const std::vector<uint8_t> data = buffer.GetData(true);
+        QCOMPARE(int64_t(data.size()), length);
+        QCOMPARE(int(data[1]), 8);
+        QCOMPARE(edit.text(), pairs.join(QLatin1Char(' ')));
+
+        // Too few bytes: nothing is written, the field shows the register again.
+        Q_EMIT edit.Signal_EditingFinished(QStringLiteral("AB CD"));
+        QVERIFY(buffer.GetData(true) == data);
+        QCOMPARE(edit.text(), pairs.join(QLatin1Char(' ')));
+    }
+
     void accessChangeFollowsTheLock()
     {
         // The lock is invisible and outside the categories; it is set as an acquisition start sets it.

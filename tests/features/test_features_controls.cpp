@@ -1,5 +1,6 @@
 // The feature contract without a camera: clamping and value texts, edge-triggered software features,
 // level-triggered attachment, and the drag of a bound slider.
+#include "features/controls/autofeaturegroup.h"
 #include "features/controls/featurecontrols.h"
 #include "features/softwarefeature.h"
 #include "widgets/customslider.h"
@@ -125,6 +126,42 @@ private Q_SLOTS:
         QCOMPARE(combo.currentText(), QStringLiteral("16"));
         factor.SetRange(2, 6, 2);
         QCOMPARE(combo.count(), 3);
+    }
+
+    void autoGroupFollowsTheFeature()
+    {
+        EnumerationSoftwareFeature mode(QStringLiteral("ExposureAuto"),
+                                        {{0, QStringLiteral("Off")}, {1, QStringLiteral("Once")},
+                                         {2, QStringLiteral("Continuous")}},
+                                        0);
+        QWidget panel;
+        auto* off = new CustomRadio(QStringLiteral("Off"), &panel);
+        auto* once = new CustomRadio(QStringLiteral("Once"), &panel);
+        auto* continuous = new CustomRadio(QStringLiteral("Continuous"), &panel);
+        AutoFeatureGroup group(off, once, continuous);
+        QVERIFY(!off->isEnabled());
+        group.SetFeature(&mode);
+        QVERIFY(off->isChecked() && off->isEnabled());
+        QSignalSpy onceSelected(&group, &AutoFeatureGroup::OnceSelected);
+        QSignalSpy offSelected(&group, &AutoFeatureGroup::OffSelected);
+
+        once->click();
+        QCOMPARE(mode.GetStringValue(false), QStringLiteral("Once"));
+        QVERIFY(once->isChecked() && !off->isChecked());
+        QCOMPARE(onceSelected.size(), 1);
+
+        // The auto function reached its target and went back to "Off" by itself.
+        mode.SetStringValue(QStringLiteral("Off"));
+        QVERIFY(off->isChecked() && !once->isChecked());
+        QCOMPARE(offSelected.size(), 1);
+        QCOMPARE(group.Current(), QStringLiteral("Off"));
+
+        AutoFeatureRadioWidget side;
+        QSignalSpy host(&side, &AutoFeatureRadioWidget::HostSelected);
+        QVERIFY(side.IsCameraSelected());
+        side.HostRadio()->click();
+        QCOMPARE(host.size(), 1);
+        QVERIFY(!side.IsCameraSelected());
     }
 
     void nullAndDeletedFeaturesLeaveTheControlOff()

@@ -5,7 +5,9 @@
 // Threads: GUI thread. SetIntValueAsync/SetDoubleValueAsync run the write on a std::async thread of their
 // own; at most one write is in flight per feature. A value that arrives while one is in flight is kept as
 // the pending one (a newer value replaces it) and the running task writes it before it ends, so a burst
-// ends on its last value. m_pendingMutex guards m_pending. The destructor waits for the task.
+// ends on its last value. m_pendingMutex guards m_pending and m_taskRunning. The destructor, SetSource and
+// Unbind wait for the task. Known limit: a tree rebuilt by NodeMapAccess::SetNodeMap while a task runs
+// is not waited for; the camera's owner rebinds features before it replaces the node map.
 #pragma once
 
 #include "features/camerafeatureaccessor.h"
@@ -45,18 +47,23 @@ public:
     }
     ~CameraFeatureT() override
     {
-        if (m_asyncWrite.valid())
-            m_asyncWrite.wait();
+        WaitForWrite();
         QObject::disconnect(m_accessor.get(), nullptr, this, nullptr);
     }
 
     // Binds to an item of a NodeMapAccess and tells everything afresh.
+    // Both wait for an asynchronous write in flight first: its task holds the old item.
     void SetSource(TreeItem* item, NodeMapAccess* nodeMapAccess)
     {
+        WaitForWrite();
         m_accessor->SetSource(item, nodeMapAccess);
         m_accessor->Sync();
     }
-    void Unbind() { m_accessor->Unbind(); }
+    void Unbind()
+    {
+        WaitForWrite();
+        m_accessor->Unbind();
+    }
 
     FeatureType GetType() const override { return m_accessor->GetType(); }
     FeatureAccess GetAccess() override { return m_accessor->GetAccess(); }
@@ -84,6 +91,11 @@ public:
     }
 
 protected:
+    void WaitForWrite()
+    {
+        if (m_asyncWrite.valid())
+            m_asyncWrite.wait();
+    }
     virtual void EmitTyped(const QVariant& value) = 0;
     virtual void EmitTypedRange(const QVariant&, const QVariant&, const QVariant&) {}
 

@@ -302,7 +302,8 @@ private Q_SLOTS:
         QTRY_COMPARE(slider.Value(), int64_t(800));
         QCOMPARE(device->GetRemoteDevice()->GetNodeMap()->FindNode<nodes::IntegerNode>("Width")->GetValue(), 800);
         const int writes = remote->GetWriteCount() - writesBefore;
-        QVERIFY2(writes < 1001, qPrintable(QString::number(writes)));
+        qInfo("device writes for 1,001 slider values: %d", writes);
+        QVERIFY2(writes >= 1 && writes < 500, qPrintable(QString::number(writes)));
     }
 
     void softwareFeatureDrivesControlAndBack()

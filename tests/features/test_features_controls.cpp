@@ -1,5 +1,6 @@
 // The feature contract without a camera: clamping and value texts, edge-triggered software features,
 // level-triggered attachment, and the drag of a bound slider.
+#include "features/camerafeature.h"
 #include "features/controls/autofeaturegroup.h"
 #include "features/controls/featurecontrols.h"
 #include "features/softwarefeature.h"
@@ -162,6 +163,34 @@ private Q_SLOTS:
         side.HostRadio()->click();
         QCOMPARE(host.size(), 1);
         QVERIFY(!side.IsCameraSelected());
+    }
+
+    void cameraFeatureWithoutNodeStaysOff()
+    {
+        IntegerCameraFeature unbound;
+        QVERIFY(!unbound.IsAvailable());
+        QCOMPARE(unbound.GetAccess(), FeatureAccess::Unbound);
+        QCOMPARE(unbound.GetRepresentation(), qint8(-2));
+        QCOMPARE(unbound.Clamp(7), int64_t(7));
+        unbound.SetIntValue(5);
+        unbound.SetIntValueAsync(5);
+        QVERIFY(unbound.WaitForAsyncWrite(1000));
+        QCOMPARE(unbound.GetIntValue(true), int64_t(0));
+
+        FeatureControls::IntSlider slider;
+        slider.SetFeature(&unbound);
+        QVERIFY(!slider.isEnabled());
+        QSignalSpy readable(&unbound, &FeatureInterface::ReadableChanged);
+        QSignalSpy writeable(&unbound, &FeatureInterface::WriteableChanged);
+        QSignalSpy access(&unbound, &FeatureInterface::AccessChanged);
+        QSignalSpy values(&unbound, &FeatureInterface::ValueChanged);
+        unbound.triggerAllChangedSignals();
+        QCOMPARE(readable.size(), 1);
+        QCOMPARE(readable.first().at(0).toBool(), false);
+        QCOMPARE(writeable.first().at(0).toBool(), false);
+        QCOMPARE(access.first().at(0).value<FeatureAccess>(), FeatureAccess::NotAvailable);
+        QCOMPARE(values.size(), 0);
+        QVERIFY(!slider.isEnabled());
     }
 
     void nullAndDeletedFeaturesLeaveTheControlOff()

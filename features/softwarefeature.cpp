@@ -13,7 +13,13 @@ IntegerSoftwareFeature::IntegerSoftwareFeature(const QString& name, int64_t min,
 
 void IntegerSoftwareFeature::SetIntValue(const int64_t& newValue)
 {
-    if (!IsWriteable() || newValue == value)
+    if (IsWriteable())
+        StoreValue(newValue);
+}
+
+void IntegerSoftwareFeature::StoreValue(int64_t newValue)
+{
+    if (newValue == value)
         return;
     value = newValue;
     Q_EMIT IntValueChanged(value);

@@ -121,6 +121,10 @@ public:
     void EmitRange() override { Q_EMIT IntRangeChanged(minimum, maximum, increment); }
     void EmitValueChanged() override;
 
+    // The stored value regardless of availability, and a store by the owner (tells a change like a write).
+    int64_t GetIntValueStored() const { return value; }
+    void StoreValue(int64_t newValue);
+
 public Q_SLOTS:
     void SetRange(int64_t min, int64_t max, int64_t inc);
     void SetMin(int64_t min) { SetRange(min, maximum, increment); }

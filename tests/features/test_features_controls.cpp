@@ -3,6 +3,7 @@
 #include "features/camerafeature.h"
 #include "features/controls/autofeaturegroup.h"
 #include "features/controls/featurecontrols.h"
+#include "features/roifeaturegroup.h"
 #include "features/softwarefeature.h"
 #include "widgets/customslider.h"
 
@@ -191,6 +192,41 @@ private Q_SLOTS:
         QCOMPARE(access.first().at(0).value<FeatureAccess>(), FeatureAccess::NotAvailable);
         QCOMPARE(values.size(), 0);
         QVERIFY(!slider.isEnabled());
+    }
+
+    void roiGroupStaysInsideTheImage()
+    {
+        RoiFeatureGroup roi;
+        QSignalSpy changed(&roi, &RoiFeatureGroup::RoiChanged);
+        roi.SetImageSize(640, 480);
+        QCOMPARE(roi.Region(), QRect(0, 0, 640, 480));
+        QCOMPARE(changed.size(), 1);
+
+        // Following: the values are off for controls and writes are refused.
+        FeatureControls::IntSlider width;
+        width.SetFeature(roi.Width());
+        QVERIFY(!width.isEnabled());
+        roi.Width()->SetIntValue(100);
+        QCOMPARE(roi.Region().width(), 640);
+
+        roi.Follow()->SetBoolValue(false);
+        QVERIFY(width.isEnabled());
+        Q_EMIT width.Signal_ValueChanged(200);
+        QCOMPARE(roi.Region(), QRect(0, 0, 200, 480));
+        roi.OffsetX()->SetIntValue(400);
+        QCOMPARE(roi.Region(), QRect(400, 0, 200, 480));
+        QCOMPARE(roi.Width()->GetMaximum(false), int64_t(240));
+        QCOMPARE(width.Maximum(), int64_t(240));
+
+        // A smaller image pulls the region inside: size first, then offset.
+        const int before = changed.size();
+        roi.SetImageSize(320, 240);
+        QCOMPARE(roi.Region(), QRect(120, 0, 200, 240));
+        QCOMPARE(changed.size(), before + 1);
+
+        roi.Follow()->SetBoolValue(true);
+        QCOMPARE(roi.Region(), QRect(0, 0, 320, 240));
+        QVERIFY(!width.isEnabled());
     }
 
     void nullAndDeletedFeaturesLeaveTheControlOff()

@@ -12,6 +12,7 @@
 
 #include "features/camerafeatureaccessor.h"
 #include "features/featureinterface.h"
+#include "nodetree/nodemapaccess.h"
 
 #include <QByteArray>
 
@@ -21,7 +22,6 @@
 #include <optional>
 
 class TreeItem;
-class NodeMapAccess;
 
 // The part every typed camera feature shares: forwarding to the accessor and relaying its signals.
 template <class Interface> class CameraFeatureT : public Interface
@@ -58,6 +58,17 @@ public:
         WaitForWrite();
         m_accessor->SetSource(item, nodeMapAccess);
         m_accessor->Sync();
+    }
+    // By node name, as a camera hands over its NodeMapAccess: a name the map lacks leaves the feature unbound.
+    void SetSource(NodeMapAccess* nodeMapAccess, const QString& nodeName)
+    {
+        TreeItem* item = nodeMapAccess ? nodeMapAccess->FindItem(nodeName) : nullptr;
+        if (!item)
+        {
+            Unbind();
+            return;
+        }
+        SetSource(item, nodeMapAccess);
     }
     void Unbind()
     {

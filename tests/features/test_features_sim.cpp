@@ -278,10 +278,13 @@ private Q_SLOTS:
         remote->SetNodeMap(device->GetRemoteDevice()->GetNodeMap());
         QCOMPARE(width.GetAccess(), FeatureAccess::Unbound);
         QVERIFY(!slider.isEnabled());
-        width.SetSource(Item("Width"), remote.get());
+        width.SetSource(remote.get(), QStringLiteral("Width"));
         QVERIFY(slider.isEnabled());
         QCOMPARE(slider.Value(), value);
         QCOMPARE(slider.Feature(), &width);
+        width.SetSource(remote.get(), QStringLiteral("NoSuchNode"));
+        QCOMPARE(width.GetAccess(), FeatureAccess::Unbound);
+        QVERIFY(!slider.isEnabled());
     }
 
     void rapidSliderWritesEndOnTheLastValue()

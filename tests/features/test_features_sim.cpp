@@ -232,6 +232,49 @@ private Q_SLOTS:
         QCOMPARE(edit.text(), pairs.join(QLatin1Char(' ')));
     }
 
+    void otherKindsDriveTheirNodes()
+    {
+        BooleanCameraFeature reverse;
+        reverse.SetSource(remote.get(), QStringLiteral("ReverseX"));
+        FeatureControls::Switch toggle;
+        toggle.SetFeature(&reverse);
+        QVERIFY(toggle.isEnabled());
+        const bool before = reverse.GetBoolValue(true);
+        Q_EMIT toggle.Signal_ValueChanged(!before);
+        QCOMPARE(device->GetRemoteDevice()->GetNodeMap()->FindNode<nodes::BooleanNode>("ReverseX")->GetValue(),
+                 !before);
+        QCOMPARE(toggle.Value(), !before);
+        reverse.SetBoolValue(before);
+
+        StringCameraFeature name;
+        name.SetSource(remote.get(), QStringLiteral("DeviceUserID"));
+        QSignalSpy names(&name, &StringFeatureInterface::StringValueChanged);
+        name.SetStringValue(QStringLiteral("bench left"));
+        QCOMPARE(name.GetStringValue(true), QStringLiteral("bench left"));
+        QCOMPARE(names.size(), 1);
+        QCOMPARE(names.first().at(0).toString(), QStringLiteral("bench left"));
+
+        CommandCameraFeature reset;
+        reset.SetSource(remote.get(), QStringLiteral("TimestampReset"));
+        FeatureControls::Button button;
+        button.SetFeature(&reset);
+        QVERIFY(button.isEnabled());
+        QSignalSpy executed(&reset, &CommandFeatureInterface::Executed);
+        button.click();
+        QTRY_COMPARE(executed.size(), 1);
+
+        // An enumeration by number: the entry's value, not its position.
+        EnumerationCameraFeature selector;
+        selector.SetSource(remote.get(), QStringLiteral("GainSelector"));
+        selector.SetStringValue(QStringLiteral("DigitalAll"));
+        const int64_t digital = selector.GetIntValue(true);
+        selector.SetStringValue(QStringLiteral("AnalogAll"));
+        QVERIFY(selector.GetIntValue(true) != digital);
+        selector.SetIntValue(digital);
+        QCOMPARE(selector.GetStringValue(true), QStringLiteral("DigitalAll"));
+        selector.SetStringValue(QStringLiteral("AnalogAll"));
+    }
+
     void accessChangeFollowsTheLock()
     {
         // The lock is invisible and outside the categories; it is set as an acquisition start sets it.

@@ -220,6 +220,11 @@ TEST(IplAllocation, SingleThreadedSteadyStreamAllocatesNothing)
 // With OpenCV's thread pool each parallel call may allocate a small job record; frame memory never is.
 TEST(IplAllocation, MultiThreadedSteadyStreamAllocatesNoFrameMemory)
 {
+#if defined(__SANITIZE_THREAD__)
+    // OpenCV's pool threads read the caller's stack through a hand-off TSan cannot see (the library is not
+    // instrumented); the pool's own cross-thread use is covered by test_orna_ipl, which runs under TSan.
+    GTEST_SKIP() << "OpenCV's uninstrumented thread pool makes TSan report its stack hand-off";
+#endif
     long largest = 0;
     SteadyStateAllocations(cv::getNumberOfCPUs(), &largest);
     EXPECT_LT(largest, 4096) << "an allocation of frame size happened in the steady state";

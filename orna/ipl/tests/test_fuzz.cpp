@@ -45,7 +45,7 @@ TEST(IplFuzz, LibFuzzerWithClang)
     const char* env = std::getenv("ORNA_IPL_FUZZ_SECONDS");
     const std::string seconds = env ? env : "60";
     const std::string build = std::string(home) + "/fuzz-build";
-    const std::string configure = "cmake -S '" + std::string(source) + "/tests/orna/ipl/fuzz' -B '" + build +
+    const std::string configure = "cmake -S '" + std::string(source) + "/orna/ipl/tests/fuzz' -B '" + build +
                                   "' -DCMAKE_CXX_COMPILER=clang++ -DLUMIVUE_SOURCE_DIR='" + source +
                                   "' -DCMAKE_BUILD_TYPE=RelWithDebInfo > '" + build + ".log' 2>&1";
     std::filesystem::create_directories(build);

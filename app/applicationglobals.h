@@ -102,7 +102,10 @@ public:
     static Skin CurrentSkin() { return isLight ? Skin::Light : Skin::Dark; }
     // "Light" selects light; empty, "Dark" and any other value select dark.
     static Skin SkinFromSetting(const QString& value);
-    static QString SkinName(Skin skin) { return skin == Skin::Light ? QStringLiteral("Light") : QStringLiteral("Dark"); }
+    static QString SkinName(Skin skin)
+    {
+        return skin == Skin::Light ? QStringLiteral("Light") : QStringLiteral("Dark");
+    }
 
     // Paths of one icon in the current skin, by folder: Icon24("camera.png").
     static QString Icon24(const QString& name) { return iconDir24 + name; }

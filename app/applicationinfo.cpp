@@ -80,8 +80,8 @@ QString ApplicationInfo::InfoText()
     return QStringLiteral("<b>%1</b><br>").arg(desk::ProgramName().toHtmlEscaped()) +
            tr("Version %1").arg(ProgramVersion()) + QStringLiteral("<br>") +
            QStringLiteral("&copy; %1 %2").arg(QLatin1String(kYears), QLatin1String(kMaker)) +
-           QStringLiteral("<br><br>") + tr("Built with Qt %1, running on Qt %2")
-                                            .arg(QStringLiteral(QT_VERSION_STR), QtVersion()) +
+           QStringLiteral("<br><br>") +
+           tr("Built with Qt %1, running on Qt %2").arg(QStringLiteral(QT_VERSION_STR), QtVersion()) +
            QStringLiteral("<br>") + tr("Aravis %1").arg(AravisVersion()) + QStringLiteral("<br>") +
            tr("OpenCV %1").arg(OpenCvVersion());
 }

@@ -372,13 +372,27 @@ void ApplicationSettings::ConnectControls()
 void ApplicationSettings::DisconnectControls()
 {
     controlsConnected = false;
-    for (QObject* control : std::initializer_list<QObject*>{
-             switchStartLive, switchOnlyKernelTLs, switchShowConnections, switchShowGrid, sliderAnimationDuration,
-             comboLanguage, comboTheme, comboDefaultWorkspace, switchAutoImageSaveNameCreation,
-             switchAutoImageSaveAcquisition, editAutoImageSaveName, comboAutoImageSaveType, switchAutoImageSaveIndex,
-             buttonAutoImageSaveIndexReset, switchAutoImageSaveDate, switchAutoImageSaveTime,
-             switchAutoImageSaveMaxNumber, editAutoImageSaveMaxNumber, switchEnableAutoUpdate,
-             switchEnableNodePolling, switchReconnectParameterRestore})
+    for (QObject* control : std::initializer_list<QObject*>{switchStartLive,
+                                                            switchOnlyKernelTLs,
+                                                            switchShowConnections,
+                                                            switchShowGrid,
+                                                            sliderAnimationDuration,
+                                                            comboLanguage,
+                                                            comboTheme,
+                                                            comboDefaultWorkspace,
+                                                            switchAutoImageSaveNameCreation,
+                                                            switchAutoImageSaveAcquisition,
+                                                            editAutoImageSaveName,
+                                                            comboAutoImageSaveType,
+                                                            switchAutoImageSaveIndex,
+                                                            buttonAutoImageSaveIndexReset,
+                                                            switchAutoImageSaveDate,
+                                                            switchAutoImageSaveTime,
+                                                            switchAutoImageSaveMaxNumber,
+                                                            editAutoImageSaveMaxNumber,
+                                                            switchEnableAutoUpdate,
+                                                            switchEnableNodePolling,
+                                                            switchReconnectParameterRestore})
         disconnect(control, nullptr, this, nullptr);
     for (const PathRow& path : pathRows)
     {
@@ -414,7 +428,8 @@ void ApplicationSettings::UpdateControls()
 
     switchAutoImageSaveNameCreation->SetValue(ReadBool(QStringLiteral("auto_image_save_name_creation"), "0"));
     switchAutoImageSaveAcquisition->SetValue(ReadBool(QStringLiteral("auto_image_save_acquisition"), "0"));
-    editAutoImageSaveName->setText(ReadString(QStringLiteral("auto_image_save_image_name"), QStringLiteral("kvx_image")));
+    editAutoImageSaveName->setText(
+        ReadString(QStringLiteral("auto_image_save_image_name"), QStringLiteral("kvx_image")));
     labelInvalidFileName->setVisible(!desk::IsValidImageFileName(editAutoImageSaveName->text()));
     const int type = comboAutoImageSaveType->findData(
         ReadString(QStringLiteral("auto_image_save_image_type"), QStringLiteral("bmp")));
@@ -422,7 +437,8 @@ void ApplicationSettings::UpdateControls()
     switchAutoImageSaveIndex->SetValue(ReadBool(QStringLiteral("auto_image_save_index"), "0"));
     switchAutoImageSaveDate->SetValue(ReadBool(QStringLiteral("auto_image_save_date"), "0"));
     switchAutoImageSaveTime->SetValue(ReadBool(QStringLiteral("auto_image_save_time"), "0"));
-    switchAutoImageSaveMaxNumber->SetValue(ReadBool(QStringLiteral("auto_image_save_acquisition_max_number_enable"), "1"));
+    switchAutoImageSaveMaxNumber->SetValue(
+        ReadBool(QStringLiteral("auto_image_save_acquisition_max_number_enable"), "1"));
     editAutoImageSaveMaxNumber->setText(
         QString::number(ReadInt(QStringLiteral("auto_image_save_acquisition_max_number"), "10")));
 
@@ -521,7 +537,8 @@ void ApplicationSettings::UpdateStyleSheetWithoutDestroy()
         QStringLiteral("QLabel#InvalidFileName { color: %1; background: transparent; }").arg(G::colorRedLog.name()));
     labelInvalidFileName->setFont(G::fontNormal);
     tabs->UpdateStyleSheet();
-    const QString pageStyle = QStringLiteral("QWidget#OptionsPage { background-color: %1; }").arg(G::colorBackground.name());
+    const QString pageStyle =
+        QStringLiteral("QWidget#OptionsPage { background-color: %1; }").arg(G::colorBackground.name());
     for (int i = 0; i < tabs->count(); ++i)
         tabs->widget(i)->setStyleSheet(pageStyle);
     labelTypeNote->setFont(G::fontSmall);

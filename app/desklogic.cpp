@@ -184,8 +184,8 @@ QVector<LogLine> BootStatusBlock(const QString& dateTime, const QString& bootSta
     auto tr = [](const char* text) { return QCoreApplication::translate("MainWindow", text); };
     const QString nl = QStringLiteral("\n");
     QVector<LogLine> lines;
-    lines.append({dateTime + QStringLiteral(":  ") + tr("The camera has reported the following boot status:") + nl,
-                  textColor});
+    lines.append(
+        {dateTime + QStringLiteral(":  ") + tr("The camera has reported the following boot status:") + nl, textColor});
     QString status = QLatin1Char('"') + bootStatus + QLatin1Char('"');
     if (!detail.isEmpty())
         status += QStringLiteral(": ") + detail;
@@ -195,10 +195,12 @@ QVector<LogLine> BootStatusBlock(const QString& dateTime, const QString& bootSta
     const QString step = QStringLiteral("- ");
     if (!downloadUrl.isEmpty() && downloadUrl != QLatin1String(" "))
     {
-        lines.append({step + tr("Download the latest firmware from our website and update the camera:") + nl, textColor});
+        lines.append(
+            {step + tr("Download the latest firmware from our website and update the camera:") + nl, textColor});
         lines.append({downloadUrl + nl, warnColor});
-        lines.append({step + tr("Test the camera connection by using a certified %1 cable.").arg(QStringLiteral("KVX")) + nl,
-                      textColor});
+        lines.append(
+            {step + tr("Test the camera connection by using a certified %1 cable.").arg(QStringLiteral("KVX")) + nl,
+             textColor});
         lines.append({step + tr("Contact our support team:") + nl, textColor});
         lines.append({supportUrl + nl, warnColor});
     }

@@ -17,7 +17,6 @@
 #include <QTextEdit>
 #include <QTimer>
 
-
 namespace {
 constexpr int kButtonSize = 30;
 constexpr int kIconSize = 24;
@@ -123,8 +122,7 @@ void LoggerWindow::OnCaptureEvents()
 {
     auto& sender = LogMessageSender::Instance();
     if (buttonShowEvents->isChecked())
-        connect(&sender, &LogMessageSender::Signal_LogEvent, this, &LoggerWindow::OnAddLogEvent,
-                Qt::UniqueConnection);
+        connect(&sender, &LogMessageSender::Signal_LogEvent, this, &LoggerWindow::OnAddLogEvent, Qt::UniqueConnection);
     else
         disconnect(&sender, &LogMessageSender::Signal_LogEvent, this, &LoggerWindow::OnAddLogEvent);
 }
@@ -327,8 +325,9 @@ void LoggerWindow::StyleButtons()
     for (IconButton* button : {buttonShowErrors, buttonShowEvents, buttonAutoScroll, buttonClear, buttonSave})
         button->UpdateStyleSheet();
     logView->setFont(G::fontNormal);
-    logView->setStyleSheet(QStringLiteral("QTextEdit#LogView { background-color: %1; color: %2; border: 1px solid %3; }")
-                               .arg(G::colorInputBackground.name(), G::colorText.name(), G::colorBorder.name()));
+    logView->setStyleSheet(
+        QStringLiteral("QTextEdit#LogView { background-color: %1; color: %2; border: 1px solid %3; }")
+            .arg(G::colorInputBackground.name(), G::colorText.name(), G::colorBorder.name()));
 }
 
 void LoggerWindow::UpdateStyleSheetWithoutDestroy()

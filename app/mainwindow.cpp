@@ -26,7 +26,6 @@
 #include "app/mainwindow.h"
 
 #include "app/applicationglobals.h"
-#include "discovery/devicemanager.h"
 #include "app/applicationinfo.h"
 #include "app/applicationsettings.h"
 #include "app/desklogic.h"
@@ -36,6 +35,7 @@
 #include "app/versioncheck.h"
 #include "controlelement/controlelement.h"
 #include "controlelement/dockingwidget.h"
+#include "discovery/devicemanager.h"
 #include "orna/afl/orna_afl.h"
 #include "orna/core/exception.h"
 #include "orna/core/library.h"
@@ -136,9 +136,9 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
     const inference_status inferenceStatus = inference_library_init();
     if (inferenceStatus != INFERENCE_STATUS_SUCCESS)
     {
-        LogMessageSender::Error(kNoOrigin, QStringLiteral("MainWindow::MainWindow(QWidget *)"),
-                                tr("IFL initialization failed: %1.")
-                                    .arg(QString::fromLatin1(inference_status_text(inferenceStatus))));
+        LogMessageSender::Error(
+            kNoOrigin, QStringLiteral("MainWindow::MainWindow(QWidget *)"),
+            tr("IFL initialization failed: %1.").arg(QString::fromLatin1(inference_status_text(inferenceStatus))));
     }
 
     // 15. The camera manager comes with the device discovery; until then cameraManager stays null and the
@@ -364,8 +364,8 @@ void MainWindow::RestoreWindowGeometry()
 void MainWindow::InitDefaultPaths()
 {
     QString dataLocation = QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation);
-    m_defaultWorkspacePath = dataLocation.isEmpty() ? QCoreApplication::applicationDirPath()
-                                                    : dataLocation + QStringLiteral("/workspaces");
+    m_defaultWorkspacePath =
+        dataLocation.isEmpty() ? QCoreApplication::applicationDirPath() : dataLocation + QStringLiteral("/workspaces");
     QDir dir(m_defaultWorkspacePath);
     if (!dir.exists())
         dir.mkpath(QStringLiteral("."));
@@ -389,8 +389,10 @@ void MainWindow::ReadAutoImageSaveSettings()
     // Older keys keep their text defaults; toInt() reads both forms.
     m_autoImageSaveNameCreation = settings::ReadInt(QStringLiteral("auto_image_save_name_creation"), "0");
     m_autoImageSaveAcquisition = settings::ReadInt(QStringLiteral("auto_image_save_acquisition"), "0");
-    m_autoImageSaveImageName = settings::ReadString(QStringLiteral("auto_image_save_image_name"), QStringLiteral("kvx_image"));
-    m_autoImageSaveImageType = settings::ReadString(QStringLiteral("auto_image_save_image_type"), QStringLiteral("bmp"));
+    m_autoImageSaveImageName =
+        settings::ReadString(QStringLiteral("auto_image_save_image_name"), QStringLiteral("kvx_image"));
+    m_autoImageSaveImageType =
+        settings::ReadString(QStringLiteral("auto_image_save_image_type"), QStringLiteral("bmp"));
     m_autoImageSaveIndex = settings::ReadInt(QStringLiteral("auto_image_save_index"), "0");
     m_autoImageSaveDate = settings::ReadInt(QStringLiteral("auto_image_save_date"), "0");
     m_autoImageSaveTime = settings::ReadInt(QStringLiteral("auto_image_save_time"), "0");
@@ -435,7 +437,8 @@ void MainWindow::InitLibraries()
     }
     catch (const std::exception& e)
     {
-        LogMessageSender::Error(kNoOrigin, context, tr("Failed to initialize auto feature lib: ") + QString::fromUtf8(e.what()));
+        LogMessageSender::Error(kNoOrigin, context,
+                                tr("Failed to initialize auto feature lib: ") + QString::fromUtf8(e.what()));
     }
 }
 
@@ -448,7 +451,8 @@ void MainWindow::ExitLibraries()
     }
     catch (const std::exception& e)
     {
-        LogMessageSender::Error(kNoOrigin, context, tr("Failed to exit auto feature lib: ") + QString::fromUtf8(e.what()));
+        LogMessageSender::Error(kNoOrigin, context,
+                                tr("Failed to exit auto feature lib: ") + QString::fromUtf8(e.what()));
     }
     // Under the manager's own mutex: an update job that still holds the manager keeps it alive until it ends.
     orna::DeviceManager::ReleaseReference();
@@ -499,12 +503,13 @@ void MainWindow::CheckDeviceLibraryVersion()
         const unsigned major = orna::Library::GetVersionMajor();
         const unsigned minor = orna::Library::GetVersionMinor();
         const unsigned subminor = orna::Library::GetVersionSubminor();
-        text = VersionWarningText(major, minor, subminor,
-                                  QStringLiteral("%1.%2.%3").arg(major).arg(minor).arg(subminor));
+        text =
+            VersionWarningText(major, minor, subminor, QStringLiteral("%1.%2.%3").arg(major).arg(minor).arg(subminor));
     }
     catch (const std::exception& e)
     {
-        LogMessageSender::Error(kNoOrigin, QStringLiteral("MainWindow::MainWindow(QWidget *)"), QString::fromUtf8(e.what()));
+        LogMessageSender::Error(kNoOrigin, QStringLiteral("MainWindow::MainWindow(QWidget *)"),
+                                QString::fromUtf8(e.what()));
         text = VersionUndetectableText();
     }
     if (!text.isEmpty())
@@ -725,8 +730,8 @@ void MainWindow::OnStartDeletingControlElement()
         parent->RememberPlace(element->Type(), {element->x(), element->y(), element->IsDocked()});
     }
     if (parent != nullptr)
-        connect(element, &ControlElement::Signal_ErasedFromControlElementVector, parent, &ControlElement::UpdateControls,
-                Qt::UniqueConnection);
+        connect(element, &ControlElement::Signal_ErasedFromControlElementVector, parent,
+                &ControlElement::UpdateControls, Qt::UniqueConnection);
     element->SetParentElement(nullptr);
     update();
     element->FadeOutAndDelete();

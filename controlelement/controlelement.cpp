@@ -269,8 +269,7 @@ void ControlElement::SetParentElement(ControlElement* parent)
     {
         connect(this, &ControlElement::Signal_PrepareTabMe, parent, &ControlElement::OnPrepareTabChild,
                 Qt::UniqueConnection);
-        connect(this, &ControlElement::Signal_TabMeLeft, parent, &ControlElement::OnTabChildLeft,
-                Qt::UniqueConnection);
+        connect(this, &ControlElement::Signal_TabMeLeft, parent, &ControlElement::OnTabChildLeft, Qt::UniqueConnection);
         connect(this, &ControlElement::Signal_TabMeRight, parent, &ControlElement::OnTabChildRight,
                 Qt::UniqueConnection);
         if (m_followsParentCamera)
@@ -379,8 +378,9 @@ void ControlElement::SetTitleIcon(const QString& iconFile)
 {
     m_titleIconFile = iconFile;
     const QPixmap pixmap(ApplicationGlobals::Icon24(iconFile));
-    m_titleIcon->setPixmap(pixmap.isNull() ? QPixmap() : pixmap.scaled(buttonSize, buttonSize, Qt::KeepAspectRatio,
-                                                                       Qt::SmoothTransformation));
+    m_titleIcon->setPixmap(pixmap.isNull()
+                               ? QPixmap()
+                               : pixmap.scaled(buttonSize, buttonSize, Qt::KeepAspectRatio, Qt::SmoothTransformation));
 }
 
 void ControlElement::ShowTitleIcon(bool show)
@@ -633,11 +633,12 @@ void ControlElement::UpdateStyleSheetWithoutDestroy()
 {
     using G = ApplicationGlobals;
     m_titleLabel->setFont(G::fontLarge);
-    m_titleLabel->setStyleSheet(QStringLiteral("QLabel { color: %1; background: transparent; padding-left: 3px; }")
-                                    .arg(G::colorText.name()));
+    m_titleLabel->setStyleSheet(
+        QStringLiteral("QLabel { color: %1; background: transparent; padding-left: 3px; }").arg(G::colorText.name()));
     m_background->setStyleSheet(QStringLiteral("QLabel { background: transparent; }"));
-    m_placeholder->setStyleSheet(QStringLiteral("QFrame#TabPlaceholder { background-color: %1; border: 1px dashed %2; }")
-                                     .arg(G::colorBackgroundAlternate.name(), G::colorAccent.name()));
+    m_placeholder->setStyleSheet(
+        QStringLiteral("QFrame#TabPlaceholder { background-color: %1; border: 1px dashed %2; }")
+            .arg(G::colorBackgroundAlternate.name(), G::colorAccent.name()));
     m_contentWidget->setStyleSheet(QStringLiteral("QWidget#ElementContent { background: transparent; }"));
     if (m_scrollArea != nullptr)
         m_scrollArea->setStyleSheet(QStringLiteral("QScrollArea#ElementScrollArea { background: transparent; }"));
@@ -674,8 +675,7 @@ void ControlElement::mousePressEvent(QMouseEvent* event)
     setFocus(Qt::MouseFocusReason);
     m_dockRect = DockRectGlobal();
     if (m_parentElement != nullptr)
-        TabZones(m_parentElement->mapToGlobal(QPoint(0, 0)), m_parentElement->size(), &m_leftTabZone,
-                 &m_rightTabZone);
+        TabZones(m_parentElement->mapToGlobal(QPoint(0, 0)), m_parentElement->size(), &m_leftTabZone, &m_rightTabZone);
     else
         m_leftTabZone = m_rightTabZone = QRect();
     m_movedByUser = m_moveHandler->IsMoving();
@@ -697,8 +697,7 @@ void ControlElement::mouseDoubleClickEvent(QMouseEvent* event)
     QWidget::mouseDoubleClickEvent(event);
 }
 
-void ControlElement::TabZones(const QPoint& parentGlobal, const QSize& parentSize, QRect* leftZone,
-                              QRect* rightZone)
+void ControlElement::TabZones(const QPoint& parentGlobal, const QSize& parentSize, QRect* leftZone, QRect* rightZone)
 {
     const int gx = parentGlobal.x() + 3;
     const int gy = parentGlobal.y() + 3;
@@ -795,8 +794,8 @@ int ControlElement::SnapSize(int v, int g)
 
 QRect ControlElement::SnapToGrid(const QRect& geometry, const QPoint& origin, int g)
 {
-    return QRect(SnapX(geometry.x(), origin.x(), g), SnapY(geometry.y(), origin.y(), g),
-                 SnapSize(geometry.width(), g), SnapSize(geometry.height(), g));
+    return QRect(SnapX(geometry.x(), origin.x(), g), SnapY(geometry.y(), origin.y(), g), SnapSize(geometry.width(), g),
+                 SnapSize(geometry.height(), g));
 }
 
 void ControlElement::OnMoveOrResizeFinished()
@@ -812,8 +811,7 @@ void ControlElement::OnMoveOrResizeFinished()
             else if (parent->RightTabbedElement() == nullptr && m_rightTabZone.contains(m_rightHalf))
                 Q_EMIT Signal_TabMeRight(true);
         }
-        if (!m_docked && !IsTabbed() && m_dockRect.isValid() && m_dockRect.contains(m_selfRect) &&
-            HostHasFreePlace())
+        if (!m_docked && !IsTabbed() && m_dockRect.isValid() && m_dockRect.contains(m_selfRect) && HostHasFreePlace())
             SetDocked(true);
     }
 
@@ -1002,7 +1000,8 @@ void ControlElement::MoveFromStartToEnd(const QPoint& start, const QPoint& end)
     if (m_moveAnimation == nullptr)
     {
         m_moveAnimation = new QPropertyAnimation(this, "pos", this);
-        connect(m_moveAnimation, &QPropertyAnimation::finished, this, &ControlElement::Signal_MoveFromStartToEndFinished);
+        connect(m_moveAnimation, &QPropertyAnimation::finished, this,
+                &ControlElement::Signal_MoveFromStartToEndFinished);
     }
     m_moveAnimation->stop();
     m_moveAnimation->setDuration(std::max(m_fadeTime, 0));

@@ -82,8 +82,7 @@ QVector<QLine> DockingWidget::ConnectionLines() const
         return lines;
     const auto centre = [this](const ControlElement* e) {
         // Docked elements are positioned in their parent (the main window); map into this widget.
-        const QRect r(e->parentWidget() ? mapFrom(e->parentWidget(), e->geometry().topLeft()) : e->pos(),
-                      e->size());
+        const QRect r(e->parentWidget() ? mapFrom(e->parentWidget(), e->geometry().topLeft()) : e->pos(), e->size());
         return QPoint((r.left() + r.right()) / 2, (r.top() + r.bottom()) / 2);
     };
     for (ControlElement* e : m_elementsProvider())

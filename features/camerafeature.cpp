@@ -242,8 +242,7 @@ QString StringCameraFeature::GetStringValue(bool update)
 
 // --- Register
 
-RegisterCameraFeature::RegisterCameraFeature(std::shared_ptr<CameraFeatureAccessorInterface> accessor,
-                                             QObject* parent)
+RegisterCameraFeature::RegisterCameraFeature(std::shared_ptr<CameraFeatureAccessorInterface> accessor, QObject* parent)
     : CameraFeatureT<RegisterFeatureInterface>(std::move(accessor), parent)
 {
 }

@@ -40,10 +40,9 @@ public:
             Q_EMIT this->ValueChanged(value);
             EmitTyped(value);
         });
-        QObject::connect(acc, &CameraFeatureAccessorInterface::RangeChanged, this,
-                         [this](const QVariant& min, const QVariant& max, const QVariant& inc) {
-                             EmitTypedRange(min, max, inc);
-                         });
+        QObject::connect(
+            acc, &CameraFeatureAccessorInterface::RangeChanged, this,
+            [this](const QVariant& min, const QVariant& max, const QVariant& inc) { EmitTypedRange(min, max, inc); });
     }
     ~CameraFeatureT() override
     {

@@ -149,8 +149,8 @@ void CameraFeatureAccessorInterface::Bind()
     if (!m_item)
         return;
     DisconnectSignals();
-    m_connections.push_back(connect(m_item, &TreeItem::valueChanged, this,
-                                    [this](const QVariant& value, int) { OnValueChanged(value); }));
+    m_connections.push_back(
+        connect(m_item, &TreeItem::valueChanged, this, [this](const QVariant& value, int) { OnValueChanged(value); }));
     m_connections.push_back(
         connect(m_item, &TreeItem::accessChanged, this, &CameraFeatureAccessorInterface::OnAccessChanged));
     m_connections.push_back(
@@ -419,12 +419,11 @@ void SelectedCameraFeatureAccessor::Bind()
     }));
     m_connections.push_back(
         connect(m_item, &TreeItem::entriesChanged, this, &CameraFeatureAccessorInterface::EntriesChanged));
-    m_connections.push_back(connect(m_item, &TreeItem::rangeChanged, this,
-                                    [this](const QVariant&, const QVariant&, const QVariant&, int) {
-                                        if (SelectorOnEntry())
-                                            OnRangeChanged(GetMinimum(false), GetMaximum(false),
-                                                           GetIncrement(false));
-                                    }));
+    m_connections.push_back(
+        connect(m_item, &TreeItem::rangeChanged, this, [this](const QVariant&, const QVariant&, const QVariant&, int) {
+            if (SelectorOnEntry())
+                OnRangeChanged(GetMinimum(false), GetMaximum(false), GetIncrement(false));
+        }));
     m_connections.push_back(connect(m_item, &TreeItem::executed, this, &CameraFeatureAccessorInterface::Executed));
     m_connections.push_back(connect(m_item, &QObject::destroyed, this, [this] { Unbind(); }));
 }
@@ -565,7 +564,7 @@ void SelectableCameraFeatureAccessor::SetSelectionActive(bool active)
     Sync();
 }
 
-#define LUMIVUE_SELECTABLE_FORWARD(call) \
+#define LUMIVUE_SELECTABLE_FORWARD(call)                                                                               \
     return m_selectionActive ? SelectedCameraFeatureAccessor::call : CameraFeatureAccessorInterface::call
 
 void SelectableCameraFeatureAccessor::Bind()

@@ -50,8 +50,7 @@ public:
 template <class Interface> class SoftwareFeatureT : public Interface
 {
 public:
-    SoftwareFeatureT(const QString& name, FeatureType type, QObject* parent)
-        : Interface(parent), m_accessor(name, type)
+    SoftwareFeatureT(const QString& name, FeatureType type, QObject* parent) : Interface(parent), m_accessor(name, type)
     {
         m_lastAccess = m_accessor.GetAccess();
     }

@@ -91,8 +91,7 @@ NodeMapAccess::NodeMapAccess(const QString& moduleName, QObject* parent)
     worker->moveToThread(&workerThread);
     connect(&workerThread, &QThread::finished, worker, &QObject::deleteLater);
     connect(&workerThread, &QThread::started, worker, &UpdateNodemapWorker::Start);
-    connect(worker, &UpdateNodemapWorker::DoUpdate, this, &NodeMapAccess::SendDataChangedSignal,
-            Qt::QueuedConnection);
+    connect(worker, &UpdateNodemapWorker::DoUpdate, this, &NodeMapAccess::SendDataChangedSignal, Qt::QueuedConnection);
     workerThread.setObjectName(QStringLiteral("UpdateNodemapWorker"));
     workerThread.start();
 }
@@ -460,8 +459,7 @@ bool NodeMapAccess::UpdateValue(TreeItem* item, UpdateMode mode, bool forced) co
         UpdateAccess(item, mode);
     if (!item->IsReadable())
         return false;
-    if (item->type == FeatureType::Category || item->type == FeatureType::Command ||
-        item->type == FeatureType::Unknown)
+    if (item->type == FeatureType::Category || item->type == FeatureType::Command || item->type == FeatureType::Unknown)
         return false;
 
     auto map = GetMap();
@@ -555,8 +553,8 @@ QVariant ReadRange(TreeItem* item, RangePart part)
 
 } // namespace
 
-static bool UpdateRangePart(const NodeMapAccess* access, TreeItem* item, NodeMapAccess::UpdateMode mode,
-                            RangePart part, const char* context, const QString& text, int role,
+static bool UpdateRangePart(const NodeMapAccess* access, TreeItem* item, NodeMapAccess::UpdateMode mode, RangePart part,
+                            const char* context, const QString& text, int role,
                             const std::function<void(const char*, const QString&, const std::exception&)>& log,
                             const std::function<void(TreeItem*, int)>& notify)
 {
@@ -765,8 +763,7 @@ QStringList NodeMapAccess::GetEntryDescriptions(TreeItem* item) const
     }
     catch (const std::exception& e)
     {
-        Log(kGetEntryDescriptions, QStringLiteral("Failed to read entry descriptions of node %1. ").arg(item->name),
-            e);
+        Log(kGetEntryDescriptions, QStringLiteral("Failed to read entry descriptions of node %1. ").arg(item->name), e);
     }
     return descriptions;
 }
@@ -1007,7 +1004,8 @@ bool NodeMapAccess::Execute(TreeItem* item, bool wait)
     if (!item->IsWriteable())
         return false;
     auto command = nodes::NodeCast<nodes::CommandNode>(item->GetNode());
-    const bool reset = item->name == QLatin1String("DeviceReset") || item->name == QLatin1String("ResetToFactoryDefaults");
+    const bool reset =
+        item->name == QLatin1String("DeviceReset") || item->name == QLatin1String("ResetToFactoryDefaults");
     try
     {
         if (reset)
@@ -1113,13 +1111,14 @@ void NodeMapAccess::IncrementSelectedValue(TreeItem* item, QString selectorEntry
     const QVariant step = GetSelectedValueGeneric(item, selectorEntry, true, true, ReturnValueType::Increment);
     if (!value.isValid() || !maximum.isValid() || !step.isValid())
     {
-        LogMessageSender::Error(logOrigin, kIncrementSelected,
-                                QStringLiteral("Failed to write value of node %1[%2]. ").arg(item->name, selectorEntry));
+        LogMessageSender::Error(
+            logOrigin, kIncrementSelected,
+            QStringLiteral("Failed to write value of node %1[%2]. ").arg(item->name, selectorEntry));
         return;
     }
     const QVariant next = item->type == FeatureType::Integer
-                              ? QVariant::fromValue<qlonglong>(std::min(maximum.toLongLong(),
-                                                                        value.toLongLong() + std::max(1LL, step.toLongLong())))
+                              ? QVariant::fromValue<qlonglong>(std::min(
+                                    maximum.toLongLong(), value.toLongLong() + std::max(1LL, step.toLongLong())))
                               : QVariant(std::min(maximum.toDouble(), value.toDouble() + step.toDouble()));
     SetSelectedValueGeneric(item, selectorEntry, next, true, true);
 }
@@ -1133,13 +1132,14 @@ void NodeMapAccess::DecrementSelectedValue(TreeItem* item, QString selectorEntry
     const QVariant step = GetSelectedValueGeneric(item, selectorEntry, true, true, ReturnValueType::Increment);
     if (!value.isValid() || !minimum.isValid() || !step.isValid())
     {
-        LogMessageSender::Error(logOrigin, kDecrementSelected,
-                                QStringLiteral("Failed to write value of node %1[%2]. ").arg(item->name, selectorEntry));
+        LogMessageSender::Error(
+            logOrigin, kDecrementSelected,
+            QStringLiteral("Failed to write value of node %1[%2]. ").arg(item->name, selectorEntry));
         return;
     }
     const QVariant next = item->type == FeatureType::Integer
-                              ? QVariant::fromValue<qlonglong>(std::max(minimum.toLongLong(),
-                                                                        value.toLongLong() - std::max(1LL, step.toLongLong())))
+                              ? QVariant::fromValue<qlonglong>(std::max(
+                                    minimum.toLongLong(), value.toLongLong() - std::max(1LL, step.toLongLong())))
                               : QVariant(std::max(minimum.toDouble(), value.toDouble() - step.toDouble()));
     SetSelectedValueGeneric(item, selectorEntry, next, true, true);
 }
@@ -1201,15 +1201,15 @@ uint32_t NodeMapAccess::GetSelectedAccess(TreeItem* item, const QString& selecto
     }
     catch (const std::exception& e)
     {
-        Log(kGetSelectedAccess,
-            QStringLiteral("Failed to read access of node %1[%2]. ").arg(item->name, selectorEntry), e);
+        Log(kGetSelectedAccess, QStringLiteral("Failed to read access of node %1[%2]. ").arg(item->name, selectorEntry),
+            e);
         return 0;
     }
     return access;
 }
 
-QVariant NodeMapAccess::GetSelectedValueGeneric(TreeItem* item, const QString& selectorEntry, bool select,
-                                                bool restore, ReturnValueType what)
+QVariant NodeMapAccess::GetSelectedValueGeneric(TreeItem* item, const QString& selectorEntry, bool select, bool restore,
+                                                ReturnValueType what)
 {
     if (!Guard(item))
         return QVariant();

@@ -32,9 +32,9 @@
 #include "orna/core/nodemap.h"
 
 #include <QHash>
-#include <QSet>
 #include <QMutex>
 #include <QObject>
+#include <QSet>
 #include <QStringList>
 #include <QThread>
 #include <QThreadPool>

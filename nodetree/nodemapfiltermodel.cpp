@@ -3,8 +3,7 @@
 #include "nodetree/nodemapmodel.h"
 #include "nodetree/treeitem.h"
 
-NodeMapFilterModel::NodeMapFilterModel(QObject* parent)
-    : QSortFilterProxyModel(parent)
+NodeMapFilterModel::NodeMapFilterModel(QObject* parent) : QSortFilterProxyModel(parent)
 {
     setDynamicSortFilter(true);
 }

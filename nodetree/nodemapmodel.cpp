@@ -257,7 +257,7 @@ QVariant NodeMapModel::data(const QModelIndex& index, int role) const
     case Qt::ForegroundRole: {
         if (item->type == FeatureType::Category)
             return QVariant();
-        const QColor colour = item->IsWriteable() ? ApplicationGlobals::colorText
+        const QColor colour = item->IsWriteable()  ? ApplicationGlobals::colorText
                               : item->IsReadable() ? ApplicationGlobals::colorGrey140
                                                    : ApplicationGlobals::colorGrey100;
         return colour.isValid() ? QVariant(colour) : QVariant();
@@ -267,8 +267,8 @@ QVariant NodeMapModel::data(const QModelIndex& index, int role) const
     case VisibilityRole:
         return VisibilityText(item->visibility);
     case AccessStatusRole: {
-        QString text = AccessText(nodeMapAccess && nodeMapAccess->IsConnected() ? item->GetAccess()
-                                                                                : FeatureAccess::Unbound);
+        QString text =
+            AccessText(nodeMapAccess && nodeMapAccess->IsConnected() ? item->GetAccess() : FeatureAccess::Unbound);
         if (item->HasApplicationLock())
             text += QStringLiteral(" (application lock)");
         return text;

@@ -60,8 +60,8 @@ TreeItem::TreeItem(std::shared_ptr<nodes::Node> node, NodeMapAccess* nodeMapAcce
     }
     catch (const std::exception& e)
     {
-        LogMessageSender::Error(nodeMapAccess ? nodeMapAccess->logOrigin : QStringLiteral("-"),
-                                kConstructorContext, QString::fromUtf8(e.what()));
+        LogMessageSender::Error(nodeMapAccess ? nodeMapAccess->logOrigin : QStringLiteral("-"), kConstructorContext,
+                                QString::fromUtf8(e.what()));
         return;
     }
     if (!nodeMapAccess)
@@ -121,10 +121,9 @@ void TreeItem::UnregisterCallback(bool deleteCallback)
     catch (const std::exception& e)
     {
         // The map may already be gone (camera closed): the callback went with it.
-        LogMessageSender::Error(nodeMapAccess ? nodeMapAccess->logOrigin : QStringLiteral("-"),
-                                "void TreeItem::UnregisterCallback(bool)",
-                                QStringLiteral("Failed to unregister callback for node %1. ").arg(name) +
-                                    QString::fromUtf8(e.what()));
+        LogMessageSender::Error(
+            nodeMapAccess ? nodeMapAccess->logOrigin : QStringLiteral("-"), "void TreeItem::UnregisterCallback(bool)",
+            QStringLiteral("Failed to unregister callback for node %1. ").arg(name) + QString::fromUtf8(e.what()));
     }
 }
 

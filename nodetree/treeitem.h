@@ -12,7 +12,8 @@
 //   accessMutex  access, readable, writeable, locked, applicationLock, node, changedCallback
 // busy is atomic so that the worker can skip an item that is being written without taking a lock.
 // The identity fields (type, name, namespaceName, visibility, displayName, tooltip, description, unit,
-// representation, precision, parent, children, registerLength, selectorValueCount) are written during construction and reconnection only, while the worker is paused.
+// representation, precision, parent, children, registerLength, selectorValueCount) are written during construction and
+// reconnection only, while the worker is paused.
 //
 // Signals may be emitted from any thread; receivers on the GUI thread get them queued.
 #pragma once

@@ -5,10 +5,7 @@
 
 #include <QThread>
 
-UpdateNodemapWorker::UpdateNodemapWorker(NodeMapAccess* access)
-    : access(access)
-{
-}
+UpdateNodemapWorker::UpdateNodemapWorker(NodeMapAccess* access) : access(access) {}
 
 void UpdateNodemapWorker::Start()
 {

@@ -51,8 +51,8 @@ struct IconEntry
     unsigned folders;     // IconFolder bits
     GlyphSource source;
     const char* glyph;
-    int rotation;         // degrees clockwise, applied to the glyph
-    bool accent;          // a state icon: drawn in the accent colour in both skins
+    int rotation; // degrees clockwise, applied to the glyph
+    bool accent;  // a state icon: drawn in the accent colour in both skins
 };
 
 // Every name is shipped in every folder: several names appear at more than one size, and a missing
@@ -70,8 +70,8 @@ inline constexpr IconEntry kIcons[] = {
     {"camera_manager.png", FolderAll, GlyphSource::MaterialIcons, "video_library", 0, false},
     {"chart-bar.png", FolderAll, GlyphSource::MaterialDesignIcons, "chart-bar", 0, false},
     {"check-bold.png", FolderAll, GlyphSource::MaterialDesignIcons, "check", 0, true},
-    {"checkbox-multiple-outline.png", FolderAll, GlyphSource::MaterialDesignIcons,
-     "checkbox-multiple-marked-outline", 0, false},
+    {"checkbox-multiple-outline.png", FolderAll, GlyphSource::MaterialDesignIcons, "checkbox-multiple-marked-outline",
+     0, false},
     {"chili.png", FolderAll, GlyphSource::BootstrapIcons, "fire", 0, false},
     {"circle.png", FolderAll, GlyphSource::Drawn, "circle", 0, false},
     {"close.png", FolderAll, GlyphSource::MaterialDesignIcons, "close", 0, false},
@@ -150,14 +150,17 @@ inline constexpr std::size_t kIconCount = sizeof(kIcons) / sizeof(kIcons[0]);
 // The language flags under ":/resources/languages/<name>.png", 24 by 16 pixels.
 inline constexpr const char* kLanguageFlags[] = {
     "english", "spanish", "polish", "hungarian", "portuguese", "southkorean", "japanese", "myanmar",
-    "german", "french", "dutch", "czech", "chinese", "thai", "italian", "russian",
+    "german",  "french",  "dutch",  "czech",     "chinese",    "thai",        "italian",  "russian",
 };
 inline constexpr int kFlagWidth = 24;
 inline constexpr int kFlagHeight = 16;
 
 // Fonts under ":/resources/fonts/", registered at start-up in this order.
 inline constexpr const char* kFontFiles[] = {
-    "Roboto-Regular.ttf", "Roboto-Italic.ttf", "Roboto-Bold.ttf", "Roboto-BoldItalic.ttf",
+    "Roboto-Regular.ttf",
+    "Roboto-Italic.ttf",
+    "Roboto-Bold.ttf",
+    "Roboto-BoldItalic.ttf",
 };
 
 // The accent colour of both skins: state icons, the window icon and the logo mark.

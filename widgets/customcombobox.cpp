@@ -96,16 +96,16 @@ void CustomComboBox::UpdateStyleSheet()
 {
     using G = ApplicationGlobals;
     setFont(G::fontNormal);
-    setStyleSheet(QStringLiteral("QComboBox { color: %1; background-color: %2; border: 1px solid %3; padding: 2px 6px; %4 }"
-                                 "QComboBox:hover, QComboBox:focus { border-color: %5; }"
-                                 "QComboBox:disabled { color: %6; background-color: %7; }"
-                                 "QComboBox::drop-down { border: none; width: 18px; }"
-                                 "QComboBox QAbstractItemView { color: %1; background-color: %2; border: 1px solid %3;"
-                                 " selection-background-color: %5; outline: none; }")
-                      .arg(G::colorText.name(), G::colorInputBackground.name(), G::colorBorder.name(),
-                           Theme::FontCss(), G::colorAccent.name(), G::colorDisabledText.name(),
-                           G::colorDisabledBackground.name()) +
-                  Theme::ScrollBarCss());
+    setStyleSheet(
+        QStringLiteral("QComboBox { color: %1; background-color: %2; border: 1px solid %3; padding: 2px 6px; %4 }"
+                       "QComboBox:hover, QComboBox:focus { border-color: %5; }"
+                       "QComboBox:disabled { color: %6; background-color: %7; }"
+                       "QComboBox::drop-down { border: none; width: 18px; }"
+                       "QComboBox QAbstractItemView { color: %1; background-color: %2; border: 1px solid %3;"
+                       " selection-background-color: %5; outline: none; }")
+            .arg(G::colorText.name(), G::colorInputBackground.name(), G::colorBorder.name(), Theme::FontCss(),
+                 G::colorAccent.name(), G::colorDisabledText.name(), G::colorDisabledBackground.name()) +
+        Theme::ScrollBarCss());
 }
 
 void CustomComboBox::FadeIn()

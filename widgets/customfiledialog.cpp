@@ -18,15 +18,16 @@ void CustomFileDialog::UpdateStyleSheet()
 {
     using G = ApplicationGlobals;
     setFont(G::fontNormal);
-    setStyleSheet(QStringLiteral("QFileDialog#CustomFileDialog { background-color: %1; }"
-                                 "QLabel, QCheckBox { color: %2; background: transparent; }"
-                                 "QTreeView, QListView { color: %2; background-color: %3; border: 1px solid %4;"
-                                 " selection-background-color: %5; }"
-                                 "QHeaderView::section { color: %2; background-color: %6; border: none; padding: 3px; }")
-                      .arg(G::colorBackground.name(), G::colorText.name(), G::colorInputBackground.name(),
-                           G::colorBorder.name(), G::colorSelection.name(), G::colorBackgroundRaised.name()) +
-                  Theme::InputCss(QStringLiteral("QLineEdit")) + Theme::InputCss(QStringLiteral("QComboBox")) +
-                  Theme::ButtonCss() + Theme::ScrollBarCss());
+    setStyleSheet(
+        QStringLiteral("QFileDialog#CustomFileDialog { background-color: %1; }"
+                       "QLabel, QCheckBox { color: %2; background: transparent; }"
+                       "QTreeView, QListView { color: %2; background-color: %3; border: 1px solid %4;"
+                       " selection-background-color: %5; }"
+                       "QHeaderView::section { color: %2; background-color: %6; border: none; padding: 3px; }")
+            .arg(G::colorBackground.name(), G::colorText.name(), G::colorInputBackground.name(), G::colorBorder.name(),
+                 G::colorSelection.name(), G::colorBackgroundRaised.name()) +
+        Theme::InputCss(QStringLiteral("QLineEdit")) + Theme::InputCss(QStringLiteral("QComboBox")) +
+        Theme::ButtonCss() + Theme::ScrollBarCss());
 }
 
 void CustomFileDialog::OnButtonClose()

@@ -19,8 +19,7 @@ public:
                                    const QString& filter = QString());
     static QString GetSaveFileName(QWidget* parent, const QString& caption, const QString& directory = QString(),
                                    const QString& filter = QString(), const QString& defaultSuffix = QString());
-    static QString GetExistingDirectory(QWidget* parent, const QString& caption,
-                                        const QString& directory = QString());
+    static QString GetExistingDirectory(QWidget* parent, const QString& caption, const QString& directory = QString());
 
 public Q_SLOTS:
     void UpdateStyleSheet();

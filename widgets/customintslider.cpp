@@ -118,7 +118,8 @@ int64_t CustomIntSlider::ValueForPosition(int position, int64_t minimum, int64_t
     position = std::clamp(position, 0, count);
     u64 k = static_cast<u64>(position);
     if (steps != static_cast<u64>(count) && count > 0)
-        k = static_cast<u64>((static_cast<u128>(position) * steps + static_cast<u64>(count) / 2) / static_cast<u64>(count));
+        k = static_cast<u64>((static_cast<u128>(position) * steps + static_cast<u64>(count) / 2) /
+                             static_cast<u64>(count));
     k = std::min(k, steps);
     return FromOffset(minimum, k * static_cast<u64>(increment));
 }

@@ -27,7 +27,8 @@ void CustomRadio::OnButtonClicked()
 
 QSize CustomRadio::sizeHint() const
 {
-    return QSize(kRing + kGap + fontMetrics().horizontalAdvance(text()) + 2, std::max(kRing + 4, fontMetrics().height() + 4));
+    return QSize(kRing + kGap + fontMetrics().horizontalAdvance(text()) + 2,
+                 std::max(kRing + 4, fontMetrics().height() + 4));
 }
 
 bool CustomRadio::hitButton(const QPoint& pos) const

@@ -18,12 +18,13 @@ CustomScrollArea::CustomScrollArea(QWidget* parent) : QScrollArea(parent)
 void CustomScrollArea::UpdateStyleSheet()
 {
     // The viewport is the part that shows around and behind a smaller content widget.
-    setStyleSheet(QStringLiteral("QScrollArea#CustomScrollArea { background-color: %1; border: none; }"
-                                 "QScrollArea#CustomScrollArea > QWidget#qt_scrollarea_viewport { background-color: %1; }"
-                                 // setWidget() turns on the content's background fill; let the viewport show.
-                                 "QScrollArea#CustomScrollArea > QWidget#qt_scrollarea_viewport > QWidget"
-                                 " { background-color: transparent; }")
-                      .arg(ApplicationGlobals::colorBackground.name()));
+    setStyleSheet(
+        QStringLiteral("QScrollArea#CustomScrollArea { background-color: %1; border: none; }"
+                       "QScrollArea#CustomScrollArea > QWidget#qt_scrollarea_viewport { background-color: %1; }"
+                       // setWidget() turns on the content's background fill; let the viewport show.
+                       "QScrollArea#CustomScrollArea > QWidget#qt_scrollarea_viewport > QWidget"
+                       " { background-color: transparent; }")
+            .arg(ApplicationGlobals::colorBackground.name()));
     m_vertical->UpdateStyleSheet();
     m_horizontal->UpdateStyleSheet();
 }

@@ -147,5 +147,6 @@ void CustomSizeableEdit::paintEvent(QPaintEvent* event)
     QPainter p(this);
     p.setPen(QPen(m_hover ? ApplicationGlobals::colorAccent : TextColor(), 1, Qt::DashLine));
     p.drawRect(rect().adjusted(0, 0, -1, -1));
-    p.fillRect(QRect(width() - kGrip, height() - kGrip, kGrip, kGrip), m_hover ? ApplicationGlobals::colorAccent : TextColor());
+    p.fillRect(QRect(width() - kGrip, height() - kGrip, kGrip, kGrip),
+               m_hover ? ApplicationGlobals::colorAccent : TextColor());
 }

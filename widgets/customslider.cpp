@@ -76,9 +76,11 @@ void CustomSlider::paintEvent(QPaintEvent* event)
     const int trackHeight = 4;
     const int y = (height() - trackHeight) / 2;
     const int span = std::max(width() - kHandleWidth, 1);
-    const double f = maximum() > minimum() ? double(sliderPosition() - minimum()) / (double(maximum()) - minimum()) : 0.0;
+    const double f =
+        maximum() > minimum() ? double(sliderPosition() - minimum()) / (double(maximum()) - minimum()) : 0.0;
     const int handleX = static_cast<int>(f * span);
-    p.fillRect(QRect(kHandleWidth / 2, y, span, trackHeight), isEnabled() ? G::colorBackgroundRaised : G::colorDisabledBackground);
+    p.fillRect(QRect(kHandleWidth / 2, y, span, trackHeight),
+               isEnabled() ? G::colorBackgroundRaised : G::colorDisabledBackground);
     p.fillRect(QRect(kHandleWidth / 2, y, handleX, trackHeight), isEnabled() ? G::colorAccent : G::colorDisabledText);
     const QColor handle = !isEnabled() ? G::colorDisabledText : (isSliderDown() ? G::colorAccentPressed : G::colorText);
     p.fillRect(QRect(handleX, 2, kHandleWidth, height() - 4), handle);

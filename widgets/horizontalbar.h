@@ -17,7 +17,11 @@ public:
     // Clamped to 0..1; non-finite values count as 0.
     void SetFraction(double fraction);
     double Fraction() const { return m_fraction; }
-    void SetWarningThreshold(double threshold) { m_threshold = threshold; update(); }
+    void SetWarningThreshold(double threshold)
+    {
+        m_threshold = threshold;
+        update();
+    }
     void SetText(const QString& text);
     QColor BarColor() const;
     QSize sizeHint() const override;

@@ -9,8 +9,7 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
-InfoDialog::InfoDialog(QWidget* parent, const QString& title, const QString& text, int hideAfterMs)
-    : QDialog(parent)
+InfoDialog::InfoDialog(QWidget* parent, const QString& title, const QString& text, int hideAfterMs) : QDialog(parent)
 {
     setWindowTitle(title);
     setModal(true);

@@ -103,8 +103,8 @@ Result RunOurs(const std::shared_ptr<Interface>& iface, int packetSize)
     remote->FindNode<IntegerNode>("Height")->SetValue(2048);
     remote->FindNode<EnumerationNode>("PixelFormat")->SetCurrentEntryBySymbolicValue("Mono8");
     // Aravis adds ArvGevSCPSPacketSize to GigE devices whose XML lacks the standard node (its fake camera).
-    remote->FindNode<IntegerNode>(remote->GetHasNode("GevSCPSPacketSize") ? "GevSCPSPacketSize"
-                                                                          : "ArvGevSCPSPacketSize")
+    remote
+        ->FindNode<IntegerNode>(remote->GetHasNode("GevSCPSPacketSize") ? "GevSCPSPacketSize" : "ArvGevSCPSPacketSize")
         ->SetValue(packetSize);
     if (remote->GetHasNode("AcquisitionFrameRate"))
     {
@@ -167,8 +167,8 @@ Result RunOurs(const std::shared_ptr<Interface>& iface, int packetSize)
 double RunBaseline(int packetSize)
 {
     const std::string output = "/tmp/lumivue-bench-arv-camera-test.txt";
-    pid_t pid = Spawn({"/usr/bin/arv-camera-test-0.8", "-n", std::string("Aravis-Fake-") + kSerial, "-w", "2048",
-                       "-h", "2048", "-i", std::to_string(packetSize), "-f", "1000"},
+    pid_t pid = Spawn({"/usr/bin/arv-camera-test-0.8", "-n", std::string("Aravis-Fake-") + kSerial, "-w", "2048", "-h",
+                       "2048", "-i", std::to_string(packetSize), "-f", "1000"},
                       output);
     if (pid <= 0)
         return 0;

@@ -97,8 +97,8 @@ int main()
         }
         const double oursUs = ours / kRounds * 1e6;
         const double baselineUs = baseline / kRounds * 1e6;
-        std::fprintf(stderr, "node_read_all: %zu nodes per walk, best of %d runs of %d walks\n", nodes.size(),
-                     kRepeats, kRounds);
+        std::fprintf(stderr, "node_read_all: %zu nodes per walk, best of %d runs of %d walks\n", nodes.size(), kRepeats,
+                     kRounds);
         std::printf("BENCH node_read_all ours=%.1f baseline=%.1f ratio=%.3f unit=us_per_walk\n", oursUs, baselineUs,
                     baselineUs / oursUs);
     }

@@ -23,8 +23,8 @@ constexpr int kFeatures = 5000;
 
 std::shared_ptr<NodeMap> SharedMap()
 {
-    static std::shared_ptr<NodeMap> map = detail::CreateLocalNodeMap(nodetree_test::GeneratedBank(kFeatures),
-                                                                     nodetree_test::GeneratedXml(kFeatures));
+    static std::shared_ptr<NodeMap> map =
+        detail::CreateLocalNodeMap(nodetree_test::GeneratedBank(kFeatures), nodetree_test::GeneratedXml(kFeatures));
     return map;
 }
 

@@ -17,7 +17,8 @@ namespace {
 
 using namespace orna::core::sim;
 
-SimImageSettings Settings() {
+SimImageSettings Settings()
+{
     SimImageSettings s;
     s.pixelFormat = pfnc::BayerRG8;
     s.width = 1920;
@@ -25,15 +26,18 @@ SimImageSettings Settings() {
     return s;
 }
 
-void BM_Generate(benchmark::State& state) {
+void BM_Generate(benchmark::State& state)
+{
     SimFrameGenerator generator;
-    if (!generator.Configure(Settings())) {
+    if (!generator.Configure(Settings()))
+    {
         state.SkipWithError("generator rejected the settings");
         return;
     }
     std::vector<uint8_t> frame(generator.ImageSize());
     uint64_t index = 0;
-    for (auto _ : state) {
+    for (auto _ : state)
+    {
         generator.Generate(index++, frame.data());
         benchmark::DoNotOptimize(frame.data());
         benchmark::ClobberMemory();
@@ -41,10 +45,12 @@ void BM_Generate(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations());
 }
 
-void BM_Memcpy(benchmark::State& state) {
+void BM_Memcpy(benchmark::State& state)
+{
     const size_t bytes = size_t(1920) * 1200;
     std::vector<uint8_t> src(bytes, 0x5A), dst(bytes);
-    for (auto _ : state) {
+    for (auto _ : state)
+    {
         std::memcpy(dst.data(), src.data(), bytes);
         benchmark::DoNotOptimize(dst.data());
         benchmark::ClobberMemory();
@@ -56,37 +62,46 @@ BENCHMARK(BM_Generate)->Unit(benchmark::kMillisecond)->MinTime(1.0);
 BENCHMARK(BM_Memcpy)->Unit(benchmark::kMillisecond)->MinTime(1.0);
 
 // Collects frames per second of each run instead of printing the library's table.
-class Collector : public benchmark::BenchmarkReporter {
+class Collector : public benchmark::BenchmarkReporter
+{
 public:
     std::map<std::string, double> fps;
     bool ReportContext(const Context&) override { return true; }
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& r : runs) {
-            if (r.iterations > 0 && r.real_accumulated_time > 0) {
+    void ReportRuns(const std::vector<Run>& runs) override
+    {
+        for (const Run& r : runs)
+        {
+            if (r.iterations > 0 && r.real_accumulated_time > 0)
+            {
                 fps[r.benchmark_name()] = double(r.iterations) / r.real_accumulated_time;
             }
         }
     }
 };
 
-}  // namespace
+} // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv)
+{
     benchmark::Initialize(&argc, argv);
     Collector collector;
     benchmark::RunSpecifiedBenchmarks(&collector);
     auto result = [&](const std::string& prefix) {
-        for (const auto& [name, v] : collector.fps) {
-            if (name.rfind(prefix, 0) == 0) {
+        for (const auto& [name, v] : collector.fps)
+        {
+            if (name.rfind(prefix, 0) == 0)
+            {
                 return v;
             }
         }
         return 0.0;
     };
     const double ours = result("BM_Generate"), baseline = result("BM_Memcpy");
-    if (ours <= 0 || baseline <= 0) {
+    if (ours <= 0 || baseline <= 0)
+    {
         std::fprintf(stderr, "bench_sim: missing results (%zu runs)\n", collector.fps.size());
-        for (const auto& [name, v] : collector.fps) {
+        for (const auto& [name, v] : collector.fps)
+        {
             std::fprintf(stderr, "  %s = %f\n", name.c_str(), v);
         }
         return 1;

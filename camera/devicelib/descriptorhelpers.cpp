@@ -103,9 +103,10 @@ DeviceAccessStatus GetDeviceAccessStatus(std::shared_ptr<DeviceDescriptor> descr
     }
     catch (const std::exception& e)
     {
-        LogMessageSender::Error(QStringLiteral("-"),
-                                QStringLiteral("DeviceAccessStatus helper::GetDeviceAccessStatus(std::shared_ptr<DeviceDescriptor>)"),
-                                QString::fromUtf8(e.what()));
+        LogMessageSender::Error(
+            QStringLiteral("-"),
+            QStringLiteral("DeviceAccessStatus helper::GetDeviceAccessStatus(std::shared_ptr<DeviceDescriptor>)"),
+            QString::fromUtf8(e.what()));
     }
     return DeviceAccessStatus::Unknown;
 }

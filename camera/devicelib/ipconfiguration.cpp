@@ -187,8 +187,8 @@ bool GetNetworkConfiguration(const std::shared_ptr<DeviceDescriptor>& descriptor
     return false;
 }
 
-bool SetNetworkConfiguration(const std::shared_ptr<DeviceDescriptor>& descriptor, int64_t ipAddress,
-                             int64_t subnetMask, Configuration configuration)
+bool SetNetworkConfiguration(const std::shared_ptr<DeviceDescriptor>& descriptor, int64_t ipAddress, int64_t subnetMask,
+                             Configuration configuration)
 {
     static const char* kSignature = "bool camera::ip::SetNetworkConfiguration(const "
                                     "std::shared_ptr<orna::core::DeviceDescriptor> &, int64_t, int64_t, "

@@ -151,8 +151,7 @@ void DoubleSlider::SetFeature(FeatureInterface* feature)
     m_connections << connect(typed, &DoubleFeatureInterface::DoubleRangeChanged, this, &DoubleSlider::UpdateRange);
     m_connections << connect(typed, &FeatureInterface::WriteableChanged, this, &QWidget::setEnabled);
     m_connections << connect(typed, &QObject::destroyed, this, [this] { SetFeature(nullptr); });
-    m_valueConnection =
-        connect(typed, &DoubleFeatureInterface::DoubleValueChanged, this, &DoubleSlider::UpdateValue);
+    m_valueConnection = connect(typed, &DoubleFeatureInterface::DoubleValueChanged, this, &DoubleSlider::UpdateValue);
     ConnectWrites();
 }
 

@@ -92,9 +92,9 @@ void DataStream::BuildNodeMap()
         };
     };
     const std::string id = m_id;
-    xml.Category("StreamInformation", {"StreamID", "StreamType", "StreamAnnouncedBufferCount",
-                                       "StreamAnnounceBufferMinimum", "StreamInputBufferCount",
-                                       "StreamOutputBufferCount", "StreamIsGrabbing", "StreamBufferHandlingMode"});
+    xml.Category("StreamInformation",
+                 {"StreamID", "StreamType", "StreamAnnouncedBufferCount", "StreamAnnounceBufferMinimum",
+                  "StreamInputBufferCount", "StreamOutputBufferCount", "StreamIsGrabbing", "StreamBufferHandlingMode"});
     xml.Category("StreamStatistics", {"StreamDeliveredFrameCount", "StreamIncompleteFrameCount",
                                       "StreamDroppedFrameCount", "StreamLostFrameCount"});
     xml.String("StreamID", [id] { return id; });
@@ -286,8 +286,8 @@ void DataStream::OnDeviceLost()
 
 std::shared_ptr<Buffer> DataStream::WaitForFinishedBuffer(uint64_t timeoutMs)
 {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(
-                                                                 timeoutMs == kInfinite ? 0 : int64_t(timeoutMs));
+    const auto deadline =
+        std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs == kInfinite ? 0 : int64_t(timeoutMs));
     std::unique_lock<std::mutex> lock(m_mutex);
     const uint64_t kills = m_kills;
     for (;;)

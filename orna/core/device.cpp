@@ -184,8 +184,7 @@ RemoteDevice::RemoteDevice(std::shared_ptr<NodeMap> map, std::shared_ptr<Port> p
 
 Device::Device(std::weak_ptr<DeviceDescriptor> descriptor, std::weak_ptr<Interface> parent,
                std::shared_ptr<detail::DeviceBackend> backend, DeviceAccessType access)
-    : m_descriptor(std::move(descriptor)), m_parent(std::move(parent)), m_backend(std::move(backend)),
-      m_access(access)
+    : m_descriptor(std::move(descriptor)), m_parent(std::move(parent)), m_backend(std::move(backend)), m_access(access)
 {
     auto d = m_descriptor.lock();
     if (!d)
@@ -205,8 +204,8 @@ Device::~Device()
 
 void Device::Initialize()
 {
-    m_remote = std::make_shared<RemoteDevice>(m_backend->RemoteNodeMap(),
-                                              std::make_shared<Port>(m_backend->RemotePort()));
+    m_remote =
+        std::make_shared<RemoteDevice>(m_backend->RemoteNodeMap(), std::make_shared<Port>(m_backend->RemotePort()));
     std::weak_ptr<Device> weak = weak_from_this();
     m_backend->SetConnectionLostHandler([weak] {
         if (auto self = weak.lock())
@@ -233,10 +232,9 @@ void Device::Initialize()
         return descriptor ? int64_t(descriptor->GetAccessStatus()) : 0;
     };
     auto streamIndex = std::make_shared<std::atomic<int64_t>>(0);
-    std::vector<std::string> features{"DeviceID",        "DeviceVendorName", "DeviceModelName",
-                                      "DeviceSerialNumber", "DeviceVersion",  "DeviceUserID",
-                                      "DeviceTLType",    "DeviceAccessStatus", "StreamSelector",
-                                      "StreamID"};
+    std::vector<std::string> features{"DeviceID",       "DeviceVendorName", "DeviceModelName", "DeviceSerialNumber",
+                                      "DeviceVersion",  "DeviceUserID",     "DeviceTLType",    "DeviceAccessStatus",
+                                      "StreamSelector", "StreamID"};
     if (info.tlType == "GEV")
         features.insert(features.end(), {"GevDeviceIPAddress", "GevDeviceSubnetMask", "GevDeviceMACAddress"});
     xml.Category("DeviceInformation", features);
@@ -272,9 +270,12 @@ void Device::Initialize()
     });
     if (info.tlType == "GEV")
     {
-        xml.Integer("GevDeviceIPAddress", [info] { return int64_t(info.ipAddress); }, {}, "IPV4Address");
-        xml.Integer("GevDeviceSubnetMask", [info] { return int64_t(info.subnetMask); }, {}, "IPV4Address");
-        xml.Integer("GevDeviceMACAddress", [info] { return int64_t(info.macAddress); }, {}, "MACAddress");
+        xml.Integer(
+            "GevDeviceIPAddress", [info] { return int64_t(info.ipAddress); }, {}, "IPV4Address");
+        xml.Integer(
+            "GevDeviceSubnetMask", [info] { return int64_t(info.subnetMask); }, {}, "IPV4Address");
+        xml.Integer(
+            "GevDeviceMACAddress", [info] { return int64_t(info.macAddress); }, {}, "MACAddress");
     }
     const std::string text = xml.Finish({"DeviceInformation"});
     SetNodeMaps({detail::CreateLocalNodeMap(bank, text)});

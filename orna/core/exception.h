@@ -42,11 +42,11 @@ public:
     explicit Exception(const std::string& message) : std::runtime_error(message) {}
 };
 
-#define ORNA_CORE_EXCEPTION(Name)                                                                            \
-    class Name : public Exception                                                                            \
-    {                                                                                                        \
-    public:                                                                                                  \
-        explicit Name(const std::string& message) : Exception(message) {}                                    \
+#define ORNA_CORE_EXCEPTION(Name)                                                                                      \
+    class Name : public Exception                                                                                      \
+    {                                                                                                                  \
+    public:                                                                                                            \
+        explicit Name(const std::string& message) : Exception(message) {}                                              \
     }
 
 ORNA_CORE_EXCEPTION(InternalErrorException);

@@ -138,18 +138,21 @@ void Interface::BuildNodeMap()
                                                "GevDeviceSubnetMask",
                                                "GevDeviceMACAddress",
                                                "GevDeviceIPConfigurationStatus"};
-    xml.Category("InterfaceInformation", {"InterfaceID", "InterfaceType", "InterfaceDisplayName",
-                                          "GevInterfaceSubnetIPAddress", "GevInterfaceSubnetMask",
-                                          "GevInterfaceMACAddress"});
+    xml.Category("InterfaceInformation",
+                 {"InterfaceID", "InterfaceType", "InterfaceDisplayName", "GevInterfaceSubnetIPAddress",
+                  "GevInterfaceSubnetMask", "GevInterfaceMACAddress"});
     std::vector<std::string> enumeration{"DeviceUpdateList", "DeviceSelector"};
     enumeration.insert(enumeration.end(), deviceNodes.begin(), deviceNodes.end());
     xml.Category("DeviceEnumeration", enumeration);
     xml.String("InterfaceID", [info] { return info().id; });
     xml.String("InterfaceType", [info] { return info().tlType; });
     xml.String("InterfaceDisplayName", [info] { return info().displayName; });
-    xml.Integer("GevInterfaceSubnetIPAddress", [info] { return int64_t(info().ipAddress); }, {}, "IPV4Address");
-    xml.Integer("GevInterfaceSubnetMask", [info] { return int64_t(info().subnetMask); }, {}, "IPV4Address");
-    xml.Integer("GevInterfaceMACAddress", [info] { return int64_t(info().macAddress); }, {}, "MACAddress");
+    xml.Integer(
+        "GevInterfaceSubnetIPAddress", [info] { return int64_t(info().ipAddress); }, {}, "IPV4Address");
+    xml.Integer(
+        "GevInterfaceSubnetMask", [info] { return int64_t(info().subnetMask); }, {}, "IPV4Address");
+    xml.Integer(
+        "GevInterfaceMACAddress", [info] { return int64_t(info().macAddress); }, {}, "MACAddress");
     xml.Command("DeviceUpdateList", [weak] {
         if (auto self = weak.lock())
             self->UpdateDevices(1000);
@@ -193,9 +196,12 @@ void Interface::BuildNodeMap()
                      {"OpenReadOnly", 6}},
                     selectedStatus);
     xml.String("DeviceUserID", [selected] { return selected().userDefinedName; });
-    xml.Integer("GevDeviceIPAddress", [selected] { return int64_t(selected().ipAddress); }, {}, "IPV4Address");
-    xml.Integer("GevDeviceSubnetMask", [selected] { return int64_t(selected().subnetMask); }, {}, "IPV4Address");
-    xml.Integer("GevDeviceMACAddress", [selected] { return int64_t(selected().macAddress); }, {}, "MACAddress");
+    xml.Integer(
+        "GevDeviceIPAddress", [selected] { return int64_t(selected().ipAddress); }, {}, "IPV4Address");
+    xml.Integer(
+        "GevDeviceSubnetMask", [selected] { return int64_t(selected().subnetMask); }, {}, "IPV4Address");
+    xml.Integer(
+        "GevDeviceMACAddress", [selected] { return int64_t(selected().macAddress); }, {}, "MACAddress");
     xml.Enumeration("GevDeviceIPConfigurationStatus",
                     {{"None", 0}, {"PersistentIP", 1}, {"DHCP", 2}, {"LLA", 3}, {"ForceIP", 4}},
                     [selected] { return selected().ipConfigurationStatus; });
@@ -228,8 +234,8 @@ bool Interface::UpdateDevices(uint64_t timeoutMs)
         std::vector<std::shared_ptr<DeviceDescriptor>> next;
         for (const auto& info : listed)
         {
-            auto it = std::find_if(m_devices.begin(), m_devices.end(),
-                                   [&](const auto& d) { return d->GetID() == info.id; });
+            auto it =
+                std::find_if(m_devices.begin(), m_devices.end(), [&](const auto& d) { return d->GetID() == info.id; });
             if (it != m_devices.end())
             {
                 if ((*it)->Info() != info)
@@ -252,7 +258,8 @@ bool Interface::UpdateDevices(uint64_t timeoutMs)
     }
     for (const auto& descriptor : changed)
     {
-        auto it = std::find_if(listed.begin(), listed.end(), [&](const auto& i) { return i.id == descriptor->GetID(); });
+        auto it =
+            std::find_if(listed.begin(), listed.end(), [&](const auto& i) { return i.id == descriptor->GetID(); });
         descriptor->UpdateInfo(*it);
     }
     for (const auto& descriptor : lost)
@@ -285,16 +292,16 @@ std::shared_ptr<DeviceDescriptor> Interface::FindDevice(const std::string& id) c
     return nullptr;
 }
 
-#define ORNA_CALLBACK_PAIR(Name, list, Type)                                                                 \
-    CallbackHandle Interface::Register##Name##Callback(Type callback)                                        \
-    {                                                                                                        \
-        RequireNotNull(callback, nullptr_text::Pointer);                                                     \
-        return list.Add(std::move(callback));                                                                \
-    }                                                                                                        \
-    void Interface::Unregister##Name##Callback(CallbackHandle handle)                                        \
-    {                                                                                                        \
-        if (!list.Remove(handle))                                                                            \
-            Raise(ReturnCode::NotFound, "No such callback");                                                 \
+#define ORNA_CALLBACK_PAIR(Name, list, Type)                                                                           \
+    CallbackHandle Interface::Register##Name##Callback(Type callback)                                                  \
+    {                                                                                                                  \
+        RequireNotNull(callback, nullptr_text::Pointer);                                                               \
+        return list.Add(std::move(callback));                                                                          \
+    }                                                                                                                  \
+    void Interface::Unregister##Name##Callback(CallbackHandle handle)                                                  \
+    {                                                                                                                  \
+        if (!list.Remove(handle))                                                                                      \
+            Raise(ReturnCode::NotFound, "No such callback");                                                           \
     }
 
 ORNA_CALLBACK_PAIR(DeviceFound, m_found, DeviceCallback)

@@ -333,8 +333,8 @@ std::string ReadText(const NodeMap& map, const char* name)
 bool Storable(const std::shared_ptr<nodes::Node>& node)
 {
     const auto type = node->GetType();
-    if (type == nodes::NodeType::Category || type == nodes::NodeType::Command ||
-        type == nodes::NodeType::Port || type == nodes::NodeType::Unknown)
+    if (type == nodes::NodeType::Category || type == nodes::NodeType::Command || type == nodes::NodeType::Port ||
+        type == nodes::NodeType::Unknown)
         return false;
     return node->GetIsStreamable() && node->GetAccessStatus() == nodes::NodeAccessStatus::ReadWrite;
 }
@@ -394,8 +394,8 @@ void NodeMap::StoreToFile(const std::string& path) const
     }
 
     std::ostringstream out;
-    out << "# orna::core persistence file (version " << Library::kVersionMajor << "." << Library::kVersionMinor
-        << "." << Library::kVersionSubminor << ")\n";
+    out << "# orna::core persistence file (version " << Library::kVersionMajor << "." << Library::kVersionMinor << "."
+        << Library::kVersionSubminor << ")\n";
     out << "# Device = " << ReadText(*this, "DeviceVendorName") << "::" << ReadText(*this, "DeviceModelName")
         << " -- node map settings\n";
     out << "# Device version = " << ReadText(*this, "DeviceVersion") << "\n";

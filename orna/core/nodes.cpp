@@ -59,8 +59,8 @@ std::vector<uint8_t> ParseHexBytes(const std::string& text)
 
 } // namespace
 
-#define ORNA_NODE_LOCK                                                                                       \
-    auto map = Map();                                                                                        \
+#define ORNA_NODE_LOCK                                                                                                 \
+    auto map = Map();                                                                                                  \
     std::lock_guard<std::recursive_mutex> nodeLock(map->mutex)
 
 // --- Node
@@ -96,8 +96,7 @@ std::string Node::GetDisplayName() const
 std::string Node::GetNamespace() const
 {
     ORNA_NODE_LOCK;
-    return arv_gc_feature_node_get_name_space(Feature(Handle())) == ARV_GC_NAME_SPACE_STANDARD ? "Standard"
-                                                                                               : "Custom";
+    return arv_gc_feature_node_get_name_space(Feature(Handle())) == ARV_GC_NAME_SPACE_STANDARD ? "Standard" : "Custom";
 }
 
 std::string Node::GetDescription() const
@@ -632,8 +631,7 @@ void CommandNode::WaitUntilDone(uint64_t timeoutMs)
     while (!GetIsDone())
     {
         if (std::chrono::steady_clock::now() >= deadline)
-            Raise(ReturnCode::Timeout,
-                  m_ref.name + " was not done within " + std::to_string(timeoutMs) + " ms");
+            Raise(ReturnCode::Timeout, m_ref.name + " was not done within " + std::to_string(timeoutMs) + " ms");
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
 }

@@ -42,20 +42,34 @@ extern "C" const char* inference_status_text(inference_status status)
 {
     switch (status)
     {
-    case INFERENCE_STATUS_SUCCESS: return "Success";
-    case INFERENCE_STATUS_ERROR: return "Error";
-    case INFERENCE_STATUS_NOT_INITIALIZED: return "Not initialized";
-    case INFERENCE_STATUS_NOT_IMPLEMENTED: return "Not implemented";
-    case INFERENCE_STATUS_ACCESS_DENIED: return "Access denied";
-    case INFERENCE_STATUS_INVALID_HANDLE: return "Invalid handle";
-    case INFERENCE_STATUS_INVALID_PARAMETER: return "Invalid parameter";
-    case INFERENCE_STATUS_OUT_OF_RANGE: return "Out of range";
-    case INFERENCE_STATUS_BUFFER_TOO_SMALL: return "Buffer too small";
-    case INFERENCE_STATUS_QUEUE_FULL: return "Queue full";
-    case INFERENCE_STATUS_NO_ENGINE: return "No engine";
-    case INFERENCE_STATUS_FILE_NOT_FOUND: return "File not found";
-    case INFERENCE_STATUS_CANCELED: return "Canceled";
-    default: return "Unknown";
+    case INFERENCE_STATUS_SUCCESS:
+        return "Success";
+    case INFERENCE_STATUS_ERROR:
+        return "Error";
+    case INFERENCE_STATUS_NOT_INITIALIZED:
+        return "Not initialized";
+    case INFERENCE_STATUS_NOT_IMPLEMENTED:
+        return "Not implemented";
+    case INFERENCE_STATUS_ACCESS_DENIED:
+        return "Access denied";
+    case INFERENCE_STATUS_INVALID_HANDLE:
+        return "Invalid handle";
+    case INFERENCE_STATUS_INVALID_PARAMETER:
+        return "Invalid parameter";
+    case INFERENCE_STATUS_OUT_OF_RANGE:
+        return "Out of range";
+    case INFERENCE_STATUS_BUFFER_TOO_SMALL:
+        return "Buffer too small";
+    case INFERENCE_STATUS_QUEUE_FULL:
+        return "Queue full";
+    case INFERENCE_STATUS_NO_ENGINE:
+        return "No engine";
+    case INFERENCE_STATUS_FILE_NOT_FOUND:
+        return "File not found";
+    case INFERENCE_STATUS_CANCELED:
+        return "Canceled";
+    default:
+        return "Unknown";
     }
 }
 

@@ -94,14 +94,14 @@ void AviFile::Begin(const Format& format)
     b.U32(FourCC("LIST")), b.U32(hdrlSize), b.U32(FourCC("hdrl"));
     b.U32(FourCC("avih")), b.U32(kAvihSize);
     avihOffset_ = b.Size();
-    b.U32(40000);               // dwMicroSecPerFrame (patched)
-    b.U32(0);                   // dwMaxBytesPerSec (patched)
-    b.U32(0);                   // dwPaddingGranularity
-    b.U32(AVIF_HASINDEX);       // dwFlags
-    b.U32(0);                   // dwTotalFrames of the first segment (patched)
-    b.U32(0);                   // dwInitialFrames
-    b.U32(1);                   // dwStreams
-    b.U32(imageSize);           // dwSuggestedBufferSize (patched)
+    b.U32(40000);         // dwMicroSecPerFrame (patched)
+    b.U32(0);             // dwMaxBytesPerSec (patched)
+    b.U32(0);             // dwPaddingGranularity
+    b.U32(AVIF_HASINDEX); // dwFlags
+    b.U32(0);             // dwTotalFrames of the first segment (patched)
+    b.U32(0);             // dwInitialFrames
+    b.U32(1);             // dwStreams
+    b.U32(imageSize);     // dwSuggestedBufferSize (patched)
     b.U32(format.width), b.U32(format.height);
     b.Zeros(16);
     b.U32(FourCC("LIST")), b.U32(strlSize), b.U32(FourCC("strl"));
@@ -109,20 +109,20 @@ void AviFile::Begin(const Format& format)
     strhOffset_ = b.Size();
     b.U32(FourCC("vids"));
     b.U32(format.mjpeg ? FourCC("MJPG") : 0);
-    b.U32(0);                   // dwFlags
-    b.U16(0), b.U16(0);         // wPriority, wLanguage
-    b.U32(0);                   // dwInitialFrames
-    b.U32(1000), b.U32(25000);  // dwScale, dwRate (patched)
-    b.U32(0);                   // dwStart
-    b.U32(0);                   // dwLength (patched)
-    b.U32(imageSize);           // dwSuggestedBufferSize (patched)
-    b.U32(0xFFFFFFFF);          // dwQuality: default
-    b.U32(0);                   // dwSampleSize
+    b.U32(0);                  // dwFlags
+    b.U16(0), b.U16(0);        // wPriority, wLanguage
+    b.U32(0);                  // dwInitialFrames
+    b.U32(1000), b.U32(25000); // dwScale, dwRate (patched)
+    b.U32(0);                  // dwStart
+    b.U32(0);                  // dwLength (patched)
+    b.U32(imageSize);          // dwSuggestedBufferSize (patched)
+    b.U32(0xFFFFFFFF);         // dwQuality: default
+    b.U32(0);                  // dwSampleSize
     b.U16(0), b.U16(0), b.U16(uint16_t(format.width)), b.U16(uint16_t(format.height));
     b.U32(FourCC("strf")), b.U32(strfSize);
     b.U32(40);
     b.U32(format.width);
-    b.U32(format.height);       // positive: bottom-up rows for the DIB
+    b.U32(format.height); // positive: bottom-up rows for the DIB
     b.U16(1);
     b.U16(bitCount);
     b.U32(format.mjpeg ? FourCC("MJPG") : 0);
@@ -134,8 +134,8 @@ void AviFile::Begin(const Format& format)
             b.U8(uint8_t(i)), b.U8(uint8_t(i)), b.U8(uint8_t(i)), b.U8(0);
     b.U32(FourCC("indx")), b.U32(indxSize);
     indxOffset_ = b.Size();
-    b.U16(4), b.U8(0), b.U8(0);  // wLongsPerEntry, bIndexSubType, bIndexType = index of indexes
-    b.U32(0);                    // nEntriesInUse (patched)
+    b.U16(4), b.U8(0), b.U8(0); // wLongsPerEntry, bIndexSubType, bIndexType = index of indexes
+    b.U32(0);                   // nEntriesInUse (patched)
     b.U32(chunkId_);
     b.Zeros(12);
     b.Zeros(16 * kSuperIndexEntries);
@@ -175,7 +175,7 @@ void AviFile::EndSegment()
     ix.U16(2), ix.U8(0), ix.U8(1); // wLongsPerEntry, bIndexSubType, bIndexType = index of chunks
     ix.U32(n);
     ix.U32(chunkId_);
-    ix.U64(moviStart_);             // qwBaseOffset
+    ix.U64(moviStart_); // qwBaseOffset
     ix.U32(0);
     for (const Entry& e : entries_)
         ix.U32(e.offset), ix.U32(e.size); // all frames are key frames: bit 31 clear
@@ -183,7 +183,8 @@ void AviFile::EndSegment()
     Write(ix.v.data(), ix.Size());
     Put32At(moviStart_ + 4, static_cast<uint32_t>(position_ - moviStart_ - 8));
 
-    if (riffStart_ == 0) {
+    if (riffStart_ == 0)
+    {
         Bytes idx;
         idx.U32(FourCC("idx1")), idx.U32(16 * static_cast<uint32_t>(idx1_.size()));
         for (const Entry& e : idx1_)
@@ -203,9 +204,10 @@ void AviFile::WriteFrame(const uint8_t* data, size_t size)
     const uint64_t chunk = 8 + size + (size & 1);
     // What this segment would hold with the frame: its data, the standard index, and in the first
     // segment the legacy index too.
-    const uint64_t indexes = kIndexHeader + 8 + 8 * (entries_.size() + 1) +
-                             (riffStart_ == 0 ? 8 + 16 * (idx1_.size() + 1) : 0);
-    if (!entries_.empty() && position_ + chunk + indexes - riffStart_ > maxSegmentSize_) {
+    const uint64_t indexes =
+        kIndexHeader + 8 + 8 * (entries_.size() + 1) + (riffStart_ == 0 ? 8 + 16 * (idx1_.size() + 1) : 0);
+    if (!entries_.empty() && position_ + chunk + indexes - riffStart_ > maxSegmentSize_)
+    {
         EndSegment();
         BeginSegment();
     }
@@ -213,7 +215,8 @@ void AviFile::WriteFrame(const uint8_t* data, size_t size)
     const uint64_t chunkStart = position_;
     Write(header, sizeof(header));
     Write(data, size);
-    if (size & 1) {
+    if (size & 1)
+    {
         const uint8_t pad = 0;
         Write(&pad, 1);
     }
@@ -236,7 +239,8 @@ void AviFile::Finish(double fps)
     Put32At(avihOffset_, static_cast<uint32_t>(std::lround(1e6 / fps)));
     Put32At(avihOffset_ + 4, static_cast<uint32_t>(std::min(4294967295.0, largestChunk_ * fps)));
     Put32At(avihOffset_ + 16, firstSegmentFrames_);
-    if (largestChunk_) {
+    if (largestChunk_)
+    {
         Put32At(avihOffset_ + 28, largestChunk_ + 8);
         Put32At(strhOffset_ + 36, largestChunk_ + 8);
     }

@@ -23,8 +23,8 @@ public:
     {
         uint32_t width = 0;
         uint32_t height = 0;
-        bool mjpeg = true;  // else uncompressed bottom-up DIB
-        bool grey = false;  // 8-bit with a grey palette (raw) or grey JPEG (mjpeg)
+        bool mjpeg = true; // else uncompressed bottom-up DIB
+        bool grey = false; // 8-bit with a grey palette (raw) or grey JPEG (mjpeg)
     };
 
     AviFile() = default;
@@ -73,8 +73,8 @@ private:
     // Offsets of the fields patched at the end.
     uint64_t avihOffset_ = 0, strhOffset_ = 0, indxOffset_ = 0, dmlhOffset_ = 0;
     uint64_t riffStart_ = 0, moviStart_ = 0;
-    std::vector<Entry> entries_;   // this segment
-    std::vector<Entry> idx1_;      // first segment, relative to its 'movi' fourcc
+    std::vector<Entry> entries_; // this segment
+    std::vector<Entry> idx1_;    // first segment, relative to its 'movi' fourcc
     std::vector<SuperEntry> superIndex_;
     uint64_t totalFrames_ = 0;
     uint32_t firstSegmentFrames_ = 0;

@@ -14,8 +14,8 @@ inline uint8_t Avg(uint8_t a, uint8_t b)
 }
 
 // One pixel with mirrored neighbours; used for the borders and as the reference of the vector path.
-inline void Pixel(const uint8_t* above, const uint8_t* row, const uint8_t* below, uint8_t* out, uint32_t w,
-                  uint32_t x, bool redRow, bool colourAtEven, bool rgbOrder)
+inline void Pixel(const uint8_t* above, const uint8_t* row, const uint8_t* below, uint8_t* out, uint32_t w, uint32_t x,
+                  bool redRow, bool colourAtEven, bool rgbOrder)
 {
     const uint32_t l = x == 0 ? 1 : x - 1;
     const uint32_t r = x + 1 == w ? w - 2 : x + 1;
@@ -26,11 +26,14 @@ inline void Pixel(const uint8_t* above, const uint8_t* row, const uint8_t* below
     const uint8_t cross = Avg(vert, horiz);
     const bool colour = ((x & 1) == 0) == colourAtEven;
     uint8_t red, green, blue;
-    if (colour) {
+    if (colour)
+    {
         green = cross;
         red = redRow ? c : diag;
         blue = redRow ? diag : c;
-    } else {
+    }
+    else
+    {
         green = c;
         red = redRow ? horiz : vert;
         blue = redRow ? vert : horiz;
@@ -65,7 +68,7 @@ __attribute__((target("avx2"))) inline void Block(const uint8_t* above, const ui
                                          _mm256_avg_epu8(Load(below + x - 1), Load(below + x + 1)));
     const __m256i cross = _mm256_avg_epu8(vert, horiz);
     const __m256i green = _mm256_blendv_epi8(c, cross, colourMask);
-    const __m256i own = _mm256_blendv_epi8(horiz, c, colourMask);    // the colour of this row
+    const __m256i own = _mm256_blendv_epi8(horiz, c, colourMask);     // the colour of this row
     const __m256i other = _mm256_blendv_epi8(vert, diag, colourMask); // the other colour
     const __m256i red = redRow ? own : other;
     const __m256i blue = redRow ? other : own;
@@ -86,8 +89,8 @@ __attribute__((target("avx2"))) inline void Block(const uint8_t* above, const ui
 }
 
 __attribute__((target("avx2"))) uint32_t RowAvx2(const uint8_t* above, const uint8_t* row, const uint8_t* below,
-                                                  uint8_t* out, uint32_t w, bool redRow, bool colourAtEven,
-                                                  bool rgbOrder)
+                                                 uint8_t* out, uint32_t w, bool redRow, bool colourAtEven,
+                                                 bool rgbOrder)
 {
     // Blocks start at odd x (1, 33, ...): lane i is a colour site when x + i is even for colourAtEven.
     alignas(32) uint8_t mask[32];
@@ -108,7 +111,8 @@ __attribute__((target("avx2"))) uint32_t CompactAvx2(const uint8_t* in, uint8_t*
     uint32_t x = 0;
     // 4 pixels per 16-byte store, of which 12 bytes count; the next store overwrites the other 4, so the
     // loop keeps one block of room before the row end.
-    for (; x + 8 <= w; x += 4) {
+    for (; x + 8 <= w; x += 4)
+    {
         const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + 4 * size_t(x)));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 3 * size_t(x)), _mm_shuffle_epi8(v, shuffle));
     }
@@ -125,7 +129,8 @@ void CompactRow4To3(const uint8_t* in, uint8_t* out, uint32_t w)
     if (HasAvx2())
         x = CompactAvx2(in, out, w);
 #endif
-    for (; x < w; ++x) {
+    for (; x < w; ++x)
+    {
         out[3 * x] = in[4 * x];
         out[3 * x + 1] = in[4 * x + 1];
         out[3 * x + 2] = in[4 * x + 2];
@@ -135,12 +140,23 @@ void CompactRow4To3(const uint8_t* in, uint8_t* out, uint32_t w)
 void BayerRowKind(BayerPattern pattern, uint32_t y, bool& redRow, bool& colourAtEven)
 {
     const bool even = (y & 1) == 0;
-    switch (pattern) {
-    case BayerPattern::RG: redRow = even, colourAtEven = even; break;
-    case BayerPattern::BG: redRow = !even, colourAtEven = even; break;
-    case BayerPattern::GR: redRow = even, colourAtEven = !even; break;
-    case BayerPattern::GB: redRow = !even, colourAtEven = !even; break;
-    case BayerPattern::None: redRow = true, colourAtEven = true; break;
+    switch (pattern)
+    {
+    case BayerPattern::RG:
+        redRow = even, colourAtEven = even;
+        break;
+    case BayerPattern::BG:
+        redRow = !even, colourAtEven = even;
+        break;
+    case BayerPattern::GR:
+        redRow = even, colourAtEven = !even;
+        break;
+    case BayerPattern::GB:
+        redRow = !even, colourAtEven = !even;
+        break;
+    case BayerPattern::None:
+        redRow = true, colourAtEven = true;
+        break;
     }
 }
 

@@ -47,18 +47,30 @@ void Raise(int code, const std::string& description)
     lastError.code = code;
     lastError.description = description;
     const std::string message = FormatErrorMessage(code, description);
-    switch (code) {
-    case 2: throw InvalidHandleException(message);
-    case 3: throw IOException(message);
-    case 4: throw BufferTooSmallException(message);
-    case 5: throw InvalidArgumentException(message);
-    case 6: throw OutOfRangeException(message);
-    case 7: throw ImageFormatNotSupportedException(message);
-    case 8: throw ImageFormatInterpretationException(message);
-    case 10: throw NotPermittedException(message);
-    case 11: throw BusyException(message);
-    case 12: throw TimeoutException(message);
-    default: throw Exception(message); // 1, 9 and every unknown code
+    switch (code)
+    {
+    case 2:
+        throw InvalidHandleException(message);
+    case 3:
+        throw IOException(message);
+    case 4:
+        throw BufferTooSmallException(message);
+    case 5:
+        throw InvalidArgumentException(message);
+    case 6:
+        throw OutOfRangeException(message);
+    case 7:
+        throw ImageFormatNotSupportedException(message);
+    case 8:
+        throw ImageFormatInterpretationException(message);
+    case 10:
+        throw NotPermittedException(message);
+    case 11:
+        throw BusyException(message);
+    case 12:
+        throw TimeoutException(message);
+    default:
+        throw Exception(message); // 1, 9 and every unknown code
     }
 }
 

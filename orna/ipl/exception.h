@@ -37,11 +37,11 @@ public:
     explicit Exception(const std::string& message) : std::runtime_error(message) {}
 };
 
-#define ORNA_IPL_EXCEPTION(Name)                                                                             \
-    class Name : public Exception                                                                            \
-    {                                                                                                        \
-    public:                                                                                                  \
-        explicit Name(const std::string& message) : Exception(message) {}                                    \
+#define ORNA_IPL_EXCEPTION(Name)                                                                                       \
+    class Name : public Exception                                                                                      \
+    {                                                                                                                  \
+    public:                                                                                                            \
+        explicit Name(const std::string& message) : Exception(message) {}                                              \
     }
 
 ORNA_IPL_EXCEPTION(InvalidHandleException);

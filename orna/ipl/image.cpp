@@ -20,7 +20,8 @@ ImageStorage* ImageStorage::Create(size_t bytes)
     if (!memory)
         Raise(ReturnCode::Error, "Could not allocate " + std::to_string(bytes) + " bytes for an image.");
     auto* storage = new (std::nothrow) ImageStorage;
-    if (!storage) {
+    if (!storage)
+    {
         std::free(memory);
         Raise(ReturnCode::Error, "Could not allocate an image.");
     }
@@ -31,7 +32,8 @@ ImageStorage* ImageStorage::Create(size_t bytes)
 
 void ImageStorage::Release()
 {
-    if (references.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+    if (references.fetch_sub(1, std::memory_order_acq_rel) == 1)
+    {
         std::free(data);
         delete this;
     }
@@ -57,7 +59,8 @@ Image::Image(Image&& other) noexcept
 
 Image& Image::operator=(Image&& other) noexcept
 {
-    if (this != &other) {
+    if (this != &other)
+    {
         Reset();
         format_ = other.format_;
         width_ = other.width_;
@@ -107,17 +110,16 @@ Image Image::Construct(uint32_t pixelFormat, uint32_t width, uint32_t height)
     return image;
 }
 
-Image Image::ConstructFromBuffer(uint32_t pixelFormat, uint32_t width, uint32_t height, void* buffer,
-                                 size_t bufferSize)
+Image Image::ConstructFromBuffer(uint32_t pixelFormat, uint32_t width, uint32_t height, void* buffer, size_t bufferSize)
 {
     if (!buffer)
         Raise(ReturnCode::InvalidArgument, "The given buffer is a nullptr!");
     const uint64_t bytes = PixelFormat::CalculateImageSize(pixelFormat, width, height);
     if (bufferSize < bytes)
-        Raise(ReturnCode::BufferTooSmall, "The buffer of " + std::to_string(bufferSize) + " bytes is smaller than the " +
-                                              std::to_string(bytes) + " bytes that " +
-                                              PixelFormat::ToName(pixelFormat) + " needs for " +
-                                              std::to_string(width) + "x" + std::to_string(height) + ".");
+        Raise(ReturnCode::BufferTooSmall, "The buffer of " + std::to_string(bufferSize) +
+                                              " bytes is smaller than the " + std::to_string(bytes) + " bytes that " +
+                                              PixelFormat::ToName(pixelFormat) + " needs for " + std::to_string(width) +
+                                              "x" + std::to_string(height) + ".");
     Image image;
     image.data_ = static_cast<uint8_t*>(buffer);
     image.byteCount_ = bytes;

@@ -50,8 +50,8 @@ public:
     // format needs for width x height; longer buffers are fine (the byte count is what the format needs).
     static Image ConstructFromBuffer(uint32_t pixelFormat, uint32_t width, uint32_t height, void* buffer,
                                      size_t bufferSize);
-    static Image ConstructFromBuffer(uint32_t pixelFormat, uint32_t width, uint32_t height,
-                                     const void* buffer, size_t bufferSize);
+    static Image ConstructFromBuffer(uint32_t pixelFormat, uint32_t width, uint32_t height, const void* buffer,
+                                     size_t bufferSize);
 
     Image Clone() const;
     // A new image in another format, converted with the default conversion mode (Fast).
@@ -74,8 +74,8 @@ public:
 private:
     friend class ImageConverter;
     // Takes one reference to storage (the caller keeps its own).
-    static Image FromStorage(detail::ImageStorage* storage, uint32_t pixelFormat, uint32_t width,
-                             uint32_t height, size_t byteCount);
+    static Image FromStorage(detail::ImageStorage* storage, uint32_t pixelFormat, uint32_t width, uint32_t height,
+                             size_t byteCount);
     void Reset();
 
     uint32_t format_ = 0;

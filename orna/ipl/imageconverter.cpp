@@ -26,7 +26,8 @@ constexpr size_t kPartPixels = 1 << 16;
 template <typename Fn> void ParallelPixels(size_t numPixels, Fn&& fn)
 {
     const size_t parts = (numPixels + kPartPixels - 1) / kPartPixels;
-    if (parts <= 1 || cv::getNumThreads() <= 1) {
+    if (parts <= 1 || cv::getNumThreads() <= 1)
+    {
         fn(size_t{0}, numPixels);
         return;
     }
@@ -44,12 +45,22 @@ void UnpackRaw(Packing packing, const uint8_t* src, size_t numPixels, uint8_t* d
     const size_t bytesPer8 = (packing == Packing::P10 || packing == Packing::G40) ? 10 : 12;
     ParallelPixels(numPixels, [&](size_t first, size_t count) {
         const uint8_t* s = src + first / 8 * bytesPer8;
-        switch (packing) {
-        case Packing::P10: dst8 ? unpack::P10To8(s, dst8 + first, count) : unpack::P10To16(s, dst16 + first, count); break;
-        case Packing::P12: dst8 ? unpack::P12To8(s, dst8 + first, count) : unpack::P12To16(s, dst16 + first, count); break;
-        case Packing::G40: dst8 ? unpack::G40To8(s, dst8 + first, count) : unpack::G40To16(s, dst16 + first, count); break;
-        case Packing::G24: dst8 ? unpack::G24To8(s, dst8 + first, count) : unpack::G24To16(s, dst16 + first, count); break;
-        default: break;
+        switch (packing)
+        {
+        case Packing::P10:
+            dst8 ? unpack::P10To8(s, dst8 + first, count) : unpack::P10To16(s, dst16 + first, count);
+            break;
+        case Packing::P12:
+            dst8 ? unpack::P12To8(s, dst8 + first, count) : unpack::P12To16(s, dst16 + first, count);
+            break;
+        case Packing::G40:
+            dst8 ? unpack::G40To8(s, dst8 + first, count) : unpack::G40To16(s, dst16 + first, count);
+            break;
+        case Packing::G24:
+            dst8 ? unpack::G24To8(s, dst8 + first, count) : unpack::G24To16(s, dst16 + first, count);
+            break;
+        default:
+            break;
         }
     });
 }
@@ -64,15 +75,24 @@ void AdjustDepth(const cv::Mat& from, int fromBits, cv::Mat& to, int toBits)
     if (from.data == to.data && fromBits == toBits)
         return;
     ParallelPixels(count, [&](size_t first, size_t n) {
-        if (!from16 && !to16) {
+        if (!from16 && !to16)
+        {
             std::memcpy(to.data + first, from.data + first, n);
-        } else if (from16 && !to16) {
+        }
+        else if (from16 && !to16)
+        {
             unpack::Shift16To8(from.ptr<uint16_t>() + first, to.data + first, n, fromBits - 8);
-        } else if (!from16 && to16) {
+        }
+        else if (!from16 && to16)
+        {
             unpack::Expand8To16(from.data + first, to.ptr<uint16_t>() + first, n, toBits - 8);
-        } else if (fromBits == toBits) {
+        }
+        else if (fromBits == toBits)
+        {
             std::memcpy(to.ptr<uint16_t>() + first, from.ptr<uint16_t>() + first, n * 2);
-        } else {
+        }
+        else
+        {
             unpack::Shift16(from.ptr<uint16_t>() + first, to.ptr<uint16_t>() + first, n, toBits - fromBits);
         }
     });
@@ -99,12 +119,22 @@ int DemosaicCode(BayerPattern pattern, ConversionMode mode, int channels, bool r
         kGR
     };
     int cv = kBG;
-    switch (pattern) {
-    case BayerPattern::RG: cv = kBG; break;
-    case BayerPattern::GR: cv = kGB; break;
-    case BayerPattern::GB: cv = kGR; break;
-    case BayerPattern::BG: cv = kRG; break;
-    case BayerPattern::None: break;
+    switch (pattern)
+    {
+    case BayerPattern::RG:
+        cv = kBG;
+        break;
+    case BayerPattern::GR:
+        cv = kGB;
+        break;
+    case BayerPattern::GB:
+        cv = kGR;
+        break;
+    case BayerPattern::BG:
+        cv = kRG;
+        break;
+    case BayerPattern::None:
+        break;
     }
     static const int gray[] = {cv::COLOR_BayerBG2GRAY, cv::COLOR_BayerGB2GRAY, cv::COLOR_BayerRG2GRAY,
                                cv::COLOR_BayerGR2GRAY};
@@ -120,10 +150,10 @@ int DemosaicCode(BayerPattern pattern, ConversionMode mode, int channels, bool r
                                 cv::COLOR_BayerGR2BGR_EA};
     static const int rgbEA[] = {cv::COLOR_BayerBG2RGB_EA, cv::COLOR_BayerGB2RGB_EA, cv::COLOR_BayerRG2RGB_EA,
                                 cv::COLOR_BayerGR2RGB_EA};
-    static const int bgrVNG[] = {cv::COLOR_BayerBG2BGR_VNG, cv::COLOR_BayerGB2BGR_VNG,
-                                 cv::COLOR_BayerRG2BGR_VNG, cv::COLOR_BayerGR2BGR_VNG};
-    static const int rgbVNG[] = {cv::COLOR_BayerBG2RGB_VNG, cv::COLOR_BayerGB2RGB_VNG,
-                                 cv::COLOR_BayerRG2RGB_VNG, cv::COLOR_BayerGR2RGB_VNG};
+    static const int bgrVNG[] = {cv::COLOR_BayerBG2BGR_VNG, cv::COLOR_BayerGB2BGR_VNG, cv::COLOR_BayerRG2BGR_VNG,
+                                 cv::COLOR_BayerGR2BGR_VNG};
+    static const int rgbVNG[] = {cv::COLOR_BayerBG2RGB_VNG, cv::COLOR_BayerGB2RGB_VNG, cv::COLOR_BayerRG2RGB_VNG,
+                                 cv::COLOR_BayerGR2RGB_VNG};
     if (channels == 1)
         return gray[cv];
     if (mode == ConversionMode::HQ)
@@ -157,8 +187,8 @@ int ToGrayCode(int srcChannels, bool srcRgb)
 
 [[noreturn]] void Unsupported(uint32_t src, uint32_t dst)
 {
-    Raise(ReturnCode::ImageFormatNotSupported, "The conversion from " + PixelFormat::ToName(src) + " to " +
-                                                   PixelFormat::ToName(dst) + " is not supported.");
+    Raise(ReturnCode::ImageFormatNotSupported,
+          "The conversion from " + PixelFormat::ToName(src) + " to " + PixelFormat::ToName(dst) + " is not supported.");
 }
 
 } // namespace
@@ -202,7 +232,8 @@ struct ImageConverter::Impl
 
     Image Output(uint32_t format, uint32_t width, uint32_t height)
     {
-        for (auto& pool : pools) {
+        for (auto& pool : pools)
+        {
             if (pool.format != format || pool.width != width || pool.height != height)
                 continue;
             for (auto* storage : pool.storages)
@@ -225,11 +256,15 @@ void ImageConverter::Impl::FinishColor(cv::Mat& work, int workBits, Image& dst)
 {
     const uint32_t format = dst.GetPixelFormat();
     const int bits = PixelFormat::GetNumSignificantBitsPerChannel(format);
-    if (PixelFormat::GetPacking(format) == Packing::P32) {
+    if (PixelFormat::GetPacking(format) == Packing::P32)
+    {
         cv::Mat ten;
-        if (work.depth() == CV_16U && workBits == 10) {
+        if (work.depth() == CV_16U && workBits == 10)
+        {
             ten = work;
-        } else {
+        }
+        else
+        {
             ten = this->ten.Get(work.rows, work.cols, CV_16UC3);
             AdjustDepth(work, workBits, ten, 10);
         }
@@ -258,8 +293,8 @@ bool ImageConverter::Impl::DemosaicTo8Bit(const Image& src, Image& dst)
     const BayerPattern pattern = PixelFormat::GetBayerPattern(fs);
     const bool rgbOrder = PixelFormat::IsRGBOrder(dst.GetPixelFormat());
     const uint8_t* data = src.GetData();
-    const size_t rowBytes = packing == Packing::None ? size_t(w) * (bits > 8 ? 2 : 1)
-                                                     : size_t(w) / 8 * (bits == 10 ? 10 : 12);
+    const size_t rowBytes =
+        packing == Packing::None ? size_t(w) * (bits > 8 ? 2 : 1) : size_t(w) / 8 * (bits == 10 ? 10 : 12);
     const bool direct = packing == Packing::None && bits == 8;
 
     const int threads = cv::getNumThreads();
@@ -270,7 +305,8 @@ bool ImageConverter::Impl::DemosaicTo8Bit(const Image& src, Image& dst)
     cv::Mat ring = raw8.Get(1, int(bands * perBand), CV_8U);
 
     const auto body = [&](const cv::Range& range) {
-        for (int band = range.start; band < range.end; ++band) {
+        for (int band = range.start; band < range.end; ++band)
+        {
             const uint32_t y0 = uint32_t(uint64_t(h) * band / bands);
             const uint32_t y1 = uint32_t(uint64_t(h) * (band + 1) / bands);
             uint8_t* slots = ring.data + size_t(band) * perBand;
@@ -282,28 +318,42 @@ bool ImageConverter::Impl::DemosaicTo8Bit(const Image& src, Image& dst)
                 if (direct)
                     return in;
                 uint8_t* out = slots + size_t((r + 3) % 3) * w;
-                switch (packing) {
+                switch (packing)
+                {
                 case Packing::None:
                     unpack::Shift16To8(reinterpret_cast<const uint16_t*>(in), out, w, bits - 8);
                     break;
-                case Packing::P10: unpack::P10To8(in, out, w); break;
-                case Packing::P12: unpack::P12To8(in, out, w); break;
-                case Packing::G40: unpack::G40To8(in, out, w); break;
-                case Packing::G24: unpack::G24To8(in, out, w); break;
-                default: break;
+                case Packing::P10:
+                    unpack::P10To8(in, out, w);
+                    break;
+                case Packing::P12:
+                    unpack::P12To8(in, out, w);
+                    break;
+                case Packing::G40:
+                    unpack::G40To8(in, out, w);
+                    break;
+                case Packing::G24:
+                    unpack::G24To8(in, out, w);
+                    break;
+                default:
+                    break;
                 }
                 return out;
             };
             const uint8_t* above = rowAt(int64_t(y0) - 1);
             const uint8_t* row = rowAt(y0);
-            for (uint32_t y = y0; y < y1; ++y) {
+            for (uint32_t y = y0; y < y1; ++y)
+            {
                 const uint8_t* below = rowAt(int64_t(y) + 1);
                 bool redRow, colourAtEven;
                 detail::BayerRowKind(pattern, y, redRow, colourAtEven);
-                if (channels == 4) {
+                if (channels == 4)
+                {
                     detail::DemosaicRowBGRA8(above, row, below, dst.GetData() + size_t(y) * w * 4, w, redRow,
                                              colourAtEven, rgbOrder);
-                } else {
+                }
+                else
+                {
                     detail::DemosaicRowBGRA8(above, row, below, wide, w, redRow, colourAtEven, rgbOrder);
                     detail::CompactRow4To3(wide, dst.GetData() + size_t(y) * w * 3, w);
                 }
@@ -347,29 +397,36 @@ void ImageConverter::Impl::ConvertRaw(const Image& src, Image& dst, ConversionMo
     cv::Mat raw;
     int rawBits = bs;
     const bool want8 = bd == 8 || (bayer && !sameKind && mode == ConversionMode::Classic);
-    if (packing == Packing::None) {
+    if (packing == Packing::None)
+    {
         raw = cv::Mat(h, w, bs > 8 ? CV_16U : CV_8U, src.GetData());
-    } else if (want8) {
+    }
+    else if (want8)
+    {
         uint8_t* target = sameKind ? dst.GetData() : raw8.Get(h, w, CV_8U).data;
         UnpackRaw(packing, src.GetData(), n, target, nullptr);
         raw = cv::Mat(h, w, CV_8U, target);
         rawBits = 8;
-    } else {
+    }
+    else
+    {
         uint16_t* target = (sameKind && bd == bs) ? reinterpret_cast<uint16_t*>(dst.GetData())
-                                                   : raw16.Get(h, w, CV_16U).ptr<uint16_t>();
+                                                  : raw16.Get(h, w, CV_16U).ptr<uint16_t>();
         UnpackRaw(packing, src.GetData(), n, nullptr, target);
         raw = cv::Mat(h, w, CV_16U, target);
     }
 
     // 2a. Same kind: a depth change at most.
-    if (sameKind) {
+    if (sameKind)
+    {
         cv::Mat out = detail::View(dst);
         AdjustDepth(raw, rawBits, out, bd);
         return;
     }
 
     // A 16-bit mosaic for an 8-bit result is narrowed first: demosaicing 8 bits is cheaper.
-    if (bd == 8 && raw.depth() == CV_16U) {
+    if (bd == 8 && raw.depth() == CV_16U)
+    {
         cv::Mat narrow = raw8.Get(h, w, CV_8U);
         AdjustDepth(raw, rawBits, narrow, 8);
         raw = narrow;
@@ -377,13 +434,17 @@ void ImageConverter::Impl::ConvertRaw(const Image& src, Image& dst, ConversionMo
     }
 
     // 2b. Mosaic to grey.
-    if (dstRaw) {
+    if (dstRaw)
+    {
         cv::Mat out = detail::View(dst);
-        if (out.depth() == raw.depth()) {
+        if (out.depth() == raw.depth())
+        {
             cv::cvtColor(raw, out, DemosaicCode(PixelFormat::GetBayerPattern(fs), mode, 1, false));
             if (rawBits != bd)
                 AdjustDepth(out, rawBits, out, bd);
-        } else {
+        }
+        else
+        {
             cv::Mat grey = color.Get(h, w, raw.type());
             cv::cvtColor(raw, grey, DemosaicCode(PixelFormat::GetBayerPattern(fs), mode, 1, false));
             AdjustDepth(grey, rawBits, out, bd);
@@ -402,17 +463,23 @@ void ImageConverter::Impl::ConvertRaw(const Image& src, Image& dst, ConversionMo
     else
         work = color.Get(h, w, workType);
 
-    if (bayer) {
+    if (bayer)
+    {
         const int code = DemosaicCode(PixelFormat::GetBayerPattern(fs), mode, channels, rgb);
-        if (channels == 4 && mode != ConversionMode::Fast) {
+        if (channels == 4 && mode != ConversionMode::Fast)
+        {
             // Edge-aware and VNG give three channels only.
             cv::Mat three = color2.Get(h, w, CV_MAKETYPE(raw.depth(), 3));
             cv::cvtColor(raw, three, DemosaicCode(PixelFormat::GetBayerPattern(fs), mode, 3, rgb));
             cv::cvtColor(three, work, cv::COLOR_BGR2BGRA);
-        } else {
+        }
+        else
+        {
             cv::cvtColor(raw, work, code);
         }
-    } else {
+    }
+    else
+    {
         cv::cvtColor(raw, work, channels == 4 ? cv::COLOR_GRAY2BGRA : cv::COLOR_GRAY2BGR);
     }
     FinishColor(work, rawBits, dst);
@@ -429,27 +496,35 @@ void ImageConverter::Impl::ConvertColor(const Image& src, Image& dst)
     const bool srcRgb = PixelFormat::IsRGBOrder(fs);
 
     cv::Mat in;
-    if (PixelFormat::GetPacking(fs) == Packing::P32) {
+    if (PixelFormat::GetPacking(fs) == Packing::P32)
+    {
         in = raw16.Get(h, w, CV_16UC3);
         unpack::P32To16(src.GetData(), in.ptr<uint16_t>(), size_t(w) * size_t(h));
         // Word order is first channel lowest: RGB10p32 yields R,G,B; BGR10p32 yields B,G,R.
-    } else {
+    }
+    else
+    {
         in = detail::View(src);
     }
-    if (bd == 8 && in.depth() == CV_16U) {
+    if (bd == 8 && in.depth() == CV_16U)
+    {
         cv::Mat narrow = raw8.Get(h, w, CV_8UC(in.channels()));
         AdjustDepth(in, bits, narrow, 8);
         in = narrow;
         bits = 8;
     }
 
-    if (!PixelFormat::IsColor(fd)) { // to grey
+    if (!PixelFormat::IsColor(fd))
+    { // to grey
         cv::Mat out = detail::View(dst);
-        if (out.depth() == in.depth()) {
+        if (out.depth() == in.depth())
+        {
             cv::cvtColor(in, out, ToGrayCode(in.channels(), srcRgb));
             if (bits != bd)
                 AdjustDepth(out, bits, out, bd);
-        } else {
+        }
+        else
+        {
             cv::Mat grey = color.Get(h, w, in.depth());
             cv::cvtColor(in, grey, ToGrayCode(in.channels(), srcRgb));
             AdjustDepth(grey, bits, out, bd);
@@ -461,9 +536,12 @@ void ImageConverter::Impl::ConvertColor(const Image& src, Image& dst)
     const int channels = p32 ? 3 : PixelFormat::GetNumChannels(fd);
     const int code = ColorCode(in.channels(), srcRgb, channels, PixelFormat::IsRGBOrder(fd));
     cv::Mat work;
-    if (code < 0) {
+    if (code < 0)
+    {
         work = in;
-    } else {
+    }
+    else
+    {
         const int workType = CV_MAKETYPE(in.depth(), channels);
         if (!p32 && detail::CvTypeOf(fd) == workType)
             work = detail::View(dst);
@@ -479,7 +557,8 @@ void ImageConverter::Impl::ConvertYuv(const Image& src, Image& dst)
     const uint32_t fd = dst.GetPixelFormat();
     const int w = static_cast<int>(src.GetWidth());
     const int h = static_cast<int>(src.GetHeight());
-    if (fd == Mono8) {
+    if (fd == Mono8)
+    {
         std::memcpy(dst.GetData(), src.GetData(), size_t(w) * size_t(h));
         return;
     }
@@ -529,8 +608,7 @@ bool ImageConverter::IsConversionSupported(uint32_t fs, uint32_t fd)
     if (PixelFormat::IsYUV(fd))
         return false;
     if (PixelFormat::IsBayered(fd))
-        return PixelFormat::IsBayered(fs) &&
-               PixelFormat::GetBayerPattern(fs) == PixelFormat::GetBayerPattern(fd);
+        return PixelFormat::IsBayered(fs) && PixelFormat::GetBayerPattern(fs) == PixelFormat::GetBayerPattern(fd);
     return true; // mono and colour destinations from mono, Bayer and colour sources
 }
 
@@ -556,11 +634,13 @@ void ImageConverter::PreAllocateConversion(uint32_t sourceFormat, uint32_t desti
     auto it = std::find_if(impl_->pools.begin(), impl_->pools.end(), [&](const Impl::Pool& p) {
         return p.format == destinationFormat && p.width == width && p.height == height;
     });
-    if (it == impl_->pools.end()) {
+    if (it == impl_->pools.end())
+    {
         impl_->pools.push_back(Impl::Pool{destinationFormat, width, height, bytes, {}});
         it = impl_->pools.end() - 1;
     }
-    while (it->storages.size() > count) {
+    while (it->storages.size() > count)
+    {
         it->storages.back()->Release();
         it->storages.pop_back();
     }
@@ -574,9 +654,12 @@ void ImageConverter::PreAllocateConversion(uint32_t sourceFormat, uint32_t desti
     {
         Image source = Image::FromStorage(blank, sourceFormat, width, height, srcBytes);
         blank->Release();
-        try {
+        try
+        {
             Image warm = Convert(source, destinationFormat);
-        } catch (const ImageFormatNotSupportedException&) {
+        }
+        catch (const ImageFormatNotSupportedException&)
+        {
             // Classic mode with a deep mosaic: Convert will say so for real frames.
         }
     }
@@ -588,7 +671,8 @@ Image ImageConverter::Convert(const Image& source, uint32_t destinationFormat)
         Raise(ReturnCode::InvalidHandle, "The source image is empty.");
     const uint32_t fs = source.GetPixelFormat();
     if (!PixelFormat::IsKnown(destinationFormat))
-        Raise(ReturnCode::ImageFormatNotSupported, "Unknown destination pixel format " + std::to_string(destinationFormat) + ".");
+        Raise(ReturnCode::ImageFormatNotSupported,
+              "Unknown destination pixel format " + std::to_string(destinationFormat) + ".");
     if (!IsConversionSupported(fs, destinationFormat))
         Unsupported(fs, destinationFormat);
     const uint32_t w = source.GetWidth();
@@ -601,19 +685,23 @@ Image ImageConverter::Convert(const Image& source, uint32_t destinationFormat)
 
     Image dst = impl_->Output(destinationFormat, w, h);
     dst.SetTimestamp(source.GetTimestamp());
-    if (fs == destinationFormat) {
+    if (fs == destinationFormat)
+    {
         std::memcpy(dst.GetData(), source.GetData(), dst.GetByteCount());
         return dst;
     }
     const auto mode = GetConversionMode();
-    try {
+    try
+    {
         if (PixelFormat::IsYUV(fs))
             impl_->ConvertYuv(source, dst);
         else if (PixelFormat::IsColor(fs))
             impl_->ConvertColor(source, dst);
         else
             impl_->ConvertRaw(source, dst, mode);
-    } catch (const cv::Exception& e) {
+    }
+    catch (const cv::Exception& e)
+    {
         Raise(ReturnCode::Error, "The conversion from " + PixelFormat::ToName(fs) + " to " +
                                      PixelFormat::ToName(destinationFormat) + " failed: " + e.what());
     }

@@ -46,8 +46,8 @@ public:
 
     // Prepares count destination images of destinationFormat at width x height and the scratch memory the
     // path from sourceFormat needs. Calling it again replaces the pool of that geometry.
-    void PreAllocateConversion(uint32_t sourceFormat, uint32_t destinationFormat, uint32_t width,
-                               uint32_t height, size_t count);
+    void PreAllocateConversion(uint32_t sourceFormat, uint32_t destinationFormat, uint32_t width, uint32_t height,
+                               size_t count);
 
     // A new image of destinationFormat with the source's size and timestamp. Raises
     // ImageFormatNotSupportedException for a pair outside IsConversionSupported, or for Classic mode with

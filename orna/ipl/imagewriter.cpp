@@ -32,11 +32,13 @@ void WriteAtomically(const std::string& fileName, const std::vector<uint8_t>& by
         Raise(ReturnCode::IOError, "Could not create a file next to \"" + fileName + "\": " + std::strerror(errno));
     temp = pattern.data();
     size_t written = 0;
-    while (written < bytes.size()) {
+    while (written < bytes.size())
+    {
         const ssize_t n = ::write(fd, bytes.data() + written, bytes.size() - written);
         if (n < 0 && errno == EINTR)
             continue;
-        if (n <= 0) {
+        if (n <= 0)
+        {
             const int error = errno;
             ::close(fd);
             ::unlink(temp.c_str());
@@ -47,12 +49,14 @@ void WriteAtomically(const std::string& fileName, const std::vector<uint8_t>& by
     // mkstemp creates 0600; an image is an ordinary document. (Reading the umask would change it for
     // every thread of the process, so the common 0644 is used.)
     ::fchmod(fd, 0644);
-    if (::fsync(fd) != 0 || ::close(fd) != 0) {
+    if (::fsync(fd) != 0 || ::close(fd) != 0)
+    {
         const int error = errno;
         ::unlink(temp.c_str());
         Raise(ReturnCode::IOError, "Could not write \"" + fileName + "\": " + std::strerror(error));
     }
-    if (std::rename(temp.c_str(), fileName.c_str()) != 0) {
+    if (std::rename(temp.c_str(), fileName.c_str()) != 0)
+    {
         const int error = errno;
         ::unlink(temp.c_str());
         Raise(ReturnCode::IOError, "Could not write \"" + fileName + "\": " + std::strerror(error));
@@ -98,8 +102,8 @@ void ImageWriter::Write(const Image& image, const std::string& fileName, const I
         Raise(ReturnCode::ImageFormatNotSupported,
               "Writing " + PixelFormat::ToName(format) + " images is not supported; convert them first.");
     if (type == ImageFileType::JPEG && (options.jpegQuality < 1 || options.jpegQuality > 100))
-        Raise(ReturnCode::InvalidArgument, "JPEG quality " + std::to_string(options.jpegQuality) +
-                                               " is out of range (1 to 100).");
+        Raise(ReturnCode::InvalidArgument,
+              "JPEG quality " + std::to_string(options.jpegQuality) + " is out of range (1 to 100).");
 
     const int bits = PixelFormat::GetNumSignificantBitsPerChannel(format);
     const int channels = PixelFormat::GetNumChannels(format);
@@ -109,9 +113,12 @@ void ImageWriter::Write(const Image& image, const std::string& fileName, const I
 
     // Bit depth first (exact shifts), then channel order for OpenCV's BGR(A) writers.
     cv::Mat samples;
-    if (bits == 8) {
+    if (bits == 8)
+    {
         samples = view;
-    } else if (type == ImageFileType::PNG) {
+    }
+    else if (type == ImageFileType::PNG)
+    {
         samples.create(view.size(), view.type());
         const size_t n = view.total() * channels;
         const uint16_t* s = view.ptr<uint16_t>();
@@ -119,7 +126,9 @@ void ImageWriter::Write(const Image& image, const std::string& fileName, const I
         const int shift = 16 - bits;
         for (size_t i = 0; i < n; ++i)
             d[i] = static_cast<uint16_t>(s[i] << shift);
-    } else {
+    }
+    else
+    {
         samples.create(view.size(), CV_8UC(channels));
         const size_t n = view.total() * channels;
         const uint16_t* s = view.ptr<uint16_t>();
@@ -144,10 +153,13 @@ void ImageWriter::Write(const Image& image, const std::string& fileName, const I
     std::vector<int> params;
     if (type == ImageFileType::JPEG)
         params = {cv::IMWRITE_JPEG_QUALITY, options.jpegQuality};
-    try {
+    try
+    {
         if (!cv::imencode(extension, ordered, bytes, params))
             Raise(ReturnCode::IOError, "Could not encode \"" + fileName + "\".");
-    } catch (const cv::Exception& e) {
+    }
+    catch (const cv::Exception& e)
+    {
         Raise(ReturnCode::IOError, "Could not encode \"" + fileName + "\": " + e.what());
     }
     WriteAtomically(fileName, bytes);

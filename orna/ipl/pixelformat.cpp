@@ -92,10 +92,10 @@ constexpr FormatInfo kFormats[] = {
     {RGBa10, "RGBa10", kColor, 4, 10, 64, BP::None, PK::None, true, true, 0},
     {RGBa12, "RGBa12", kColor, 4, 12, 64, BP::None, PK::None, true, true, 0},
 
-    {YUV420_8_YY_UV_SemiplanarKVX, "YUV420_8_YY_UV_SemiplanarKVX", kYuv, 3, 8, 12, BP::None, PK::YUV420SP,
-     false, false, 0},
-    {YUV420_8_YY_VU_SemiplanarKVX, "YUV420_8_YY_VU_SemiplanarKVX", kYuv, 3, 8, 12, BP::None, PK::YUV420SP,
-     false, false, 0},
+    {YUV420_8_YY_UV_SemiplanarKVX, "YUV420_8_YY_UV_SemiplanarKVX", kYuv, 3, 8, 12, BP::None, PK::YUV420SP, false, false,
+     0},
+    {YUV420_8_YY_VU_SemiplanarKVX, "YUV420_8_YY_VU_SemiplanarKVX", kYuv, 3, 8, 12, BP::None, PK::YUV420SP, false, false,
+     0},
 };
 
 const FormatInfo* Find(uint32_t code)
@@ -114,7 +114,8 @@ const FormatInfo* Find(uint32_t code)
 const FormatInfo& Require(uint32_t code)
 {
     const FormatInfo* info = Find(code);
-    if (!info) {
+    if (!info)
+    {
         char text[64];
         std::snprintf(text, sizeof(text), "Unknown pixel format 0x%08X.", static_cast<unsigned>(code));
         Raise(ReturnCode::ImageFormatNotSupported, text);
@@ -124,33 +125,73 @@ const FormatInfo& Require(uint32_t code)
 
 } // namespace
 
-bool PixelFormat::IsKnown(uint32_t format) { return Find(format) != nullptr; }
+bool PixelFormat::IsKnown(uint32_t format)
+{
+    return Find(format) != nullptr;
+}
 bool PixelFormat::IsPacked(uint32_t format)
 {
     const Packing p = Require(format).packing;
     return p != Packing::None && p != Packing::YUV420SP;
 }
-bool PixelFormat::IsBayered(uint32_t format) { return Require(format).family == kBayer; }
-bool PixelFormat::IsMono(uint32_t format) { return Require(format).family == kMono; }
-bool PixelFormat::IsColor(uint32_t format) { return Require(format).family == kColor; }
-bool PixelFormat::IsYUV(uint32_t format) { return Require(format).family == kYuv; }
-bool PixelFormat::HasAlpha(uint32_t format) { return Require(format).alpha; }
-bool PixelFormat::IsRGBOrder(uint32_t format) { return Require(format).rgbOrder; }
-BayerPattern PixelFormat::GetBayerPattern(uint32_t format) { return Require(format).pattern; }
-Packing PixelFormat::GetPacking(uint32_t format) { return Require(format).packing; }
-int PixelFormat::GetNumChannels(uint32_t format) { return Require(format).channels; }
-int PixelFormat::GetNumSignificantBitsPerChannel(uint32_t format) { return Require(format).significantBits; }
-int PixelFormat::GetNumStorageBitsPerPixel(uint32_t format) { return Require(format).storageBitsPerPixel; }
+bool PixelFormat::IsBayered(uint32_t format)
+{
+    return Require(format).family == kBayer;
+}
+bool PixelFormat::IsMono(uint32_t format)
+{
+    return Require(format).family == kMono;
+}
+bool PixelFormat::IsColor(uint32_t format)
+{
+    return Require(format).family == kColor;
+}
+bool PixelFormat::IsYUV(uint32_t format)
+{
+    return Require(format).family == kYuv;
+}
+bool PixelFormat::HasAlpha(uint32_t format)
+{
+    return Require(format).alpha;
+}
+bool PixelFormat::IsRGBOrder(uint32_t format)
+{
+    return Require(format).rgbOrder;
+}
+BayerPattern PixelFormat::GetBayerPattern(uint32_t format)
+{
+    return Require(format).pattern;
+}
+Packing PixelFormat::GetPacking(uint32_t format)
+{
+    return Require(format).packing;
+}
+int PixelFormat::GetNumChannels(uint32_t format)
+{
+    return Require(format).channels;
+}
+int PixelFormat::GetNumSignificantBitsPerChannel(uint32_t format)
+{
+    return Require(format).significantBits;
+}
+int PixelFormat::GetNumStorageBitsPerPixel(uint32_t format)
+{
+    return Require(format).storageBitsPerPixel;
+}
 
 uint64_t PixelFormat::CalculateStorageSizeOfPixels(uint32_t format, uint64_t numPixels)
 {
     const FormatInfo& info = Require(format);
     if (numPixels > (uint64_t{1} << 40))
         Raise(ReturnCode::OutOfRange, "Pixel count " + std::to_string(numPixels) + " is out of range.");
-    switch (info.packing) {
-    case Packing::G40: return (numPixels + 3) / 4 * 5;
-    case Packing::G24: return (numPixels + 1) / 2 * 3;
-    default: return (numPixels * info.storageBitsPerPixel + 7) / 8;
+    switch (info.packing)
+    {
+    case Packing::G40:
+        return (numPixels + 3) / 4 * 5;
+    case Packing::G24:
+        return (numPixels + 1) / 2 * 3;
+    default:
+        return (numPixels * info.storageBitsPerPixel + 7) / 8;
     }
 }
 
@@ -158,16 +199,15 @@ uint64_t PixelFormat::CalculateImageSize(uint32_t format, uint32_t width, uint32
 {
     const FormatInfo& info = Require(format);
     if (width == 0 || height == 0)
-        Raise(ReturnCode::InvalidArgument, "Image size " + std::to_string(width) + "x" +
-                                               std::to_string(height) + " is empty.");
+        Raise(ReturnCode::InvalidArgument,
+              "Image size " + std::to_string(width) + "x" + std::to_string(height) + " is empty.");
     constexpr uint32_t kMaxSide = 1u << 16;
     if (width > kMaxSide || height > kMaxSide)
         Raise(ReturnCode::OutOfRange, "Image size " + std::to_string(width) + "x" + std::to_string(height) +
                                           " exceeds the limit of 65536 pixels per side.");
     const auto bad = [&](const char* rule) {
-        Raise(ReturnCode::InvalidArgument, "Image size " + std::to_string(width) + "x" +
-                                               std::to_string(height) + " does not fit " + info.name + ": " +
-                                               rule);
+        Raise(ReturnCode::InvalidArgument, "Image size " + std::to_string(width) + "x" + std::to_string(height) +
+                                               " does not fit " + info.name + ": " + rule);
     };
     if (info.packing == Packing::G40 && width % 4 != 0)
         bad("the width must be a multiple of 4.");
@@ -204,7 +244,8 @@ uint32_t PixelFormat::BayerFormat(BayerPattern pattern, int bits)
 uint32_t PixelFormat::WithBitDepth(uint32_t format, int bits)
 {
     const FormatInfo& from = Require(format);
-    for (const auto& info : kFormats) {
+    for (const auto& info : kFormats)
+    {
         if (info.family != from.family || info.packing != Packing::None || info.significantBits != bits)
             continue;
         if (info.pattern == from.pattern && info.rgbOrder == from.rgbOrder && info.alpha == from.alpha &&

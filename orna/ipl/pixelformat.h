@@ -106,13 +106,13 @@ enum class BayerPattern : int
 // How the pixels of a format are laid out in memory.
 enum class Packing : int
 {
-    None = 0,      // one pixel per 1, 2, 3, 4, 6 or 8 bytes, channels interleaved
-    P10 = 1,       // PFNC 10p bit stream
-    P12 = 2,       // PFNC 12p bit stream
-    G40 = 3,       // vendor g40
-    G24 = 4,       // vendor g24
-    P32 = 5,       // RGB10p32 / BGR10p32
-    YUV420SP = 6,  // NV12 / NV21
+    None = 0,     // one pixel per 1, 2, 3, 4, 6 or 8 bytes, channels interleaved
+    P10 = 1,      // PFNC 10p bit stream
+    P12 = 2,      // PFNC 12p bit stream
+    G40 = 3,      // vendor g40
+    G24 = 4,      // vendor g24
+    P32 = 5,      // RGB10p32 / BGR10p32
+    YUV420SP = 6, // NV12 / NV21
 };
 
 class PixelFormat
@@ -126,7 +126,7 @@ public:
     static bool IsColor(uint32_t format); // RGB/BGR families with or without alpha, and the p32 forms
     static bool IsYUV(uint32_t format);
     static bool HasAlpha(uint32_t format);
-    static bool IsRGBOrder(uint32_t format); // RGB, RGBa, RGB10p32 (false for BGR orders and others)
+    static bool IsRGBOrder(uint32_t format);              // RGB, RGBa, RGB10p32 (false for BGR orders and others)
     static BayerPattern GetBayerPattern(uint32_t format); // None for formats without a mosaic
     static Packing GetPacking(uint32_t format);
     static int GetNumChannels(uint32_t format);

@@ -38,7 +38,8 @@ template <typename Out> void P10(const uint8_t* src, Out* dst, size_t n)
     const size_t srcBytes = (n * 10 + 7) / 8;
     size_t g = 0;
     // A 64-bit load at group g reads bytes 5g..5g+7.
-    for (; g < groups && 5 * g + 8 <= srcBytes; ++g) {
+    for (; g < groups && 5 * g + 8 <= srcBytes; ++g)
+    {
         const uint64_t v = Load64(src + 5 * g);
         Out* d = dst + 4 * g;
         d[0] = Narrow<Out, 10>(static_cast<uint32_t>(v) & 0x3FF);
@@ -46,7 +47,8 @@ template <typename Out> void P10(const uint8_t* src, Out* dst, size_t n)
         d[2] = Narrow<Out, 10>(static_cast<uint32_t>(v >> 20) & 0x3FF);
         d[3] = Narrow<Out, 10>(static_cast<uint32_t>(v >> 30) & 0x3FF);
     }
-    for (size_t i = 4 * g; i < n; ++i) {
+    for (size_t i = 4 * g; i < n; ++i)
+    {
         const size_t bit = i * 10;
         const size_t byte = bit / 8;
         uint32_t v = src[byte];
@@ -62,7 +64,8 @@ template <typename Out> void P12(const uint8_t* src, Out* dst, size_t n)
     const size_t quads = n / 4; // 4 pixels in 6 bytes
     const size_t srcBytes = (n * 12 + 7) / 8;
     size_t q = 0;
-    for (; q < quads && 6 * q + 8 <= srcBytes; ++q) {
+    for (; q < quads && 6 * q + 8 <= srcBytes; ++q)
+    {
         const uint64_t v = Load64(src + 6 * q);
         Out* d = dst + 4 * q;
         d[0] = Narrow<Out, 12>(static_cast<uint32_t>(v) & 0xFFF);
@@ -70,7 +73,8 @@ template <typename Out> void P12(const uint8_t* src, Out* dst, size_t n)
         d[2] = Narrow<Out, 12>(static_cast<uint32_t>(v >> 24) & 0xFFF);
         d[3] = Narrow<Out, 12>(static_cast<uint32_t>(v >> 36) & 0xFFF);
     }
-    for (size_t i = 4 * q; i < n; ++i) {
+    for (size_t i = 4 * q; i < n; ++i)
+    {
         const size_t byte = i * 12 / 8;
         uint32_t v = src[byte];
         if (byte + 1 < srcBytes)
@@ -83,7 +87,8 @@ template <typename Out> void P12(const uint8_t* src, Out* dst, size_t n)
 template <typename Out> void G40(const uint8_t* src, Out* dst, size_t n)
 {
     const size_t groups = n / 4;
-    for (size_t g = 0; g < groups; ++g) {
+    for (size_t g = 0; g < groups; ++g)
+    {
         const uint8_t* s = src + 5 * g;
         const uint32_t low = s[4];
         Out* d = dst + 4 * g;
@@ -93,7 +98,8 @@ template <typename Out> void G40(const uint8_t* src, Out* dst, size_t n)
         d[3] = Narrow<Out, 10>((uint32_t{s[3]} << 2) | ((low >> 6) & 3));
     }
     // A partial last group still occupies five bytes (see CalculateStorageSizeOfPixels).
-    for (size_t i = 4 * groups; i < n; ++i) {
+    for (size_t i = 4 * groups; i < n; ++i)
+    {
         const uint8_t* s = src + 5 * groups;
         const size_t k = i % 4;
         dst[i] = Narrow<Out, 10>((uint32_t{s[k]} << 2) | ((s[4] >> (2 * k)) & 3));
@@ -104,18 +110,19 @@ template <typename Out> void G40(const uint8_t* src, Out* dst, size_t n)
 template <typename Out> void G24(const uint8_t* src, Out* dst, size_t n)
 {
     const size_t pairs = n / 2;
-    for (size_t p = 0; p < pairs; ++p) {
+    for (size_t p = 0; p < pairs; ++p)
+    {
         const uint8_t* s = src + 3 * p;
         const uint32_t low = s[2];
         dst[2 * p] = Narrow<Out, 12>((uint32_t{s[0]} << 4) | (low & 0xF));
         dst[2 * p + 1] = Narrow<Out, 12>((uint32_t{s[1]} << 4) | (low >> 4));
     }
-    if (n % 2) {
+    if (n % 2)
+    {
         const uint8_t* s = src + 3 * pairs;
         dst[n - 1] = Narrow<Out, 12>((uint32_t{s[0]} << 4) | (s[2] & 0xF));
     }
 }
-
 
 // --- AVX2 paths for the PFNC streams (chosen at run time; the loops above remain the reference and
 // handle the tails). Each step reads 32 bytes at most from the current group, so a step runs only while
@@ -125,10 +132,10 @@ template <typename Out> void G24(const uint8_t* src, Out* dst, size_t n)
 // pixel 2j+1 bytes 3j+1,3j+2; even pixels keep the low 12 bits, odd pixels drop the low 4.
 __attribute__((target("avx2"))) inline __m256i P12Step(const uint8_t* s)
 {
-    const __m256i bytes = _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(s + 12),
-                                              reinterpret_cast<const __m128i*>(s));
-    const __m256i shuffle = _mm256_setr_epi8(0, 1, 1, 2, 3, 4, 4, 5, 6, 7, 7, 8, 9, 10, 10, 11, 0, 1, 1, 2, 3, 4,
-                                             4, 5, 6, 7, 7, 8, 9, 10, 10, 11);
+    const __m256i bytes =
+        _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(s + 12), reinterpret_cast<const __m128i*>(s));
+    const __m256i shuffle = _mm256_setr_epi8(0, 1, 1, 2, 3, 4, 4, 5, 6, 7, 7, 8, 9, 10, 10, 11, 0, 1, 1, 2, 3, 4, 4, 5,
+                                             6, 7, 7, 8, 9, 10, 10, 11);
     const __m256i words = _mm256_shuffle_epi8(bytes, shuffle);
     const __m256i even = _mm256_and_si256(words, _mm256_set1_epi16(0x0FFF));
     const __m256i odd = _mm256_srli_epi16(words, 4);
@@ -139,10 +146,10 @@ __attribute__((target("avx2"))) inline __m256i P12Step(const uint8_t* s)
 // next, shifted by 0, 2, 4, 6. A multiply by 2^(6-shift) moves the 10 bits to the top, a shift by 6 down.
 __attribute__((target("avx2"))) inline __m256i P10Step(const uint8_t* s)
 {
-    const __m256i bytes = _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(s + 10),
-                                              reinterpret_cast<const __m128i*>(s));
-    const __m256i shuffle = _mm256_setr_epi8(0, 1, 1, 2, 2, 3, 3, 4, 5, 6, 6, 7, 7, 8, 8, 9, 0, 1, 1, 2, 2, 3, 3,
-                                             4, 5, 6, 6, 7, 7, 8, 8, 9);
+    const __m256i bytes =
+        _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(s + 10), reinterpret_cast<const __m128i*>(s));
+    const __m256i shuffle = _mm256_setr_epi8(0, 1, 1, 2, 2, 3, 3, 4, 5, 6, 6, 7, 7, 8, 8, 9, 0, 1, 1, 2, 2, 3, 3, 4, 5,
+                                             6, 6, 7, 7, 8, 8, 9);
     const __m256i words = _mm256_shuffle_epi8(bytes, shuffle);
     const __m256i scale = _mm256_setr_epi16(64, 16, 4, 1, 64, 16, 4, 1, 64, 16, 4, 1, 64, 16, 4, 1);
     return _mm256_srli_epi16(_mm256_mullo_epi16(words, scale), 6);
@@ -155,8 +162,10 @@ __attribute__((target("avx2"))) size_t StreamAvx2(const uint8_t* src, Out* dst, 
     const size_t srcBytes = (n * Bits + 7) / 8;
     size_t i = 0, at = 0;
     // Two steps at a time for the 8-bit form (one 32-byte store).
-    if constexpr (sizeof(Out) == 1) {
-        for (; i + 32 <= n && at + kBytes + 32 <= srcBytes; i += 32, at += 2 * kBytes) {
+    if constexpr (sizeof(Out) == 1)
+    {
+        for (; i + 32 <= n && at + kBytes + 32 <= srcBytes; i += 32, at += 2 * kBytes)
+        {
             __m256i a = Bits == 12 ? P12Step(src + at) : P10Step(src + at);
             __m256i b = Bits == 12 ? P12Step(src + at + kBytes) : P10Step(src + at + kBytes);
             a = _mm256_srli_epi16(a, Bits - 8);
@@ -164,8 +173,11 @@ __attribute__((target("avx2"))) size_t StreamAvx2(const uint8_t* src, Out* dst, 
             const __m256i packed = _mm256_permute4x64_epi64(_mm256_packus_epi16(a, b), 0xD8);
             _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + i), packed);
         }
-    } else {
-        for (; i + 16 <= n && at + 32 <= srcBytes; i += 16, at += kBytes) {
+    }
+    else
+    {
+        for (; i + 16 <= n && at + 32 <= srcBytes; i += 16, at += kBytes)
+        {
             const __m256i v = Bits == 12 ? P12Step(src + at) : P10Step(src + at);
             _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + i), v);
         }
@@ -196,18 +208,43 @@ template <int Bits, typename Out> void Stream(const uint8_t* src, Out* dst, size
 
 } // namespace
 
-void P10To16(const uint8_t* src, uint16_t* dst, size_t n) { Stream<10>(src, dst, n); }
-void P10To8(const uint8_t* src, uint8_t* dst, size_t n) { Stream<10>(src, dst, n); }
-void P12To16(const uint8_t* src, uint16_t* dst, size_t n) { Stream<12>(src, dst, n); }
-void P12To8(const uint8_t* src, uint8_t* dst, size_t n) { Stream<12>(src, dst, n); }
-void G40To16(const uint8_t* src, uint16_t* dst, size_t n) { G40(src, dst, n); }
-void G40To8(const uint8_t* src, uint8_t* dst, size_t n) { G40(src, dst, n); }
-void G24To16(const uint8_t* src, uint16_t* dst, size_t n) { G24(src, dst, n); }
-void G24To8(const uint8_t* src, uint8_t* dst, size_t n) { G24(src, dst, n); }
+void P10To16(const uint8_t* src, uint16_t* dst, size_t n)
+{
+    Stream<10>(src, dst, n);
+}
+void P10To8(const uint8_t* src, uint8_t* dst, size_t n)
+{
+    Stream<10>(src, dst, n);
+}
+void P12To16(const uint8_t* src, uint16_t* dst, size_t n)
+{
+    Stream<12>(src, dst, n);
+}
+void P12To8(const uint8_t* src, uint8_t* dst, size_t n)
+{
+    Stream<12>(src, dst, n);
+}
+void G40To16(const uint8_t* src, uint16_t* dst, size_t n)
+{
+    G40(src, dst, n);
+}
+void G40To8(const uint8_t* src, uint8_t* dst, size_t n)
+{
+    G40(src, dst, n);
+}
+void G24To16(const uint8_t* src, uint16_t* dst, size_t n)
+{
+    G24(src, dst, n);
+}
+void G24To8(const uint8_t* src, uint8_t* dst, size_t n)
+{
+    G24(src, dst, n);
+}
 
 void P32To16(const uint8_t* src, uint16_t* dst, size_t n)
 {
-    for (size_t i = 0; i < n; ++i) {
+    for (size_t i = 0; i < n; ++i)
+    {
         uint32_t w;
         std::memcpy(&w, src + 4 * i, 4);
         dst[3 * i] = static_cast<uint16_t>(w & 0x3FF);
@@ -218,7 +255,8 @@ void P32To16(const uint8_t* src, uint16_t* dst, size_t n)
 
 void Pack16ToP32(const uint16_t* src, uint8_t* dst, size_t n)
 {
-    for (size_t i = 0; i < n; ++i) {
+    for (size_t i = 0; i < n; ++i)
+    {
         const uint32_t w = (uint32_t{src[3 * i]} & 0x3FF) | ((uint32_t{src[3 * i + 1]} & 0x3FF) << 10) |
                            ((uint32_t{src[3 * i + 2]} & 0x3FF) << 20);
         std::memcpy(dst + 4 * i, &w, 4);
@@ -227,7 +265,8 @@ void Pack16ToP32(const uint16_t* src, uint8_t* dst, size_t n)
 
 void Shift16To8(const uint16_t* src, uint8_t* dst, size_t count, int rightShift)
 {
-    for (size_t i = 0; i < count; ++i) {
+    for (size_t i = 0; i < count; ++i)
+    {
         const uint32_t v = uint32_t{src[i]} >> rightShift;
         dst[i] = static_cast<uint8_t>(v > 255 ? 255 : v);
     }

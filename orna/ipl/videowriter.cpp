@@ -34,8 +34,8 @@ void Container::SetOption(const std::string& name, double value)
     if (it == options_.end())
         Raise(ReturnCode::InvalidArgument, "The container \"" + GetName() + "\" has no option \"" + name + "\".");
     if (!(value >= it->second.minimum && value <= it->second.maximum))
-        Raise(ReturnCode::OutOfRange, "The value " + std::to_string(value) + " of option \"" + name +
-                                          "\" is out of range.");
+        Raise(ReturnCode::OutOfRange,
+              "The value " + std::to_string(value) + " of option \"" + name + "\" is out of range.");
     it->second.value = value;
 }
 
@@ -83,8 +83,8 @@ void Encoder::SetOption(const std::string& name, int value)
     if (it == options_.end())
         Raise(ReturnCode::InvalidArgument, "The encoder \"" + GetName() + "\" has no option \"" + name + "\".");
     if (value < it->second.minimum || value > it->second.maximum)
-        Raise(ReturnCode::OutOfRange, "The value " + std::to_string(value) + " of option \"" + name +
-                                          "\" is out of range.");
+        Raise(ReturnCode::OutOfRange,
+              "The value " + std::to_string(value) + " of option \"" + name + "\" is out of range.");
     it->second.value = value;
 }
 
@@ -115,8 +115,8 @@ struct VideoWriter::Impl
 
     // Guards everything below up to the thread, except what the comment names as encoder-thread only.
     mutable std::mutex mutex;
-    std::condition_variable work;    // frames queued or stopping
-    std::condition_variable done;    // a frame finished or the queue emptied
+    std::condition_variable work; // frames queued or stopping
+    std::condition_variable done; // a frame finished or the queue emptied
     bool open = false;
     bool stopping = false;
     std::string fileName, partName;
@@ -144,7 +144,8 @@ void VideoWriter::Impl::Encode(const Slot& slot, uint32_t w, uint32_t h, uint32_
     const bool mjpeg = encoder->GetName() == "mjpeg";
     const int channels = PixelFormat::GetNumChannels(f);
     const cv::Mat frame(int(h), int(w), CV_8UC(channels), const_cast<uint8_t*>(slot.pixels.data()));
-    if (!avi->HasBegun()) {
+    if (!avi->HasBegun())
+    {
         detail::AviFile::Format format;
         format.width = w;
         format.height = h;
@@ -152,7 +153,8 @@ void VideoWriter::Impl::Encode(const Slot& slot, uint32_t w, uint32_t h, uint32_
         format.grey = channels == 1;
         avi->Begin(format);
     }
-    if (mjpeg) {
+    if (mjpeg)
+    {
         const cv::Mat* source = &frame;
         // OpenCV's JPEG encoder takes BGR and BGRA (dropping alpha row by row) itself; only the RGB orders
         // need a full-frame swap first.
@@ -163,20 +165,25 @@ void VideoWriter::Impl::Encode(const Slot& slot, uint32_t w, uint32_t h, uint32_
         const std::vector<int> params = {cv::IMWRITE_JPEG_QUALITY, encoder->GetOption("Quality")};
         if (!cv::imencode(".jpg", *source, encodedBytes, params))
             Raise(ReturnCode::Error, "Could not encode a video frame as JPEG.");
-    } else {
+    }
+    else
+    {
         // Uncompressed DIB: rows bottom-up, each padded to 4 bytes; 24-bit BGR or 8-bit grey.
         const size_t outChannels = channels == 1 ? 1 : 3;
         const size_t row = (w * outChannels + 3) & ~size_t{3};
         encodedBytes.assign(row * h, 0);
         const bool rgb = f == RGB8 || f == RGBa8;
-        for (uint32_t y = 0; y < h; ++y) {
+        for (uint32_t y = 0; y < h; ++y)
+        {
             const uint8_t* s = frame.ptr<uint8_t>(int(h - 1 - y));
             uint8_t* d = encodedBytes.data() + y * row;
-            if (channels == 1) {
+            if (channels == 1)
+            {
                 std::memcpy(d, s, w);
                 continue;
             }
-            for (uint32_t x = 0; x < w; ++x, s += channels, d += 3) {
+            for (uint32_t x = 0; x < w; ++x, s += channels, d += 3)
+            {
                 d[0] = rgb ? s[2] : s[0];
                 d[1] = s[1];
                 d[2] = rgb ? s[0] : s[2];
@@ -189,7 +196,8 @@ void VideoWriter::Impl::Encode(const Slot& slot, uint32_t w, uint32_t h, uint32_
 void VideoWriter::Impl::Run()
 {
     std::unique_lock<std::mutex> lock(mutex);
-    for (;;) {
+    for (;;)
+    {
         work.wait(lock, [&] { return !queue.empty() || stopping; });
         if (queue.empty())
             break;
@@ -198,10 +206,14 @@ void VideoWriter::Impl::Run()
         const bool failed = !error.empty();
         lock.unlock();
         std::string failure;
-        if (!failed) {
-            try {
+        if (!failed)
+        {
+            try
+            {
                 Encode(slots[index], w, h, f);
-            } catch (const std::exception& e) {
+            }
+            catch (const std::exception& e)
+            {
                 failure = e.what();
             }
         }
@@ -209,11 +221,14 @@ void VideoWriter::Impl::Run()
         lock.lock();
         queue.pop_front();
         freeSlots.push_back(index);
-        if (failed || !failure.empty()) {
+        if (failed || !failure.empty())
+        {
             ++dropped;
             if (error.empty())
                 error = failure;
-        } else {
+        }
+        else
+        {
             ++encoded;
         }
         fileSize = size;
@@ -237,9 +252,12 @@ VideoWriter::VideoWriter() : impl_(std::make_unique<Impl>()) {}
 
 VideoWriter::~VideoWriter()
 {
-    try {
+    try
+    {
         Close();
-    } catch (const std::exception&) {
+    }
+    catch (const std::exception&)
+    {
         // A destructor cannot report; Close() called by the owner does.
     }
 }
@@ -253,10 +271,12 @@ void VideoWriter::Open(const std::string& fileName, std::shared_ptr<container::C
         Raise(ReturnCode::InvalidArgument, "The file name is empty.");
     const auto encoders = GetSupportedEncodersForAContainer(container->GetName());
     if (std::find(encoders.begin(), encoders.end(), encoder->GetName()) == encoders.end())
-        Raise(ReturnCode::InvalidArgument, "The encoder \"" + encoder->GetName() + "\" is not supported by the container \"" +
-                                               container->GetName() + "\".");
+        Raise(ReturnCode::InvalidArgument, "The encoder \"" + encoder->GetName() +
+                                               "\" is not supported by the container \"" + container->GetName() +
+                                               "\".");
     if (queueSize < 1 || queueSize > 256)
-        Raise(ReturnCode::OutOfRange, "A queue of " + std::to_string(queueSize) + " frames is out of range (1 to 256).");
+        Raise(ReturnCode::OutOfRange,
+              "A queue of " + std::to_string(queueSize) + " frames is out of range (1 to 256).");
 
     std::lock_guard<std::mutex> lock(impl_->mutex);
     if (impl_->open)
@@ -298,19 +318,23 @@ bool VideoWriter::Append(const Image& image)
     const uint32_t f = image.GetPixelFormat();
     const auto formats = d.encoder->GetSupportedPixelFormats();
     if (std::find(formats.begin(), formats.end(), f) == formats.end())
-        Raise(ReturnCode::ImageFormatNotSupported, "The encoder \"" + d.encoder->GetName() + "\" does not take " +
-                                                       PixelFormat::ToName(f) + " frames.");
-    if (d.format == 0) {
+        Raise(ReturnCode::ImageFormatNotSupported,
+              "The encoder \"" + d.encoder->GetName() + "\" does not take " + PixelFormat::ToName(f) + " frames.");
+    if (d.format == 0)
+    {
         d.width = image.GetWidth();
         d.height = image.GetHeight();
         d.format = f;
-    } else if (f != d.format || image.GetWidth() != d.width || image.GetHeight() != d.height) {
+    }
+    else if (f != d.format || image.GetWidth() != d.width || image.GetHeight() != d.height)
+    {
         Raise(ReturnCode::InvalidArgument,
               "The frame (" + PixelFormat::ToName(f) + ", " + std::to_string(image.GetWidth()) + "x" +
                   std::to_string(image.GetHeight()) + ") differs from the video (" + PixelFormat::ToName(d.format) +
                   ", " + std::to_string(d.width) + "x" + std::to_string(d.height) + ").");
     }
-    if (d.freeSlots.empty()) {
+    if (d.freeSlots.empty())
+    {
         ++d.dropped;
         return false;
     }
@@ -374,12 +398,16 @@ void VideoWriter::Close()
         std::lock_guard<std::mutex> lock(d.mutex);
         error = d.error;
     }
-    if (error.empty()) {
-        try {
+    if (error.empty())
+    {
+        try
+        {
             d.avi->Finish(d.container->GetOption("FrameRate"));
             if (std::rename(d.partName.c_str(), d.fileName.c_str()) != 0)
                 error = "Could not rename \"" + d.partName + "\" to \"" + d.fileName + "\": " + std::strerror(errno);
-        } catch (const std::exception& e) {
+        }
+        catch (const std::exception& e)
+        {
             error = e.what();
         }
     }
@@ -389,7 +417,8 @@ void VideoWriter::Close()
         d.open = false;
         d.stopping = false;
     }
-    if (!error.empty()) {
+    if (!error.empty())
+    {
         d.avi->Abort();
         std::remove(d.partName.c_str());
         Raise(ReturnCode::IOError, "The video \"" + d.fileName + "\" could not be written: " + error);

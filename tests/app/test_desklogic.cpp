@@ -139,7 +139,8 @@ TEST(DeskBootStatus, BlockWithAndWithoutAddresses)
     const QColor text(Qt::white), warn(Qt::red);
     const auto full = BootStatusBlock("2026-01-02: 03:04:05", "CRC", "sensor", "http://d", "http://s", text, warn);
     ASSERT_EQ(full.size(), 9);
-    EXPECT_EQ(full[0].text, QStringLiteral("2026-01-02: 03:04:05:  The camera has reported the following boot status:\n"));
+    EXPECT_EQ(full[0].text,
+              QStringLiteral("2026-01-02: 03:04:05:  The camera has reported the following boot status:\n"));
     EXPECT_EQ(full[1].text, QStringLiteral("\"CRC\": sensor\n"));
     EXPECT_EQ(full[1].color, warn);
     EXPECT_EQ(full[4].text, QStringLiteral("- Download the latest firmware from our website and update the camera:\n"));

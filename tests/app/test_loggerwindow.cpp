@@ -42,10 +42,7 @@ class TestLoggerWindow : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        ApplicationGlobals::ApplySkin(ApplicationGlobals::Skin::Dark);
-    }
+    void init() { ApplicationGlobals::ApplySkin(ApplicationGlobals::Skin::Dark); }
 
     void emptyViewShowsNoMessagesUntilTheFirstArrives()
     {
@@ -204,7 +201,8 @@ private Q_SLOTS:
         for (int t = 0; t < kThreads; ++t)
             finals += text.contains(QStringLiteral("cam%1 | n%2\n").arg(t).arg(kPerThread - 1)) ? 1 : 0;
         QVERIFY(finals >= 1);
-        qInfo("flood of %d messages written in %lld ms", kThreads * kPerThread, static_cast<long long>(clock.elapsed()));
+        qInfo("flood of %d messages written in %lld ms", kThreads * kPerThread,
+              static_cast<long long>(clock.elapsed()));
     }
 
     void saveWritesTheTextAndAFailedSaveKeepsEverything()

@@ -78,8 +78,7 @@ private Q_SLOTS:
         QCOMPARE(ControlElement::SnapY(57, 48, g), 47);
         QCOMPARE(ControlElement::SnapY(58, 48, g), 67);
         QCOMPARE(ControlElement::SnapY(10, 48, g), 47);
-        QCOMPARE(ControlElement::SnapToGrid(QRect(110, 58, 57, 50), QPoint(100, 48), g),
-                 QRect(100, 67, 61, 41));
+        QCOMPARE(ControlElement::SnapToGrid(QRect(110, 58, 57, 50), QPoint(100, 48), g), QRect(100, 67, 61, 41));
     }
 
     void tabZones()
@@ -611,8 +610,8 @@ private Q_SLOTS:
         QVERIFY(!e->IsDocked());
         QVERIFY(host.dock->IsFading() || host.dock->IsHighlighted());
         QVERIFY(highlightIn.wait(2000));
-        SendMouse(title, QEvent::MouseButtonRelease, title->mapFromGlobal(start + QPoint(5, 5)),
-                  start + QPoint(5, 5), Qt::NoButton);
+        SendMouse(title, QEvent::MouseButtonRelease, title->mapFromGlobal(start + QPoint(5, 5)), start + QPoint(5, 5),
+                  Qt::NoButton);
         QVERIFY(e->IsDocked());
         // The release hides it (fade or at once).
         QTRY_VERIFY(!host.dock->IsHighlighted() && !host.dock->IsFading());

@@ -132,10 +132,9 @@ private Q_SLOTS:
 
     void autoGroupFollowsTheFeature()
     {
-        EnumerationSoftwareFeature mode(QStringLiteral("ExposureAuto"),
-                                        {{0, QStringLiteral("Off")}, {1, QStringLiteral("Once")},
-                                         {2, QStringLiteral("Continuous")}},
-                                        0);
+        EnumerationSoftwareFeature mode(
+            QStringLiteral("ExposureAuto"),
+            {{0, QStringLiteral("Off")}, {1, QStringLiteral("Once")}, {2, QStringLiteral("Continuous")}}, 0);
         QWidget panel;
         auto* off = new CustomRadio(QStringLiteral("Off"), &panel);
         auto* once = new CustomRadio(QStringLiteral("Once"), &panel);

@@ -391,7 +391,8 @@ private Q_SLOTS:
         Q_EMIT toggle.Signal_ValueChanged(false);
         QVERIFY(!enable.GetBoolValue(false));
 
-        EnumerationSoftwareFeature mode(QStringLiteral("Mode"), {{0, QStringLiteral("Off")}, {2, QStringLiteral("Continuous")}}, 0);
+        EnumerationSoftwareFeature mode(QStringLiteral("Mode"),
+                                        {{0, QStringLiteral("Off")}, {2, QStringLiteral("Continuous")}}, 0);
         FeatureControls::ComboBox combo;
         combo.SetFeature(&mode);
         QCOMPARE(combo.count(), 2);

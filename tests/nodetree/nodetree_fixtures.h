@@ -9,8 +9,8 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <cstdio>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <functional>
 #include <memory>
@@ -109,10 +109,9 @@ inline std::string AccessXml(bool withPlain = true)
     <pValue>ResetReg</pValue><CommandValue>1</CommandValue>
   </Command>
 )";
-    xml += IntReg("LockReg", kLockAddress) + IntReg("WidthReg", kWidthAddress) +
-           IntReg("AlignedReg", kAlignedAddress) + IntReg("FailingReg", kFailingAddress) +
-           IntReg("CounterReg", kCounterAddress) + IntReg("SelectorReg", kSelectorAddress) +
-           IntReg("ResetReg", kResetAddress);
+    xml += IntReg("LockReg", kLockAddress) + IntReg("WidthReg", kWidthAddress) + IntReg("AlignedReg", kAlignedAddress) +
+           IntReg("FailingReg", kFailingAddress) + IntReg("CounterReg", kCounterAddress) +
+           IntReg("SelectorReg", kSelectorAddress) + IntReg("ResetReg", kResetAddress);
     xml += "  <Port Name=\"Device\" NameSpace=\"Standard\"/>\n</RegisterDescription>\n";
     return xml;
 }
@@ -231,9 +230,11 @@ inline std::string GeneratedXml(int features)
         const uint64_t address = 0x10000 + 16 * static_cast<uint64_t>(i);
         char addr[32];
         std::snprintf(addr, sizeof addr, "0x%llX", static_cast<unsigned long long>(address));
-        const std::string visibility =
-            std::string("<Visibility>") + (i % 7 == 0 ? "Expert" : i % 11 == 0 ? "Guru" : "Beginner") +
-            "</Visibility>";
+        const std::string visibility = std::string("<Visibility>") +
+                                       (i % 7 == 0    ? "Expert"
+                                        : i % 11 == 0 ? "Guru"
+                                                      : "Beginner") +
+                                       "</Visibility>";
         const std::string reg = "<Address>" + std::string(addr) +
                                 "</Address><Length>4</Length><AccessMode>RW</AccessMode><pPort>Device</pPort>";
         switch (i % 6)

@@ -44,10 +44,7 @@ class TestNodeMapAccess : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        orna::Library::Initialize();
-    }
+    void initTestCase() { orna::Library::Initialize(); }
 
     void writeReadsBackWhatTheNodeTook()
     {
@@ -162,8 +159,9 @@ private Q_SLOTS:
         QVERIFY(counter);
         QVector<qlonglong> seen;
         // Queued to this thread in the order the values were stored.
-        connect(counter, &TreeItem::valueChanged, this, [&seen](QVariant value, int) { seen.append(value.toLongLong()); },
-                Qt::QueuedConnection);
+        connect(
+            counter, &TreeItem::valueChanged, this, [&seen](QVariant value, int) { seen.append(value.toLongLong()); },
+            Qt::QueuedConnection);
 
         for (int i = 1; i <= 1000; ++i)
             access.RequestValue(counter, QVariant::fromValue<qlonglong>(i));

@@ -64,15 +64,9 @@ class TestNodeMapModel : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        orna::Library::Initialize();
-    }
+    void initTestCase() { orna::Library::Initialize(); }
 
-    void cleanup()
-    {
-        ApplicationGlobals::developerView = false;
-    }
+    void cleanup() { ApplicationGlobals::developerView = false; }
 
     void fixtureTreeShapeAndModelConsistency()
     {
@@ -173,8 +167,7 @@ private Q_SLOTS:
         QTRY_COMPARE(value.data().toString(), QStringLiteral("720"));
         QTRY_VERIFY(!changed.isEmpty());
         // PayloadSize depends on Height: the worker re-reads it after the write.
-        QTRY_COMPARE(FindIndex(model, "PayloadSize").siblingAtColumn(1).data().toString(),
-                     QString::number(640 * 720));
+        QTRY_COMPARE(FindIndex(model, "PayloadSize").siblingAtColumn(1).data().toString(), QString::number(640 * 720));
     }
 
     void visibilityFilterWithoutDeveloperView()
@@ -255,10 +248,10 @@ private Q_SLOTS:
 
         access.OnUpdateRequested();
         const QModelIndex category = model.index(0, 0);
-        QCOMPARE(model.index(0, 1, category).data().toString(), QStringLiteral("0"));                 // integer
-        QCOMPARE(model.index(2, 1, category).data().toString(), QStringLiteral("F2_E0"));            // enumeration
-        QCOMPARE(model.index(3, 1, category).data().toString(), QStringLiteral("False"));            // boolean
-        QCOMPARE(model.index(5, 1, category).data().toString(), QStringLiteral("Execute"));          // command
+        QCOMPARE(model.index(0, 1, category).data().toString(), QStringLiteral("0"));       // integer
+        QCOMPARE(model.index(2, 1, category).data().toString(), QStringLiteral("F2_E0"));   // enumeration
+        QCOMPARE(model.index(3, 1, category).data().toString(), QStringLiteral("False"));   // boolean
+        QCOMPARE(model.index(5, 1, category).data().toString(), QStringLiteral("Execute")); // command
         QCOMPARE(model.index(2, 0, category).data(NodeMapModel::EntriesRole).toStringList().size(), 3);
 
         // (The model tester runs on the filter over the fixture map; over 5,000 rows it would take minutes.)

@@ -21,8 +21,8 @@ namespace {
 
 struct Coverage
 {
-    int opaque = 0;      // alpha above half
-    int transparent = 0; // alpha zero
+    int opaque = 0;           // alpha above half
+    int transparent = 0;      // alpha zero
     double meanLightness = 0; // of the opaque pixels
 };
 
@@ -31,13 +31,18 @@ Coverage Measure(const QImage& source)
     const QImage image = source.convertToFormat(QImage::Format_ARGB32);
     Coverage c;
     double lightness = 0;
-    for (int y = 0; y < image.height(); ++y) {
+    for (int y = 0; y < image.height(); ++y)
+    {
         const auto* line = reinterpret_cast<const QRgb*>(image.constScanLine(y));
-        for (int x = 0; x < image.width(); ++x) {
-            if (qAlpha(line[x]) > 127) {
+        for (int x = 0; x < image.width(); ++x)
+        {
+            if (qAlpha(line[x]) > 127)
+            {
                 ++c.opaque;
                 lightness += qGray(line[x]);
-            } else if (qAlpha(line[x]) == 0) {
+            }
+            else if (qAlpha(line[x]) == 0)
+            {
                 ++c.transparent;
             }
         }
@@ -67,13 +72,16 @@ private Q_SLOTS:
     void everyIconExistsInItsFoldersAndSkinsAndIsNotBlank()
     {
         int checked = 0;
-        for (const res::IconEntry& entry : res::kIcons) {
+        for (const res::IconEntry& entry : res::kIcons)
+        {
             QVERIFY2(entry.folders != 0, entry.fileName);
-            for (const res::IconFolderInfo& folder : res::kIconFolders) {
+            for (const res::IconFolderInfo& folder : res::kIconFolders)
+            {
                 if (!(entry.folders & folder.folder))
                     continue;
                 QImage images[2];
-                for (int skin = 0; skin < 2; ++skin) {
+                for (int skin = 0; skin < 2; ++skin)
+                {
                     const QString path = IconPath(folder, skin, entry.fileName);
                     images[skin] = QImage(path);
                     QVERIFY2(!images[skin].isNull(), qPrintable(path + " does not load"));
@@ -85,7 +93,8 @@ private Q_SLOTS:
                     const int area = folder.pixels * folder.pixels;
                     QVERIFY2(c.opaque >= area / 50, qPrintable(path + " is almost empty"));
                     QVERIFY2(c.opaque <= area * 3 / 4, qPrintable(path + " is almost full"));
-                    if (!entry.accent) {
+                    if (!entry.accent)
+                    {
                         // Light glyphs for the dark skin, dark glyphs for the light one.
                         if (skin == 0)
                             QVERIFY2(c.meanLightness > 200, qPrintable(path + " is not light"));
@@ -104,14 +113,18 @@ private Q_SLOTS:
 
     void applicationGlobalsPointsAtShippedIconsInBothSkins()
     {
-        for (auto skin : {ApplicationGlobals::Skin::Dark, ApplicationGlobals::Skin::Light}) {
+        for (auto skin : {ApplicationGlobals::Skin::Dark, ApplicationGlobals::Skin::Light})
+        {
             ApplicationGlobals::ApplySkin(skin);
-            for (const res::IconEntry& entry : res::kIcons) {
+            for (const res::IconEntry& entry : res::kIcons)
+            {
                 const QString name = QString::fromLatin1(entry.fileName);
                 QVERIFY2(QFile::exists(ApplicationGlobals::Icon24(name)), qPrintable(ApplicationGlobals::Icon24(name)));
                 QVERIFY2(QFile::exists(ApplicationGlobals::Icon36(name)), qPrintable(ApplicationGlobals::Icon36(name)));
-                QVERIFY2(QFile::exists(ApplicationGlobals::Image16(name)), qPrintable(ApplicationGlobals::Image16(name)));
-                QVERIFY2(QFile::exists(ApplicationGlobals::Image48(name)), qPrintable(ApplicationGlobals::Image48(name)));
+                QVERIFY2(QFile::exists(ApplicationGlobals::Image16(name)),
+                         qPrintable(ApplicationGlobals::Image16(name)));
+                QVERIFY2(QFile::exists(ApplicationGlobals::Image48(name)),
+                         qPrintable(ApplicationGlobals::Image48(name)));
             }
         }
         ApplicationGlobals::ApplySkin(ApplicationGlobals::Skin::Dark);
@@ -123,12 +136,15 @@ private Q_SLOTS:
         for (const res::IconEntry& entry : res::kIcons)
             known.insert(QString::fromLatin1(entry.fileName));
         QCOMPARE(known.size(), int(res::kIconCount));
-        for (const res::IconFolderInfo& folder : res::kIconFolders) {
-            for (const char* skin : res::kSkinDirectories) {
+        for (const res::IconFolderInfo& folder : res::kIconFolders)
+        {
+            for (const char* skin : res::kSkinDirectories)
+            {
                 const QString dir = QStringLiteral(":/resources/%1/%2").arg(folder.directory, skin);
                 QDirIterator it(dir);
                 int files = 0;
-                while (it.hasNext()) {
+                while (it.hasNext())
+                {
                     it.next();
                     QVERIFY2(known.contains(it.fileName()), qPrintable(it.filePath() + " is not in the table"));
                     ++files;
@@ -141,7 +157,8 @@ private Q_SLOTS:
     void robotoFacesLoadFromTheResources()
     {
         QSet<QString> styles;
-        for (const char* file : res::kFontFiles) {
+        for (const char* file : res::kFontFiles)
+        {
             const QString path = QStringLiteral(":/resources/fonts/%1").arg(file);
             const int id = QFontDatabase::addApplicationFont(path);
             QVERIFY2(id >= 0, qPrintable(path + " does not load"));
@@ -155,7 +172,8 @@ private Q_SLOTS:
 
     void languageFlagsAreDrawn()
     {
-        for (const char* language : res::kLanguageFlags) {
+        for (const char* language : res::kLanguageFlags)
+        {
             const QString path = QStringLiteral(":/resources/languages/%1.png").arg(language);
             const QImage flag(path);
             QVERIFY2(!flag.isNull(), qPrintable(path));
@@ -225,7 +243,8 @@ private Q_SLOTS:
         // A clear tone, not noise: the zero crossings give a pitch in the audible middle range, and the
         // header's sample rate agrees with the data (a wrong rate shifts the pitch).
         int crossings = 0;
-        for (int i = 1; i < samples / channels; ++i) {
+        for (int i = 1; i < samples / channels; ++i)
+        {
             const int a = qFromLittleEndian<qint16>(d + 44 + 2 * channels * (i - 1));
             const int b = qFromLittleEndian<qint16>(d + 44 + 2 * channels * i);
             crossings += (a < 0) != (b < 0);

@@ -21,8 +21,7 @@
 
 namespace {
 // Runs `action` on the next modal dialog once it is shown.
-template <class Dialog, class Action>
-void OnNextModal(Action action)
+template <class Dialog, class Action> void OnNextModal(Action action)
 {
     QTimer::singleShot(0, [action] {
         QTRY_VERIFY(qobject_cast<Dialog*>(QApplication::activeModalWidget()) != nullptr);
@@ -152,8 +151,8 @@ private Q_SLOTS:
         combo->setFocus();
         QTRY_VERIFY(combo->hasFocus());
         QSignalSpy byUser(combo, &CustomComboBox::Signal_CurrentIndexChanged);
-        QWheelEvent down2(centre, combo->mapToGlobal(centre), QPoint(), QPoint(0, -120), Qt::NoButton,
-                          Qt::NoModifier, Qt::NoScrollPhase, false);
+        QWheelEvent down2(centre, combo->mapToGlobal(centre), QPoint(), QPoint(0, -120), Qt::NoButton, Qt::NoModifier,
+                          Qt::NoScrollPhase, false);
         QApplication::sendEvent(combo, &down2);
         QCOMPARE(combo->currentIndex(), 1);
         QCOMPARE(byUser.count(), 1);

@@ -71,7 +71,8 @@ private Q_SLOTS:
     void discreteSpinboxWalksTheList()
     {
         CustomDiscreteSpinbox s;
-        s.SetValues({1, 2, 4, 8}, {QStringLiteral("x1"), QStringLiteral("x2"), QStringLiteral("x4"), QStringLiteral("x8")});
+        s.SetValues({1, 2, 4, 8},
+                    {QStringLiteral("x1"), QStringLiteral("x2"), QStringLiteral("x4"), QStringLiteral("x8")});
         QSignalSpy value(&s, &CustomDiscreteSpinbox::ValueChanged);
         QSignalSpy index(&s, &CustomDiscreteSpinbox::IndexChanged);
         s.SetValue(3.1);

@@ -196,7 +196,8 @@ private Q_SLOTS:
             {QStringLiteral("CustomSizeableEdit"), new CustomSizeableEdit(&root)},
             {QStringLiteral("HorizontalBar"), bar},
             {QStringLiteral("HighlightLabelGroup"), group},
-            {QStringLiteral("FileSelectorControl"), new FileSelectorControl(FileSelectorControl::Mode::OpenFile, &root)},
+            {QStringLiteral("FileSelectorControl"),
+             new FileSelectorControl(FileSelectorControl::Mode::OpenFile, &root)},
             {QStringLiteral("InfoDialog"), new InfoDialog(&root, QStringLiteral("T"), QStringLiteral("Info"))},
             {QStringLiteral("QuestionDialog"), new QuestionDialog(&root, QStringLiteral("T"), QStringLiteral("Q?"))},
             {QStringLiteral("ColorQuestionDialog"), new ColorQuestionDialog(&root, QStringLiteral("T"))},
@@ -205,7 +206,8 @@ private Q_SLOTS:
         for (const Entry& e : widgets)
         {
             if (!e.widget->isWindow())
-                e.widget->resize(std::max(e.widget->sizeHint().width(), 60), std::max(e.widget->sizeHint().height(), 24));
+                e.widget->resize(std::max(e.widget->sizeHint().width(), 60),
+                                 std::max(e.widget->sizeHint().height(), 24));
             dark.push_back(e.widget->grab().toImage());
         }
 

@@ -17,14 +17,14 @@ namespace {
 
 using FlagPainter = std::function<void(QPainter&, qreal w, qreal h)>;
 
-void Stripes(QPainter& p, qreal w, qreal h, const QVector<QColor>& colors, const QVector<qreal>& weights,
-             bool vertical)
+void Stripes(QPainter& p, qreal w, qreal h, const QVector<QColor>& colors, const QVector<qreal>& weights, bool vertical)
 {
     qreal total = 0;
     for (qreal weight : weights)
         total += weight;
     qreal at = 0;
-    for (int i = 0; i < colors.size(); ++i) {
+    for (int i = 0; i < colors.size(); ++i)
+    {
         const qreal size = weights[i] / total * (vertical ? w : h);
         p.fillRect(vertical ? QRectF(at, 0, size, h) : QRectF(0, at, w, size), colors[i]);
         at += size;
@@ -35,7 +35,8 @@ QPainterPath Star(QPointF centre, qreal outer, qreal rotationDegrees = 0)
 {
     QPainterPath star;
     const qreal inner = outer * 0.382;
-    for (int i = 0; i < 10; ++i) {
+    for (int i = 0; i < 10; ++i)
+    {
         const qreal angle = qDegreesToRadians(rotationDegrees - 90.0 + i * 36.0);
         const qreal r = (i % 2 == 0) ? outer : inner;
         const QPointF point(centre.x() + r * std::cos(angle), centre.y() + r * std::sin(angle));
@@ -76,7 +77,10 @@ const std::map<QString, FlagPainter>& FlagPainters()
          [](QPainter& p, qreal w, qreal h) {
              Stripes(p, w, h, {QColor(170, 21, 27), QColor(241, 191, 0), QColor(170, 21, 27)}, {1, 2, 1}, false);
          }},
-        {"polish", [](QPainter& p, qreal w, qreal h) { Stripes(p, w, h, {kWhite, QColor(220, 20, 60)}, {1, 1}, false); }},
+        {"polish",
+         [](QPainter& p, qreal w, qreal h) {
+             Stripes(p, w, h, {kWhite, QColor(220, 20, 60)}, {1, 1}, false);
+         }},
         {"hungarian",
          [](QPainter& p, qreal w, qreal h) {
              Stripes(p, w, h, {QColor(205, 42, 62), kWhite, QColor(67, 111, 77)}, {1, 1, 1}, false);
@@ -101,12 +105,14 @@ const std::map<QString, FlagPainter>& FlagPainters()
              // The four trigrams, as three short bars across each diagonal.
              p.setPen(QPen(Qt::black, h * 0.06));
              for (int sx : {-1, 1})
-                 for (int sy : {-1, 1}) {
+                 for (int sy : {-1, 1})
+                 {
                      QPointF d(sx * w * 0.30, sy * h * 0.30);
                      const qreal length = std::hypot(d.x(), d.y());
                      const QPointF unit = d / length;
                      const QPointF across(-unit.y() * h * 0.09, unit.x() * h * 0.09);
-                     for (int bar = -1; bar <= 1; ++bar) {
+                     for (int bar = -1; bar <= 1; ++bar)
+                     {
                          const QPointF at = c + d + unit * (bar * h * 0.08);
                          p.drawLine(at - across, at + across);
                      }
@@ -214,14 +220,16 @@ QImage ApertureMark(int pixels, const QColor& color)
     // the hexagon and these gaps are cut out of the disc.
     painter.setCompositionMode(QPainter::CompositionMode_Clear);
     QPolygonF hexagon;
-    for (int i = 0; i < 6; ++i) {
+    for (int i = 0; i < 6; ++i)
+    {
         const qreal angle = qDegreesToRadians(-90.0 + i * 60.0);
         hexagon << QPointF(c.x() + opening * std::cos(angle), c.y() + opening * std::sin(angle));
     }
     painter.setBrush(Qt::black);
     painter.drawPolygon(hexagon);
     painter.setPen(QPen(Qt::black, qMax(1.0, pixels * 0.035), Qt::SolidLine, Qt::FlatCap));
-    for (int i = 0; i < 6; ++i) {
+    for (int i = 0; i < 6; ++i)
+    {
         const QPointF from = hexagon[i];
         const QPointF along = hexagon[(i + 1) % 6] - from;
         const qreal length = std::hypot(along.x(), along.y());
@@ -280,7 +288,8 @@ QByteArray IcoFile(const QVector<QImage>& images)
     // Each entry: BITMAPINFOHEADER, bottom-up BGRA rows, then the 1 bit AND mask (all zero: the alpha
     // channel decides), its rows padded to 32 bits.
     QVector<QByteArray> bodies;
-    for (const QImage& source : images) {
+    for (const QImage& source : images)
+    {
         const QImage image = source.convertToFormat(QImage::Format_ARGB32);
         const int w = image.width();
         const int h = image.height();
@@ -290,7 +299,8 @@ QByteArray IcoFile(const QVector<QImage>& images)
         b.setByteOrder(QDataStream::LittleEndian);
         b << quint32(40) << qint32(w) << qint32(2 * h) << quint16(1) << quint16(32) << quint32(0)
           << quint32(w * h * 4 + maskStride * h) << qint32(0) << qint32(0) << quint32(0) << quint32(0);
-        for (int y = h - 1; y >= 0; --y) {
+        for (int y = h - 1; y >= 0; --y)
+        {
             const auto* line = reinterpret_cast<const QRgb*>(image.constScanLine(y));
             for (int x = 0; x < w; ++x)
                 b << quint8(qBlue(line[x])) << quint8(qGreen(line[x])) << quint8(qRed(line[x]))
@@ -300,7 +310,8 @@ QByteArray IcoFile(const QVector<QImage>& images)
         bodies.append(body);
     }
     quint32 offset = 6 + 16 * images.size();
-    for (int i = 0; i < images.size(); ++i) {
+    for (int i = 0; i < images.size(); ++i)
+    {
         const int w = images[i].width();
         const int h = images[i].height();
         stream << quint8(w >= 256 ? 0 : w) << quint8(h >= 256 ? 0 : h) << quint8(0) << quint8(0) << quint16(1)
@@ -328,7 +339,8 @@ QByteArray BeepWav(int sampleRate, double frequency, int milliseconds, int fadeM
       << quint16(16);
     s.writeRawData("data", 4);
     s << dataBytes;
-    for (int i = 0; i < samples; ++i) {
+    for (int i = 0; i < samples; ++i)
+    {
         double gain = amplitude;
         if (fade > 0 && i < fade)
             gain *= double(i) / fade;

@@ -46,11 +46,13 @@ QImage IconPainter::Render(const IconEntry& entry, int pixels, const QColor& col
     // with the same colour and the same antialiased edges.
     QImage shape(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
     shape.fill(Qt::transparent);
-    switch (entry.source) {
+    switch (entry.source)
+    {
     case GlyphSource::MaterialDesignIcons:
     case GlyphSource::MaterialIcons: {
         const QPainterPath path = m_sources.FontGlyph(entry.source, glyph, pixels, error);
-        if (path.isEmpty()) {
+        if (path.isEmpty())
+        {
             if (error->isEmpty())
                 *error = QStringLiteral("the glyph \"%1\" is empty").arg(glyph);
             return {};
@@ -79,7 +81,8 @@ QImage IconPainter::Render(const IconEntry& entry, int pixels, const QColor& col
         break;
     }
     case GlyphSource::Drawn:
-        if (!PaintDrawing(glyph, &shape)) {
+        if (!PaintDrawing(glyph, &shape))
+        {
             *error = QStringLiteral("no drawing named \"%1\"").arg(glyph);
             return {};
         }
@@ -100,7 +103,8 @@ bool IconPainter::PaintDrawing(const QString& name, QImage* image) const
     painter.scale(image->width() / kGrid, image->height() / kGrid);
     QPen pen(Qt::black, 2.0, Qt::SolidLine, Qt::FlatCap, Qt::MiterJoin);
 
-    for (const LineStyle& style : kLineStyles) {
+    for (const LineStyle& style : kLineStyles)
+    {
         if (name != QLatin1String(style.name))
             continue;
         if (!style.pattern.isEmpty())
@@ -112,13 +116,18 @@ bool IconPainter::PaintDrawing(const QString& name, QImage* image) const
         return true;
     }
 
-    if (name == QLatin1String("circle")) {
+    if (name == QLatin1String("circle"))
+    {
         painter.setPen(pen);
         painter.drawEllipse(QPointF(12.0, 12.0), 8.5, 8.5);
-    } else if (name == QLatin1String("rectangle")) {
+    }
+    else if (name == QLatin1String("rectangle"))
+    {
         painter.setPen(pen);
         painter.drawRect(QRectF(3.0, 5.0, 18.0, 14.0));
-    } else if (name == QLatin1String("line")) {
+    }
+    else if (name == QLatin1String("line"))
+    {
         pen.setCapStyle(Qt::RoundCap);
         painter.setPen(pen);
         painter.drawLine(QPointF(4.0, 20.0), QPointF(20.0, 4.0));
@@ -126,7 +135,9 @@ bool IconPainter::PaintDrawing(const QString& name, QImage* image) const
         painter.setBrush(Qt::black);
         painter.drawEllipse(QPointF(4.0, 20.0), 2.0, 2.0);
         painter.drawEllipse(QPointF(20.0, 4.0), 2.0, 2.0);
-    } else if (name == QLatin1String("crosshair")) {
+    }
+    else if (name == QLatin1String("crosshair"))
+    {
         pen.setWidthF(1.75);
         painter.setPen(pen);
         painter.drawEllipse(QPointF(12.0, 12.0), 6.5, 6.5);
@@ -138,7 +149,9 @@ bool IconPainter::PaintDrawing(const QString& name, QImage* image) const
         painter.setPen(Qt::NoPen);
         painter.setBrush(Qt::black);
         painter.drawEllipse(QPointF(12.0, 12.0), 1.25, 1.25);
-    } else if (name == QLatin1String("zoom-original")) {
+    }
+    else if (name == QLatin1String("zoom-original"))
+    {
         pen.setWidthF(1.75);
         painter.setPen(pen);
         painter.drawRoundedRect(QRectF(2.5, 4.5, 19.0, 15.0), 2.0, 2.0);
@@ -150,7 +163,9 @@ bool IconPainter::PaintDrawing(const QString& name, QImage* image) const
         const QRectF bounds = text.boundingRect();
         painter.translate(QPointF(12.0, 12.0) - bounds.center());
         painter.fillPath(text, Qt::black);
-    } else {
+    }
+    else
+    {
         return false;
     }
     return true;

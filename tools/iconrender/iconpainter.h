@@ -17,8 +17,7 @@ public:
     IconPainter(const GlyphSources& sources, QString textFamily);
 
     // The icon as a `pixels` square in `color`, or a null image with a message in *error.
-    QImage Render(const lumivue::resources::IconEntry& entry, int pixels, const QColor& color,
-                  QString* error) const;
+    QImage Render(const lumivue::resources::IconEntry& entry, int pixels, const QColor& color, QString* error) const;
 
 private:
     // Paints a drawing on a 24 unit grid, scaled to the image; false for an unknown drawing name.

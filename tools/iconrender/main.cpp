@@ -123,17 +123,20 @@ QImage ContactSheet(const IconPainter& painter, const QString& textFamily)
     QFont font(textFamily);
     font.setPixelSize(10);
     p.setFont(font);
-    for (int skin = 0; skin < 2; ++skin) {
+    for (int skin = 0; skin < 2; ++skin)
+    {
         const QColor background = skin == 0 ? QColor(44, 44, 44) : QColor(248, 248, 248);
         const int top = skin * (panelHeight + flagsHeight);
         p.fillRect(0, top, sheet.width(), panelHeight + flagsHeight, background);
         p.setPen(skin == 0 ? Qt::white : Qt::black);
-        for (std::size_t i = 0; i < res::kIconCount; ++i) {
+        for (std::size_t i = 0; i < res::kIconCount; ++i)
+        {
             const res::IconEntry& entry = res::kIcons[i];
             const int x = int(i % kColumns) * kCellWidth + 4;
             const int y = top + int(i / kColumns) * kCellHeight + 4;
             int at = x;
-            for (int pixels : {16, 24, 36, 48}) {
+            for (int pixels : {16, 24, 36, 48})
+            {
                 QString error;
                 const QImage icon = painter.Render(entry, pixels, GlyphColor(skin, entry.accent), &error);
                 p.drawImage(at, y + 48 - pixels, icon);
@@ -142,14 +145,15 @@ QImage ContactSheet(const IconPainter& painter, const QString& textFamily)
             p.drawText(x, y + 62, QString::fromLatin1(entry.fileName));
         }
         int at = 4;
-        for (const char* language : res::kLanguageFlags) {
+        for (const char* language : res::kLanguageFlags)
+        {
             p.drawImage(at, top + panelHeight + 4, artwork::Flag(QString::fromLatin1(language), 48, 32));
             at += 56;
         }
         const QColor text = skin == 0 ? QColor(255, 255, 255) : QColor(0, 0, 0);
         p.drawImage(4, top + panelHeight + 40,
-                    artwork::Logo(text, QColor(res::kAccentRgb[0], res::kAccentRgb[1], res::kAccentRgb[2]),
-                                  textFamily).scaledToHeight(44, Qt::SmoothTransformation));
+                    artwork::Logo(text, QColor(res::kAccentRgb[0], res::kAccentRgb[1], res::kAccentRgb[2]), textFamily)
+                        .scaledToHeight(44, Qt::SmoothTransformation));
     }
     p.end();
     return sheet;
@@ -174,12 +178,14 @@ int main(int argc, char** argv)
     const QCommandLineOption bootstrapOption("bootstrap-dir", "Folder of the bootstrap icon SVGs.", "dir");
     const QCommandLineOption robotoOption("roboto-dir", "Folder of the Roboto TTF files.", "dir");
     const QCommandLineOption sheetOption("contact-sheet", "Also write a contact sheet PNG.", "file");
-    parser.addOptions({outputOption, qrcOption, mdiFontOption, mdiCssOption, materialFontOption,
-                       materialCssOption, bootstrapOption, robotoOption, sheetOption});
+    parser.addOptions({outputOption, qrcOption, mdiFontOption, mdiCssOption, materialFontOption, materialCssOption,
+                       bootstrapOption, robotoOption, sheetOption});
     parser.process(app);
     for (const auto& required : {outputOption, qrcOption, mdiFontOption, mdiCssOption, materialFontOption,
-                                 materialCssOption, bootstrapOption, robotoOption}) {
-        if (!parser.isSet(required)) {
+                                 materialCssOption, bootstrapOption, robotoOption})
+    {
+        if (!parser.isSet(required))
+        {
             std::fprintf(stderr, "lumivue_iconrender: --%s is required\n", qPrintable(required.names().front()));
             return 2;
         }
@@ -189,14 +195,16 @@ int main(int argc, char** argv)
     QString error;
     if (!sources.Load({parser.value(mdiFontOption), parser.value(mdiCssOption), parser.value(materialFontOption),
                        parser.value(materialCssOption), parser.value(bootstrapOption)},
-                      &error)) {
+                      &error))
+    {
         std::fprintf(stderr, "lumivue_iconrender: %s\n", qPrintable(error));
         return 1;
     }
 
     const QString robotoDir = parser.value(robotoOption);
     const int boldId = QFontDatabase::addApplicationFont(robotoDir + QStringLiteral("/Roboto-Bold.ttf"));
-    if (boldId < 0) {
+    if (boldId < 0)
+    {
         std::fprintf(stderr, "lumivue_iconrender: cannot load %s/Roboto-Bold.ttf\n", qPrintable(robotoDir));
         return 1;
     }
@@ -206,18 +214,24 @@ int main(int argc, char** argv)
 
     // --- Icons
     int failures = 0;
-    for (const res::IconEntry& entry : res::kIcons) {
-        for (const res::IconFolderInfo& folder : res::kIconFolders) {
+    for (const res::IconEntry& entry : res::kIcons)
+    {
+        for (const res::IconFolderInfo& folder : res::kIconFolders)
+        {
             if (!(entry.folders & folder.folder))
                 continue;
-            for (int skin = 0; skin < 2; ++skin) {
+            for (int skin = 0; skin < 2; ++skin)
+            {
                 const QImage icon = painter.Render(entry, folder.pixels, GlyphColor(skin, entry.accent), &error);
                 const QString relative = QStringLiteral("resources/%1/%2/%3")
                                              .arg(folder.directory, res::kSkinDirectories[skin], entry.fileName);
-                if (icon.isNull()) {
+                if (icon.isNull())
+                {
                     writer.Fail(QStringLiteral("%1: %2").arg(relative, error));
                     ++failures;
-                } else if (!writer.WritePng(relative, icon)) {
+                }
+                else if (!writer.WritePng(relative, icon))
+                {
                     ++failures;
                 }
             }
@@ -225,9 +239,11 @@ int main(int argc, char** argv)
     }
 
     // --- Flags, window icon, logos, beep, fonts
-    for (const char* language : res::kLanguageFlags) {
+    for (const char* language : res::kLanguageFlags)
+    {
         const QImage flag = artwork::Flag(QString::fromLatin1(language), res::kFlagWidth, res::kFlagHeight);
-        if (flag.isNull()) {
+        if (flag.isNull())
+        {
             writer.Fail(QStringLiteral("no flag drawing for \"%1\"").arg(language));
             ++failures;
             continue;
@@ -247,16 +263,19 @@ int main(int argc, char** argv)
     for (const char* font : res::kFontFiles)
         failures += !writer.Copy(robotoDir + QLatin1Char('/') + font, QStringLiteral("resources/fonts/%1").arg(font));
 
-    if (failures > 0) {
+    if (failures > 0)
+    {
         std::fprintf(stderr, "lumivue_iconrender: %d resource(s) failed\n", failures);
         return 1;
     }
     if (!writer.WriteQrc(parser.value(qrcOption)))
         return 1;
-    if (parser.isSet(sheetOption)) {
+    if (parser.isSet(sheetOption))
+    {
         QSaveFile sheet(parser.value(sheetOption));
         if (!sheet.open(QIODevice::WriteOnly) || !ContactSheet(painter, textFamily).save(&sheet, "PNG") ||
-            !sheet.commit()) {
+            !sheet.commit())
+        {
             std::fprintf(stderr, "lumivue_iconrender: cannot write the contact sheet\n");
             return 1;
         }

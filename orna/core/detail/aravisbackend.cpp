@@ -242,10 +242,7 @@ public:
         return image ? size_t(static_cast<const uint8_t*>(image) - m_data) : 0;
     }
     uint64_t Width() const override { return IsImage() ? uint64_t(arv_buffer_get_image_width(m_buffer.Get())) : 0; }
-    uint64_t Height() const override
-    {
-        return IsImage() ? uint64_t(arv_buffer_get_image_height(m_buffer.Get())) : 0;
-    }
+    uint64_t Height() const override { return IsImage() ? uint64_t(arv_buffer_get_image_height(m_buffer.Get())) : 0; }
     uint64_t PixelFormat() const override
     {
         return IsImage() ? uint64_t(arv_buffer_get_image_pixel_format(m_buffer.Get())) : 0;
@@ -318,7 +315,8 @@ public:
 
     std::shared_ptr<BufferBackend> Announce(size_t size, void* memory, void* userPtr) override
     {
-        auto native = GObjectPtr<ArvBuffer>::Adopt(memory ? arv_buffer_new(size, memory) : arv_buffer_new_allocate(size));
+        auto native =
+            GObjectPtr<ArvBuffer>::Adopt(memory ? arv_buffer_new(size, memory) : arv_buffer_new_allocate(size));
         if (!native)
             Raise(ReturnCode::BadAlloc, "Could not allocate a buffer of " + std::to_string(size) + " bytes");
         auto buffer = std::make_shared<AravisBuffer>(native, size, userPtr, m_bigEndian);
@@ -682,9 +680,9 @@ void InitializeAravisBackends()
         const char* key;
         bool byDefault;
     };
-    for (const Entry& entry : {Entry{"gev", Kind::GigE, "aravis:GigEVision", true},
-                               Entry{"u3v", Kind::Usb3, "aravis:USB3Vision", true},
-                               Entry{"fake", Kind::Fake, "aravis:Fake", false}})
+    for (const Entry& entry :
+         {Entry{"gev", Kind::GigE, "aravis:GigEVision", true}, Entry{"u3v", Kind::Usb3, "aravis:USB3Vision", true},
+          Entry{"fake", Kind::Fake, "aravis:Fake", false}})
     {
         TransportProvider provider;
         provider.token = entry.token;

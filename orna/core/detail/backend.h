@@ -99,7 +99,7 @@ public:
 struct BufferStatusInfo
 {
     bool incomplete = false;
-    int32_t leaderStatus = 0;  // 0 success; negative: the GigE Vision status with its high bit set
+    int32_t leaderStatus = 0; // 0 success; negative: the GigE Vision status with its high bit set
     int32_t trailerStatus = 0;
 };
 
@@ -132,8 +132,8 @@ struct StreamCounters
 {
     uint64_t delivered = 0;
     uint64_t incomplete = 0;
-    uint64_t underruns = 0; // frames dropped for lack of a queued buffer
-    uint64_t lost = 0;      // frames the transport never received
+    uint64_t underruns = 0;                    // frames dropped for lack of a queued buffer
+    uint64_t lost = 0;                         // frames the transport never received
     std::map<std::string, uint64_t> transport; // transport-specific statistics by name
 };
 

@@ -225,8 +225,8 @@ std::vector<BufferChunk> WalkChunksStrict(const uint8_t* payload, size_t size, b
         const uint32_t id = read32(end - 8);
         if (length > end - 8)
             Raise(ReturnCode::InvalidArgument, "Chunk data damaged: chunk " + Hex(id) + " claims " +
-                                                   std::to_string(length) + " bytes, only " +
-                                                   std::to_string(end - 8) + " precede its trailer");
+                                                   std::to_string(length) + " bytes, only " + std::to_string(end - 8) +
+                                                   " precede its trailer");
         end -= 8 + size_t(length);
         chunks.emplace_back(id, payload + end, length);
     }

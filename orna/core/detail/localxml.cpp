@@ -77,8 +77,7 @@ void LocalXmlBuilder::Category(const std::string& name, const std::vector<std::s
     m_body += "  </Category>\n";
 }
 
-void LocalXmlBuilder::String(const std::string& name, std::function<std::string()> get,
-                             const std::string& visibility)
+void LocalXmlBuilder::String(const std::string& name, std::function<std::string()> get, const std::string& visibility)
 {
     constexpr size_t kLength = 512;
     const uint64_t address = Allocate(kLength);
@@ -96,8 +95,8 @@ void LocalXmlBuilder::Integer(const std::string& name, std::function<int64_t()> 
     const uint64_t address = Allocate(8);
     const bool writable = static_cast<bool>(set);
     m_bank->AddInteger(address, std::move(get), std::move(set));
-    m_body += "  <Integer Name=\"" + name + "\" NameSpace=\"Standard\">\n    <Visibility>" + visibility +
-              "</Visibility>\n";
+    m_body +=
+        "  <Integer Name=\"" + name + "\" NameSpace=\"Standard\">\n    <Visibility>" + visibility + "</Visibility>\n";
     for (const auto& s : selected)
         m_body += "    <pSelected>" + s + "</pSelected>\n";
     m_body += "    <pValue>" + name + "Reg</pValue>\n";

@@ -61,7 +61,7 @@ struct NodeMapImpl : std::enable_shared_from_this<NodeMapImpl>
         bool known = false;
         std::string last;
     };
-    std::unordered_map<std::string, PollState> poll;        // guarded by mutex
+    std::unordered_map<std::string, PollState> poll;          // guarded by mutex
     std::unordered_map<std::string, std::string> chunkValues; // guarded by mutex
     std::unordered_map<std::string, std::string> eventValues; // guarded by mutex
 

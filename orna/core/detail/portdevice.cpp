@@ -145,14 +145,12 @@ GObjectPtr<ArvDevice> CreatePortDevice(std::shared_ptr<RegisterBank> bank, const
     std::string error;
     if (!check.Parse(xml, error))
         Raise(ReturnCode::InvalidArgument, error);
-    auto device = GObjectPtr<ArvDevice>::Adopt(
-        ARV_DEVICE(g_object_new(orna_port_device_get_type(), nullptr)));
+    auto device = GObjectPtr<ArvDevice>::Adopt(ARV_DEVICE(g_object_new(orna_port_device_get_type(), nullptr)));
     OrnaPortDevice* self = AsPortDevice(device.Get());
     self->state->bank = std::move(bank);
     self->state->xml = xml;
     self->state->engineXml = engineXml.empty() ? xml : engineXml;
-    self->state->genicam =
-        arv_gc_new(device.Get(), self->state->engineXml.data(), self->state->engineXml.size());
+    self->state->genicam = arv_gc_new(device.Get(), self->state->engineXml.data(), self->state->engineXml.size());
     if (!self->state->genicam || !arv_gc_get_node(self->state->genicam, "Root"))
         Raise(ReturnCode::InvalidArgument, "The GenICam XML of a local node map could not be parsed");
     arv_gc_set_access_check_policy(self->state->genicam, ARV_ACCESS_CHECK_POLICY_ENABLE);

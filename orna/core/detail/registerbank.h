@@ -67,7 +67,7 @@ private:
         ReadFunction read;
         WriteFunction write;
         bool memory = false;
-        std::function<bool(uint64_t, uint8_t*, size_t)> readAt;         // pass-through windows
+        std::function<bool(uint64_t, uint8_t*, size_t)> readAt; // pass-through windows
         std::function<bool(uint64_t, const uint8_t*, size_t)> writeAt;
         bool writable = false;
         size_t memoryOffset = 0;

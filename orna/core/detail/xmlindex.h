@@ -31,11 +31,11 @@ struct XmlNodeInfo
     std::optional<int64_t> commandValue;
     std::optional<uint64_t> chunkId;
     std::optional<uint64_t> eventId;
-    std::vector<std::string> entries;     // enumerations: EnumEntry names in document order
-    std::vector<std::string> features;    // categories: pFeature
-    std::vector<std::string> selected;    // selectors: pSelected
+    std::vector<std::string> entries;      // enumerations: EnumEntry names in document order
+    std::vector<std::string> features;     // categories: pFeature
+    std::vector<std::string> selected;     // selectors: pSelected
     std::vector<std::string> invalidators; // pInvalidator
-    std::vector<std::string> references;  // every other p* element (pValue, pMin, pAddress, pVariable, ...)
+    std::vector<std::string> references;   // every other p* element (pValue, pMin, pAddress, pVariable, ...)
 };
 
 class XmlIndex

@@ -34,19 +34,21 @@
 
 namespace orna::core::sim {
 
-struct FrameHeader {
+struct FrameHeader
+{
     uint64_t frameId = 0;
     uint64_t timestampNs = 0;
     uint32_t width = 0, height = 0;
-    uint32_t pixelFormat = 0;  // PFNC code
-    size_t imageSize = 0;      // bytes of all images in the buffer
-    size_t payloadSize = 0;    // image + chunk data
+    uint32_t pixelFormat = 0; // PFNC code
+    size_t imageSize = 0;     // bytes of all images in the buffer
+    size_t payloadSize = 0;   // image + chunk data
     bool incomplete = false;
     uint32_t imagesInBuffer = 1;
     bool hasChunks = false;
 };
 
-class FrameSink {
+class FrameSink
+{
 public:
     virtual ~FrameSink() = default;
     // Called on the camera's acquisition thread. Returns memory of at least `size` bytes, or nullptr when
@@ -55,31 +57,33 @@ public:
     virtual void CommitBuffer(void* token, const FrameHeader& header) = 0;
 };
 
-struct SimEvent {
+struct SimEvent
+{
     uint64_t eventId = 0;
     uint64_t timestampNs = 0;
-    std::vector<uint8_t> data;  // ExposureEnd: the frame id, 8 bytes little-endian
-    std::string name;           // "ExposureEnd", "Test"
+    std::vector<uint8_t> data; // ExposureEnd: the frame id, 8 bytes little-endian
+    std::string name;          // "ExposureEnd", "Test"
 };
 
-struct SimCameraConfig {
-    std::string model = "color";  // color, mono, locked, service, booterror, color12mp
+struct SimCameraConfig
+{
+    std::string model = "color"; // color, mono, locked, service, booterror, color12mp
     std::string vendorName = "Lumivue";
-    std::string modelName;  // from the model when empty
+    std::string modelName; // from the model when empty
     std::string familyName = "Lumivue Sim";
     std::string serialNumber = "LVS0000001";
-    std::string firmwareVersion;  // from the model when empty
+    std::string firmwareVersion; // from the model when empty
     std::string deviceVersion = "1.0";
     std::string sensorName;
     uint32_t sensorWidth = 1920, sensorHeight = 1200;
     bool color = true;
-    bool locked = false;           // lock register reads 1
-    bool serviceFirmware = false;  // no data stream, reduced XML
-    uint32_t bootStatus = 0;       // val::BootStatus
-    double fullFrameRate = 60.0;   // sensor readout limit at full height, Hz
-    uint64_t linkSpeed = 400000000;  // bytes per second (USB3 Vision)
+    bool locked = false;            // lock register reads 1
+    bool serviceFirmware = false;   // no data stream, reduced XML
+    uint32_t bootStatus = 0;        // val::BootStatus
+    double fullFrameRate = 60.0;    // sensor readout limit at full height, Hz
+    uint64_t linkSpeed = 400000000; // bytes per second (USB3 Vision)
     int focusPeak = 612;
-    std::chrono::milliseconds resetDuration{1500};  // DeviceReset: time until the camera is back
+    std::chrono::milliseconds resetDuration{1500}; // DeviceReset: time until the camera is back
 
     // The configuration of a named model ("color", "mono", "locked", "service", "booterror", "color12mp");
     // false for an unknown name.
@@ -87,7 +91,8 @@ struct SimCameraConfig {
     static std::vector<std::string> ModelNames();
 };
 
-class SimCamera {
+class SimCamera
+{
 public:
     explicit SimCamera(const SimCameraConfig& config);
     ~SimCamera();
@@ -132,18 +137,33 @@ public:
     uint64_t DeliveredFrameCount() const;
 
 private:
-    enum class Kind { Raw, UInt, Float, Enum, Command };
-    struct Reg {
+    enum class Kind
+    {
+        Raw,
+        UInt,
+        Float,
+        Enum,
+        Command
+    };
+    struct Reg
+    {
         Kind kind = Kind::UInt;
-        double min = 0, max = 4294967295.0;  // inclusive, for UInt/Float/Enum
+        double min = 0, max = 4294967295.0; // inclusive, for UInt/Float/Enum
         uint32_t size = 4;
         bool readable = true, writable = true;
-        bool persistent = false;   // part of a user set
-        bool sizeLocked = false;   // rejected while TLParamsLocked is set
+        bool persistent = false; // part of a user set
+        bool sizeLocked = false; // rejected while TLParamsLocked is set
         std::vector<uint8_t> bytes;
     };
-    enum class PostAction { None, StartThread, StopThread, ScheduleReset };
-    struct Pending {
+    enum class PostAction
+    {
+        None,
+        StartThread,
+        StopThread,
+        ScheduleReset
+    };
+    struct Pending
+    {
         std::vector<SimEvent> events;
         PostAction action = PostAction::None;
     };
@@ -159,7 +179,7 @@ private:
     void AddCommand(uint64_t address);
     void AddRO(uint64_t address, uint32_t size, uint64_t value);
     void AddStr(uint64_t address, const std::string& value, bool writable);
-    void PowerUp();  // registers to power-on state: factory defaults, then the default user set
+    void PowerUp(); // registers to power-on state: factory defaults, then the default user set
 
     Reg* Find(uint64_t address, size_t size, size_t* offset);
     uint32_t U32(uint64_t address) const;
@@ -210,11 +230,15 @@ private:
     std::map<uint64_t, Reg> regs_;
     std::map<uint64_t, std::vector<uint8_t>> factory_;
     std::vector<std::string> files_;
-    struct FileState { bool open = false; uint32_t mode = 0; };
+    struct FileState
+    {
+        bool open = false;
+        uint32_t mode = 0;
+    };
     std::vector<FileState> fileStates_;
     std::vector<uint8_t> eeprom_;
-    std::string pendingFirmware_;    // version of a checked image waiting for the next reset
-    std::string installedFirmware_;  // version installed by an update (non-volatile)
+    std::string pendingFirmware_;   // version of a checked image waiting for the next reset
+    std::string installedFirmware_; // version installed by an update (non-volatile)
     bool connected_ = true;
     bool heldByOther_ = false;
     bool lineInput_[4] = {false, false, false, false};
@@ -232,11 +256,11 @@ private:
     std::atomic<uint64_t> lostFrames_{0}, deliveredFrames_{0};
     std::condition_variable acqCv_;
     std::thread acqThread_;
-    std::mutex threadMutex_;  // serialises starting/joining acqThread_ (never held with mutex_ while joining)
+    std::mutex threadMutex_; // serialises starting/joining acqThread_ (never held with mutex_ while joining)
 
     std::mutex sinkMutex_;
     FrameSink* sink_ = nullptr;
-    std::unique_ptr<SimFrameGenerator> generator_;  // acquisition thread only
+    std::unique_ptr<SimFrameGenerator> generator_; // acquisition thread only
 
     std::mutex callbackMutex_;
     std::function<void(const SimEvent&)> eventSink_;
@@ -257,4 +281,4 @@ private:
 std::string StoredUserId(const std::string& serial);
 void StoreUserId(const std::string& serial, const std::string& id);
 
-}  // namespace orna::core::sim
+} // namespace orna::core::sim

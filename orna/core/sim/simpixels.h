@@ -7,19 +7,21 @@
 
 namespace orna::core::sim {
 
-enum class PixelLayout {
+enum class PixelLayout
+{
     Unknown,
-    Plain8,     // one byte per sample (Mono8, BayerRG8)
-    Plain16,    // 16-bit little-endian per sample, value in the low bits (Mono10/12, BayerRG10/12)
-    Packed10p,  // PFNC 10p: little-endian bit stream, 4 pixels in 5 bytes
-    Packed12p,  // PFNC 12p: little-endian bit stream, 2 pixels in 3 bytes
-    G40,        // four high bytes, then one byte of the four 2-bit low parts (first pixel lowest)
-    G24,        // two high bytes, then one byte of the two 4-bit low parts (first pixel lowest)
-    RGB8,       // R, G, B
-    BGRa8       // B, G, R, A
+    Plain8,    // one byte per sample (Mono8, BayerRG8)
+    Plain16,   // 16-bit little-endian per sample, value in the low bits (Mono10/12, BayerRG10/12)
+    Packed10p, // PFNC 10p: little-endian bit stream, 4 pixels in 5 bytes
+    Packed12p, // PFNC 12p: little-endian bit stream, 2 pixels in 3 bytes
+    G40,       // four high bytes, then one byte of the four 2-bit low parts (first pixel lowest)
+    G24,       // two high bytes, then one byte of the two 4-bit low parts (first pixel lowest)
+    RGB8,      // R, G, B
+    BGRa8      // B, G, R, A
 };
 
-struct PixelFormatInfo {
+struct PixelFormatInfo
+{
     PixelLayout layout = PixelLayout::Unknown;
     uint32_t bitDepth = 0;      // significant bits per sample
     bool bayer = false;         // one colour sample per pixel in an RG mosaic
@@ -43,4 +45,4 @@ void PackSamples(PixelLayout layout, const uint16_t* src, size_t count, uint8_t*
 // The inverse, for tests and for consumers of the vendor layouts.
 void UnpackSamples(PixelLayout layout, const uint8_t* src, size_t count, uint16_t* dst);
 
-}  // namespace orna::core::sim
+} // namespace orna::core::sim

@@ -21,12 +21,14 @@ namespace orna::core::sim {
 constexpr const char* kSimCamerasEnvironmentVariable = "ORNA_SIM_CAMERAS";
 constexpr size_t kMaxSimCameras = 16;
 
-struct SimCameraEntry {
+struct SimCameraEntry
+{
     std::string model;
     std::string serial;
 };
 
-class SimCameraRegistry {
+class SimCameraRegistry
+{
 public:
     // The process-wide registry, configured from ORNA_SIM_CAMERAS on first use.
     static SimCameraRegistry& Instance();
@@ -49,4 +51,4 @@ private:
     std::string error_;
 };
 
-}  // namespace orna::core::sim
+} // namespace orna::core::sim

@@ -17,7 +17,8 @@
 
 namespace orna::core::sim {
 
-struct SimImageSettings {
+struct SimImageSettings
+{
     uint32_t sensorWidth = 1920;
     uint32_t sensorHeight = 1200;
     bool colorSensor = true;
@@ -33,14 +34,14 @@ struct SimImageSettings {
     double balance[3] = {1.0, 1.0, 1.0};
     double blackLevelPercent = 0.0;
     double gamma = 1.0;
-    bool colorCorrection = false;  // applies `ccm` to RGB outputs (raw Bayer data stays raw)
+    bool colorCorrection = false; // applies `ccm` to RGB outputs (raw Bayer data stays raw)
     double ccm[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
     // Optics and sensor.
     int focusPosition = 0;
     int focusPeak = 612;
     bool lowNoise = false;
-    bool rollingShutter = false;  // rows are read one after the other: moving things lean
-    uint64_t seed = 1;  // hot pixel positions and noise table
+    bool rollingShutter = false; // rows are read one after the other: moving things lean
+    uint64_t seed = 1;           // hot pixel positions and noise table
 
     bool operator==(const SimImageSettings& o) const;
     bool operator!=(const SimImageSettings& o) const { return !(*this == o); }
@@ -49,7 +50,8 @@ struct SimImageSettings {
 // Exposure at which a scene radiance of 1.0 reaches full scale with 0 dB gain and balance 1.
 constexpr double kReferenceExposureUs = 12000.0;
 
-class SimFrameGenerator {
+class SimFrameGenerator
+{
 public:
     SimFrameGenerator();
     ~SimFrameGenerator();
@@ -73,25 +75,24 @@ private:
     void BuildLinear();
     void BuildBase();
     void BuildNoise();
-    template <typename T>
-    void DrawElement(uint64_t frameIndex, uint32_t y, T* row) const;
+    template <typename T> void DrawElement(uint64_t frameIndex, uint32_t y, T* row) const;
 
     SimImageSettings settings_;
     bool configured_ = false;
     std::shared_ptr<const Scene> scene_;
     size_t imageSize_ = 0;
-    uint32_t channels_ = 1;      // planes of linear_: 1 mono, 3 colour
-    uint32_t maxValue_ = 255;    // full scale of the output samples
-    std::vector<uint16_t> linear_;   // per plane: width*height radiance after geometry and focus
-    std::vector<uint16_t> lut_;      // per plane: 65536 entries radiance -> output sample
-    std::vector<uint8_t> base8_;     // noise-free frame, 8-bit layouts (samples interleaved as sent)
-    std::vector<uint16_t> base16_;   // noise-free frame, deeper layouts (one sample per pixel)
+    uint32_t channels_ = 1;        // planes of linear_: 1 mono, 3 colour
+    uint32_t maxValue_ = 255;      // full scale of the output samples
+    std::vector<uint16_t> linear_; // per plane: width*height radiance after geometry and focus
+    std::vector<uint16_t> lut_;    // per plane: 65536 entries radiance -> output sample
+    std::vector<uint8_t> base8_;   // noise-free frame, 8-bit layouts (samples interleaved as sent)
+    std::vector<uint16_t> base16_; // noise-free frame, deeper layouts (one sample per pixel)
     std::vector<int8_t> noise8_;
     std::vector<int16_t> noise16_;
     std::vector<uint16_t> row16_;
-    std::vector<size_t> hotPixels_;  // output pixel indices
+    std::vector<size_t> hotPixels_; // output pixel indices
     uint16_t elementValue_[3] = {0, 0, 0};
     uint16_t elementHand_[3] = {0, 0, 0};
 };
 
-}  // namespace orna::core::sim
+} // namespace orna::core::sim

@@ -10,75 +10,99 @@
 
 namespace orna::core::sim {
 
-std::vector<uint32_t> PixelFormatsOf(const SimCameraConfig& config) {
-    if (config.color) {
-        return {pfnc::BayerRG8,  pfnc::BayerRG10,    pfnc::BayerRG10p,   pfnc::BayerRG12, pfnc::BayerRG12p,
-                pfnc::BayerRG10g40, pfnc::BayerRG12g24, pfnc::RGB8, pfnc::BGRa8, pfnc::Mono8};
+std::vector<uint32_t> PixelFormatsOf(const SimCameraConfig& config)
+{
+    if (config.color)
+    {
+        return {pfnc::BayerRG8,     pfnc::BayerRG10,    pfnc::BayerRG10p, pfnc::BayerRG12, pfnc::BayerRG12p,
+                pfnc::BayerRG10g40, pfnc::BayerRG12g24, pfnc::RGB8,       pfnc::BGRa8,     pfnc::Mono8};
     }
     return {pfnc::Mono8, pfnc::Mono10, pfnc::Mono10p, pfnc::Mono12, pfnc::Mono12p, pfnc::Mono10g40, pfnc::Mono12g24};
 }
 
 namespace {
 
-struct Entry {
+struct Entry
+{
     std::string name;
     int64_t value;
     std::string description;
 };
 
 // Where a register sits: a fixed address, optionally shifted by a selector's value times a stride.
-struct Where {
+struct Where
+{
     uint64_t address;
     const char* selector = nullptr;
     uint64_t stride = 0;
 };
 
-std::string Hex(uint64_t v) {
+std::string Hex(uint64_t v)
+{
     char b[32];
     std::snprintf(b, sizeof b, "0x%llX", static_cast<unsigned long long>(v));
     return b;
 }
 
-std::string Num(double v) {
+std::string Num(double v)
+{
     std::ostringstream o;
     o.precision(10);
     o << v;
     return o.str();
 }
 
-std::string Escape(const std::string& s) {
+std::string Escape(const std::string& s)
+{
     std::string out;
-    for (char c : s) {
-        switch (c) {
-        case '&': out += "&amp;"; break;
-        case '<': out += "&lt;"; break;
-        case '>': out += "&gt;"; break;
-        case '"': out += "&quot;"; break;
-        default: out += c;
+    for (char c : s)
+    {
+        switch (c)
+        {
+        case '&':
+            out += "&amp;";
+            break;
+        case '<':
+            out += "&lt;";
+            break;
+        case '>':
+            out += "&gt;";
+            break;
+        case '"':
+            out += "&quot;";
+            break;
+        default:
+            out += c;
         }
     }
     return out;
 }
 
-class XmlWriter {
+class XmlWriter
+{
 public:
     std::ostringstream o;
 
-    void Head(const char* kind, const std::string& name, const std::string& tip, const char* visibility = "Beginner") {
+    void Head(const char* kind, const std::string& name, const std::string& tip, const char* visibility = "Beginner")
+    {
         o << "  <" << kind << " Name=\"" << name << "\">\n";
-        if (!tip.empty()) {
+        if (!tip.empty())
+        {
             o << "    <ToolTip>" << Escape(tip) << "</ToolTip>\n";
         }
         o << "    <Visibility>" << visibility << "</Visibility>\n";
     }
     void Tail(const char* kind) { o << "  </" << kind << ">\n"; }
-    void Var(const char* name, const std::string& node) {
+    void Var(const char* name, const std::string& node)
+    {
         o << "    <pVariable Name=\"" << name << "\">" << node << "</pVariable>\n";
     }
     void El(const char* tag, const std::string& value) { o << "    <" << tag << ">" << value << "</" << tag << ">\n"; }
-    void RegBody(const Where& w, uint64_t length, const char* access, const char* port = "Device") {
+    void RegBody(const Where& w, uint64_t length, const char* access, const char* port = "Device")
+    {
         El("Address", Hex(w.address));
-        if (w.selector != nullptr) {
+        if (w.selector != nullptr)
+        {
             o << "    <pIndex Offset=\"" << w.stride << "\">" << w.selector << "</pIndex>\n";
         }
         El("Length", std::to_string(length));
@@ -88,7 +112,8 @@ public:
     }
 
     void IntReg(const std::string& name, const Where& w, uint64_t length, const char* access, const std::string& tip,
-                const char* visibility = "Beginner", bool isSigned = false, const char* port = "Device") {
+                const char* visibility = "Beginner", bool isSigned = false, const char* port = "Device")
+    {
         Head("IntReg", name, tip, visibility);
         RegBody(w, length, access, port);
         El("Sign", isSigned ? "Signed" : "Unsigned");
@@ -96,11 +121,13 @@ public:
         Tail("IntReg");
     }
     void FloatReg(const std::string& name, const Where& w, const char* access, const std::string& tip,
-                  const char* visibility = "Invisible", const char* unit = nullptr, const char* port = "Device") {
+                  const char* visibility = "Invisible", const char* unit = nullptr, const char* port = "Device")
+    {
         Head("FloatReg", name, tip, visibility);
         RegBody(w, 8, access, port);
         El("Endianess", "LittleEndian");
-        if (unit != nullptr) {
+        if (unit != nullptr)
+        {
             El("Unit", unit);
         }
         Tail("FloatReg");
@@ -109,36 +136,43 @@ public:
     void Integer(const std::string& name, const Where& w, const std::string& tip, const std::string& min,
                  const std::string& max, int64_t inc = 1, const char* unit = nullptr, bool locked = false,
                  const char* access = "RW", const std::vector<std::string>& invalidators = {},
-                 const char* visibility = "Beginner", uint64_t length = 4) {
+                 const char* visibility = "Beginner", uint64_t length = 4)
+    {
         IntReg(name + "Reg", w, length, access, "", "Invisible");
         Head("Integer", name, tip, visibility);
-        for (const auto& inv : invalidators) {
+        for (const auto& inv : invalidators)
+        {
             El("pInvalidator", inv);
         }
-        if (locked) {
+        if (locked)
+        {
             El("pIsLocked", "TLParamsLocked");
         }
         El("pValue", name + "Reg");
         El(IsNode(min) ? "pMin" : "Min", min);
         El(IsNode(max) ? "pMax" : "Max", max);
         El("Inc", std::to_string(inc));
-        if (unit != nullptr) {
+        if (unit != nullptr)
+        {
             El("Unit", unit);
         }
         El("Representation", "Linear");
         Tail("Integer");
     }
     void Float(const std::string& name, const Where& w, const std::string& tip, double min, const std::string& max,
-               const char* unit, const char* visibility = "Beginner", const std::vector<std::string>& invalidators = {}) {
+               const char* unit, const char* visibility = "Beginner", const std::vector<std::string>& invalidators = {})
+    {
         FloatReg(name + "Reg", w, "RW", "");
         Head("Float", name, tip, visibility);
-        for (const auto& inv : invalidators) {
+        for (const auto& inv : invalidators)
+        {
             El("pInvalidator", inv);
         }
         El("pValue", name + "Reg");
         El("Min", Num(min));
         El(IsNode(max) ? "pMax" : "Max", max);
-        if (unit != nullptr) {
+        if (unit != nullptr)
+        {
             El("Unit", unit);
         }
         El("Representation", "PureNumber");
@@ -147,21 +181,27 @@ public:
     void Enumeration(const std::string& name, const Where& w, const std::string& tip, const std::vector<Entry>& entries,
                      const char* access = "RW", const std::vector<std::string>& selected = {}, bool locked = false,
                      const char* visibility = "Beginner", const char* port = "Device",
-                     const std::vector<std::string>& invalidators = {}) {
+                     const std::vector<std::string>& invalidators = {})
+    {
         IntReg(name + "Reg", w, 4, access, "", "Invisible", false, port);
         Head("Enumeration", name, tip, visibility);
-        for (const auto& inv : invalidators) {
+        for (const auto& inv : invalidators)
+        {
             El("pInvalidator", inv);
         }
-        if (locked) {
+        if (locked)
+        {
             El("pIsLocked", "TLParamsLocked");
         }
-        for (const auto& s : selected) {
+        for (const auto& s : selected)
+        {
             El("pSelected", s);
         }
-        for (const Entry& e : entries) {
+        for (const Entry& e : entries)
+        {
             o << "    <EnumEntry Name=\"" << e.name << "\">\n";
-            if (!e.description.empty()) {
+            if (!e.description.empty())
+            {
                 o << "      <Description>" << Escape(e.description) << "</Description>\n";
             }
             o << "      <Value>" << e.value << "</Value>\n    </EnumEntry>\n";
@@ -170,19 +210,24 @@ public:
         Tail("Enumeration");
     }
     void Boolean(const std::string& name, const Where& w, const std::string& tip, int bit = -1, bool locked = false,
-                 const char* access = "RW") {
-        if (bit >= 0) {
+                 const char* access = "RW")
+    {
+        if (bit >= 0)
+        {
             Head("MaskedIntReg", name + "Reg", "", "Invisible");
             RegBody(w, 4, access);
             El("Bit", std::to_string(bit));
             El("Sign", "Unsigned");
             El("Endianess", "LittleEndian");
             Tail("MaskedIntReg");
-        } else {
+        }
+        else
+        {
             IntReg(name + "Reg", w, 4, access, "", "Invisible");
         }
         Head("Boolean", name, tip);
-        if (locked) {
+        if (locked)
+        {
             El("pIsLocked", "TLParamsLocked");
         }
         El("pValue", name + "Reg");
@@ -190,47 +235,59 @@ public:
         El("OffValue", "0");
         Tail("Boolean");
     }
-    void Command(const std::string& name, const Where& w, const std::string& tip, const char* visibility = "Beginner") {
+    void Command(const std::string& name, const Where& w, const std::string& tip, const char* visibility = "Beginner")
+    {
         IntReg(name + "Reg", w, 4, "RW", "", "Invisible");
         Head("Command", name, tip, visibility);
         El("pValue", name + "Reg");
         El("CommandValue", "1");
         Tail("Command");
     }
-    void StringReg(const std::string& name, uint64_t address, const char* access, const std::string& tip) {
+    void StringReg(const std::string& name, uint64_t address, const char* access, const std::string& tip)
+    {
         Head("StringReg", name, tip);
         RegBody({address}, reg::kStringLength, access);
         Tail("StringReg");
     }
     void Register(const std::string& name, uint64_t address, uint64_t length, const std::string& tip,
-                  const char* visibility = "Expert") {
+                  const char* visibility = "Expert")
+    {
         Head("Register", name, tip, visibility);
         RegBody({address}, length, "RW");
         Tail("Register");
     }
-    void Category(const std::string& name, const std::string& tip, const std::vector<std::string>& features) {
+    void Category(const std::string& name, const std::string& tip, const std::vector<std::string>& features)
+    {
         Head("Category", name, tip);
-        for (const auto& f : features) {
+        for (const auto& f : features)
+        {
             El("pFeature", f);
         }
         Tail("Category");
     }
 
 private:
-    static bool IsNode(const std::string& s) {
+    static bool IsNode(const std::string& s)
+    {
         return !s.empty() && ((s[0] >= 'A' && s[0] <= 'Z') || (s[0] >= 'a' && s[0] <= 'z'));
     }
 };
 
-std::vector<Entry> OffOn() { return {{"Off", val::Off, ""}, {"On", val::On, ""}}; }
-std::vector<Entry> AutoEntries() {
+std::vector<Entry> OffOn()
+{
+    return {{"Off", val::Off, ""}, {"On", val::On, ""}};
+}
+std::vector<Entry> AutoEntries()
+{
     return {{"Off", val::AutoOff, ""}, {"Once", val::AutoOnce, ""}, {"Continuous", val::AutoContinuous, ""}};
 }
-std::vector<Entry> GainEntries() {
+std::vector<Entry> GainEntries()
+{
     return {{"All", val::GainAll, ""}, {"AnalogAll", val::GainAnalogAll, ""}, {"DigitalAll", val::GainDigitalAll, ""}};
 }
 
-void DeviceSection(XmlWriter& x, const SimCameraConfig& c) {
+void DeviceSection(XmlWriter& x, const SimCameraConfig& c)
+{
     using namespace reg;
     x.StringReg("DeviceVendorName", DeviceVendorName, "RO", "Name of the manufacturer.");
     x.StringReg("DeviceModelName", DeviceModelName, "RO", "Model of the device.");
@@ -247,9 +304,10 @@ void DeviceSection(XmlWriter& x, const SimCameraConfig& c) {
                    {"ConfigurationCrcError", val::BootConfigurationCrcError,
                     "The stored configuration failed its checksum; factory settings were loaded."}},
                   "RO");
-    x.Enumeration("BootOptions", {BootOptions}, "Firmware started at the next reset.",
-                  {{"Runtime", val::BootRuntime, "Runtime firmware."}, {"Service", val::BootService, "Service firmware."}},
-                  "RW", {}, false, "Guru");
+    x.Enumeration(
+        "BootOptions", {BootOptions}, "Firmware started at the next reset.",
+        {{"Runtime", val::BootRuntime, "Runtime firmware."}, {"Service", val::BootService, "Service firmware."}}, "RW",
+        {}, false, "Guru");
     x.Command("DeviceReset", {DeviceReset}, "Resets the device; it leaves the bus and comes back after its boot.");
     x.IntReg("DeviceTemperatureRaw", {DeviceTemperatureRaw}, 4, "RO", "", "Invisible", true);
     x.Head("Converter", "DeviceTemperature", "Temperature of the main board.", "Expert");
@@ -263,11 +321,13 @@ void DeviceSection(XmlWriter& x, const SimCameraConfig& c) {
     x.Tail("Converter");
     x.IntReg("DeviceStreamChannelCount", {DeviceStreamChannelCount}, 4, "RO", "Number of data streams.", "Expert");
     x.Integer("LockRegisterValue", {LockRegister}, "", "0", "4294967295", 1, nullptr, false, "RO", {}, "Invisible");
-    std::vector<std::string> device = {"DeviceVendorName", "DeviceModelName", "DeviceFamilyName", "DeviceSerialNumber",
-                                       "DeviceUserID", "DeviceFirmwareVersion", "DeviceVersion", "DeviceManufacturerInfo",
-                                       "SensorName", "DeviceBootStatus", "BootOptions", "DeviceReset", "DeviceTemperature",
-                                       "DeviceStreamChannelCount"};
-    if (c.serviceFirmware) {
+    std::vector<std::string> device = {
+        "DeviceVendorName",  "DeviceModelName",         "DeviceFamilyName", "DeviceSerialNumber",
+        "DeviceUserID",      "DeviceFirmwareVersion",   "DeviceVersion",    "DeviceManufacturerInfo",
+        "SensorName",        "DeviceBootStatus",        "BootOptions",      "DeviceReset",
+        "DeviceTemperature", "DeviceStreamChannelCount"};
+    if (c.serviceFirmware)
+    {
         x.Category("DeviceControl", "Device information and control.", device);
         return;
     }
@@ -294,7 +354,8 @@ void DeviceSection(XmlWriter& x, const SimCameraConfig& c) {
     x.Category("DeviceControl", "Device information and control.", device);
 }
 
-void ImageSection(XmlWriter& x, const SimCameraConfig& c) {
+void ImageSection(XmlWriter& x, const SimCameraConfig& c)
+{
     using namespace reg;
     const std::vector<std::string> sizeNodes = {"BinningHorizontal", "BinningVertical", "DecimationHorizontal",
                                                 "DecimationVertical"};
@@ -326,7 +387,8 @@ void ImageSection(XmlWriter& x, const SimCameraConfig& c) {
     x.Integer("OffsetY", {OffsetY}, "Vertical offset of the region.", "0", "OffsetYLimit", limits::OffsetYInc, "px",
               false, "RW", {"Height", "BinningVertical", "DecimationVertical"});
     std::vector<Entry> formats;
-    for (uint32_t f : PixelFormatsOf(c)) {
+    for (uint32_t f : PixelFormatsOf(c))
+    {
         formats.push_back({DescribePixelFormat(f).name, int64_t(f), ""});
     }
     x.Enumeration("PixelFormat", {reg::PixelFormat}, "Format of the pixels sent.", formats, "RW", {}, true);
@@ -353,7 +415,8 @@ void ImageSection(XmlWriter& x, const SimCameraConfig& c) {
     x.Boolean("ReverseX", {ImageFlip}, "Mirrors the image horizontally.", 0);
     x.Boolean("ReverseY", {ImageFlip}, "Mirrors the image vertically.", 1);
     x.Enumeration("ImageBufferMode", {reg::ImageBufferMode}, "One image per buffer, or several images in one buffer.",
-                  {{"SingleImage", val::SingleImage, ""}, {"MultiImage", val::MultiImage, ""}}, "RW", {}, true, "Expert");
+                  {{"SingleImage", val::SingleImage, ""}, {"MultiImage", val::MultiImage, ""}}, "RW", {}, true,
+                  "Expert");
     x.Integer("ImageBufferImageCount", {ImageBufferImageCount}, "Images in one buffer in MultiImage mode.", "2",
               std::to_string(limits::ImageBufferImageCountMax), 1, nullptr, true, "RW", {}, "Expert");
     x.Integer("PayloadSize", {PayloadSize}, "Bytes of one buffer: images and chunk data.", "0", "4294967295", 1, "B",
@@ -362,16 +425,36 @@ void ImageSection(XmlWriter& x, const SimCameraConfig& c) {
                "DecimationVertical", "ChunkModeActive", "ChunkEnable", "ImageBufferMode", "ImageBufferImageCount"},
               "Expert");
     x.Category("ImageFormatControl", "Image size and format.",
-               {"SensorWidth", "SensorHeight", "WidthMax", "HeightMax", "Width", "Height", "OffsetX", "OffsetY",
-                "PixelFormat", "PixelColorFilter", "BinningSelector", "BinningHorizontal", "BinningVertical",
-                "BinningMode", "DecimationSelector", "DecimationHorizontal", "DecimationVertical", "ReverseX",
-                "ReverseY", "ImageBufferMode", "ImageBufferImageCount", "PayloadSize"});
+               {"SensorWidth",
+                "SensorHeight",
+                "WidthMax",
+                "HeightMax",
+                "Width",
+                "Height",
+                "OffsetX",
+                "OffsetY",
+                "PixelFormat",
+                "PixelColorFilter",
+                "BinningSelector",
+                "BinningHorizontal",
+                "BinningVertical",
+                "BinningMode",
+                "DecimationSelector",
+                "DecimationHorizontal",
+                "DecimationVertical",
+                "ReverseX",
+                "ReverseY",
+                "ImageBufferMode",
+                "ImageBufferImageCount",
+                "PayloadSize"});
 }
 
-void AcquisitionSection(XmlWriter& x) {
+void AcquisitionSection(XmlWriter& x)
+{
     using namespace reg;
     x.Enumeration("AcquisitionMode", {AcquisitionMode}, "Number of frames one start gives.",
-                  {{"Continuous", val::Continuous, ""}, {"SingleFrame", val::SingleFrame, ""},
+                  {{"Continuous", val::Continuous, ""},
+                   {"SingleFrame", val::SingleFrame, ""},
                    {"MultiFrame", val::MultiFrame, ""}},
                   "RW", {}, true);
     x.Command("AcquisitionStart", {AcquisitionStart}, "Starts the acquisition.");
@@ -379,8 +462,10 @@ void AcquisitionSection(XmlWriter& x) {
     x.Integer("AcquisitionFrameCount", {AcquisitionFrameCount}, "Frames of one MultiFrame acquisition.", "1", "65535");
     x.FloatReg("AcquisitionFrameRateMax", {AcquisitionFrameRateMax}, "RO", "", "Invisible", "Hz");
     x.Float("AcquisitionFrameRate", {AcquisitionFrameRate}, "Frame rate when AcquisitionFrameRateEnable is set.",
-            limits::FrameRateMin, "AcquisitionFrameRateMax", "Hz", "Beginner", {"ExposureTime", "Height", "PixelFormat"});
-    x.Boolean("AcquisitionFrameRateEnable", {AcquisitionControlFlags}, "Limits the frame rate to AcquisitionFrameRate.", 0);
+            limits::FrameRateMin, "AcquisitionFrameRateMax", "Hz", "Beginner",
+            {"ExposureTime", "Height", "PixelFormat"});
+    x.Boolean("AcquisitionFrameRateEnable", {AcquisitionControlFlags}, "Limits the frame rate to AcquisitionFrameRate.",
+              0);
     x.Integer("ResultingFramePeriodNs", {ResultingFramePeriodNs}, "", "0", "9223372036854775807", 1, "ns", false, "RO",
               {}, "Invisible", 8);
     x.Head("SwissKnife", "AcquisitionResultingFrameRate", "Frame rate the camera runs at with the current settings.",
@@ -398,44 +483,71 @@ void AcquisitionSection(XmlWriter& x) {
     x.El("Endianess", "LittleEndian");
     x.o << "    <StructEntry Name=\"AcquisitionActive\">\n      <ToolTip>The acquisition is running.</ToolTip>\n"
            "      <Bit>0</Bit>\n    </StructEntry>\n"
-           "    <StructEntry Name=\"FrameTriggerWait\">\n      <ToolTip>The camera waits for a frame trigger.</ToolTip>\n"
+           "    <StructEntry Name=\"FrameTriggerWait\">\n      <ToolTip>The camera waits for a frame "
+           "trigger.</ToolTip>\n"
            "      <Bit>1</Bit>\n    </StructEntry>\n";
     x.Tail("StructReg");
-    x.Float("ExposureTime", {ExposureTime}, "Exposure time of a frame.", limits::ExposureMin,
-            Num(limits::ExposureMax), "us");
+    x.Float("ExposureTime", {ExposureTime}, "Exposure time of a frame.", limits::ExposureMin, Num(limits::ExposureMax),
+            "us");
     x.Enumeration("ExposureAuto", {ExposureAuto}, "Automatic exposure.", AutoEntries());
     x.Enumeration("SensorOperationMode", {reg::SensorOperationMode}, "Operating mode of the sensor.",
-                  {{"Default", val::SensorDefault, ""}, {"LowNoise", val::SensorLowNoise, "Lower read noise."}},
-                  "RW", {}, false, "Expert");
+                  {{"Default", val::SensorDefault, ""}, {"LowNoise", val::SensorLowNoise, "Lower read noise."}}, "RW",
+                  {}, false, "Expert");
     x.Enumeration("SensorShutterMode", {reg::SensorShutterMode}, "Shutter of the sensor.",
-                  {{"Global", val::ShutterGlobal, ""}, {"Rolling", val::ShutterRolling, ""}}, "RW", {}, false, "Expert");
+                  {{"Global", val::ShutterGlobal, ""}, {"Rolling", val::ShutterRolling, ""}}, "RW", {}, false,
+                  "Expert");
     const char* trig = "TriggerSelector";
-    x.Enumeration("TriggerSelector", {TriggerSelector}, "Which trigger the trigger nodes configure.",
-                  {{"FrameStart", val::FrameStart, ""}, {"AcquisitionStart", val::AcquisitionStartTrigger, ""}}, "RW",
-                  {"TriggerMode", "TriggerSource", "TriggerActivation", "TriggerSoftware", "TriggerDelay", "TriggerDivider"});
-    x.Enumeration("TriggerMode", {kTriggerBlock + TriggerModeOffset, trig, kTriggerStride}, "Whether the trigger is used.",
-                  OffOn());
-    x.Enumeration("TriggerSource", {kTriggerBlock + TriggerSourceOffset, trig, kTriggerStride}, "Source of the trigger.",
-                  {{"Software", val::SourceSoftware, ""}, {"Line0", val::SourceLine0, ""}, {"Line2", val::SourceLine2, ""},
+    x.Enumeration(
+        "TriggerSelector", {TriggerSelector}, "Which trigger the trigger nodes configure.",
+        {{"FrameStart", val::FrameStart, ""}, {"AcquisitionStart", val::AcquisitionStartTrigger, ""}}, "RW",
+        {"TriggerMode", "TriggerSource", "TriggerActivation", "TriggerSoftware", "TriggerDelay", "TriggerDivider"});
+    x.Enumeration("TriggerMode", {kTriggerBlock + TriggerModeOffset, trig, kTriggerStride},
+                  "Whether the trigger is used.", OffOn());
+    x.Enumeration("TriggerSource", {kTriggerBlock + TriggerSourceOffset, trig, kTriggerStride},
+                  "Source of the trigger.",
+                  {{"Software", val::SourceSoftware, ""},
+                   {"Line0", val::SourceLine0, ""},
+                   {"Line2", val::SourceLine2, ""},
                    {"Line3", val::SourceLine3, ""}});
     x.Enumeration("TriggerActivation", {kTriggerBlock + TriggerActivationOffset, trig, kTriggerStride},
                   "Signal edge or level that triggers.",
-                  {{"RisingEdge", val::RisingEdge, ""}, {"FallingEdge", val::FallingEdge, ""}, {"AnyEdge", val::AnyEdge, ""},
-                   {"LevelHigh", val::LevelHigh, ""}, {"LevelLow", val::LevelLow, ""}});
-    x.Command("TriggerSoftware", {kTriggerBlock + TriggerSoftwareOffset, trig, kTriggerStride}, "Issues a software trigger.");
-    x.Float("TriggerDelay", {kTriggerBlock + TriggerDelayOffset, trig, kTriggerStride}, "Delay from trigger to exposure.",
-            0.0, Num(limits::DelayMax), "us", "Expert");
+                  {{"RisingEdge", val::RisingEdge, ""},
+                   {"FallingEdge", val::FallingEdge, ""},
+                   {"AnyEdge", val::AnyEdge, ""},
+                   {"LevelHigh", val::LevelHigh, ""},
+                   {"LevelLow", val::LevelLow, ""}});
+    x.Command("TriggerSoftware", {kTriggerBlock + TriggerSoftwareOffset, trig, kTriggerStride},
+              "Issues a software trigger.");
+    x.Float("TriggerDelay", {kTriggerBlock + TriggerDelayOffset, trig, kTriggerStride},
+            "Delay from trigger to exposure.", 0.0, Num(limits::DelayMax), "us", "Expert");
     x.Integer("TriggerDivider", {kTriggerBlock + TriggerDividerOffset, trig, kTriggerStride},
               "Only every n-th trigger starts a frame.", "1", std::to_string(limits::TriggerDividerMax), 1, nullptr,
               false, "RW", {}, "Expert");
     x.Category("AcquisitionControl", "Acquisition and triggers.",
-               {"AcquisitionMode", "AcquisitionStart", "AcquisitionStop", "AcquisitionFrameCount", "AcquisitionFrameRate",
-                "AcquisitionFrameRateEnable", "AcquisitionResultingFrameRate", "AcquisitionActive", "FrameTriggerWait",
-                "ExposureTime", "ExposureAuto", "SensorOperationMode", "SensorShutterMode", "TriggerSelector",
-                "TriggerMode", "TriggerSource", "TriggerActivation", "TriggerSoftware", "TriggerDelay", "TriggerDivider"});
+               {"AcquisitionMode",
+                "AcquisitionStart",
+                "AcquisitionStop",
+                "AcquisitionFrameCount",
+                "AcquisitionFrameRate",
+                "AcquisitionFrameRateEnable",
+                "AcquisitionResultingFrameRate",
+                "AcquisitionActive",
+                "FrameTriggerWait",
+                "ExposureTime",
+                "ExposureAuto",
+                "SensorOperationMode",
+                "SensorShutterMode",
+                "TriggerSelector",
+                "TriggerMode",
+                "TriggerSource",
+                "TriggerActivation",
+                "TriggerSoftware",
+                "TriggerDelay",
+                "TriggerDivider"});
 }
 
-void AnalogSection(XmlWriter& x, const SimCameraConfig& c) {
+void AnalogSection(XmlWriter& x, const SimCameraConfig& c)
+{
     using namespace reg;
     x.Enumeration("GainSelector", {reg::GainSelector}, "Which gain stage Gain sets.", GainEntries(), "RW", {"Gain"});
     // Gain's maximum depends on the selected stage: a register array of maxima is not needed, the largest
@@ -444,9 +556,11 @@ void AnalogSection(XmlWriter& x, const SimCameraConfig& c) {
             Num(limits::GainMax[val::GainAll]), "dB", "Beginner", {"GainSelector"});
     x.Enumeration("GainAuto", {GainAuto}, "Automatic gain.", AutoEntries());
     std::vector<std::string> features = {"GainSelector", "Gain", "GainAuto"};
-    if (c.color) {
+    if (c.color)
+    {
         x.Enumeration("BalanceRatioSelector", {BalanceRatioSelector}, "Which colour BalanceRatio sets.",
-                      {{"Red", val::Red, ""}, {"Green", val::Green, ""}, {"Blue", val::Blue, ""}}, "RW", {"BalanceRatio"});
+                      {{"Red", val::Red, ""}, {"Green", val::Green, ""}, {"Blue", val::Blue, ""}}, "RW",
+                      {"BalanceRatio"});
         x.Float("BalanceRatio", {BalanceRatio, "BalanceRatioSelector", 8}, "Gain of the selected colour.",
                 limits::BalanceRatioMin, Num(limits::BalanceRatioMax), nullptr);
         x.Enumeration("BalanceWhiteAuto", {BalanceWhiteAuto}, "Automatic white balance.", AutoEntries());
@@ -455,12 +569,14 @@ void AnalogSection(XmlWriter& x, const SimCameraConfig& c) {
     x.Float("BlackLevel", {BlackLevel}, "Offset of the black level.", 0.0, Num(limits::BlackLevelMax), "%", "Expert");
     x.Float("Gamma", {reg::Gamma}, "Gamma of the output.", limits::GammaMin, Num(limits::GammaMax), nullptr, "Expert");
     features.insert(features.end(), {"BlackLevel", "Gamma"});
-    if (c.color) {
+    if (c.color)
+    {
         x.Enumeration("ColorCorrectionMode", {reg::ColorCorrectionMode},
                       "Whether the camera applies its colour correction matrix to RGB outputs.",
                       {{"Off", val::ColorCorrectionOff, ""}, {"Auto", val::ColorCorrectionAuto, ""}});
         std::vector<Entry> gains;
-        for (uint32_t k = 0; k < val::kColorCorrectionGains; ++k) {
+        for (uint32_t k = 0; k < val::kColorCorrectionGains; ++k)
+        {
             gains.push_back({"Gain" + std::to_string(k / 3) + std::to_string(k % 3), int64_t(k), ""});
         }
         x.Enumeration("ColorCorrectionMatrixValueSelector", {ColorCorrectionMatrixValueSelector},
@@ -478,16 +594,21 @@ void AnalogSection(XmlWriter& x, const SimCameraConfig& c) {
     x.Category("LensControl", "Focus.", {"FocusStepper"});
 }
 
-void ChunkSection(XmlWriter& x, const SimCameraConfig& c) {
+void ChunkSection(XmlWriter& x, const SimCameraConfig& c)
+{
     using namespace reg;
     x.Boolean("ChunkModeActive", {ChunkModeActive}, "Appends chunk data to each buffer.", 0, true);
-    const std::vector<Entry> chunks = {
-        {"UsableROI", val::ChunkUsableROI, ""},   {"OffsetX", val::ChunkOffsetX, ""},
-        {"OffsetY", val::ChunkOffsetY, ""},       {"Width", val::ChunkWidth, ""},
-        {"Height", val::ChunkHeight, ""},         {"PixelFormat", val::ChunkPixelFormat, ""},
-        {"Timestamp", val::ChunkTimestamp, ""},   {"ExposureTriggerTimestamp", val::ChunkExposureTriggerTimestamp, ""},
-        {"ExposureTime", val::ChunkExposureTime, ""}, {"Gain", val::ChunkGain, ""},
-        {"FrameID", val::ChunkFrameID, ""}};
+    const std::vector<Entry> chunks = {{"UsableROI", val::ChunkUsableROI, ""},
+                                       {"OffsetX", val::ChunkOffsetX, ""},
+                                       {"OffsetY", val::ChunkOffsetY, ""},
+                                       {"Width", val::ChunkWidth, ""},
+                                       {"Height", val::ChunkHeight, ""},
+                                       {"PixelFormat", val::ChunkPixelFormat, ""},
+                                       {"Timestamp", val::ChunkTimestamp, ""},
+                                       {"ExposureTriggerTimestamp", val::ChunkExposureTriggerTimestamp, ""},
+                                       {"ExposureTime", val::ChunkExposureTime, ""},
+                                       {"Gain", val::ChunkGain, ""},
+                                       {"FrameID", val::ChunkFrameID, ""}};
     x.Enumeration("ChunkSelector", {ChunkSelector}, "Which chunk ChunkEnable switches.", chunks, "RW", {"ChunkEnable"});
     x.Boolean("ChunkEnable", {ChunkEnable, "ChunkSelector", 4}, "Includes the selected chunk.", -1, true);
     x.Enumeration("ChunkGainSelector", {reg::ChunkGainSelector}, "Which gain stage the Gain chunk reports.",
@@ -517,12 +638,15 @@ void ChunkSection(XmlWriter& x, const SimCameraConfig& c) {
     x.IntReg("ChunkHeight", {0}, 4, "RO", "Height of the frame.", "Beginner", false, p.c_str());
     p = port(val::ChunkPixelFormat);
     std::vector<Entry> formats;
-    for (uint32_t f : PixelFormatsOf(c)) {
+    for (uint32_t f : PixelFormatsOf(c))
+    {
         formats.push_back({DescribePixelFormat(f).name, int64_t(f), ""});
     }
-    x.Enumeration("ChunkPixelFormat", {0}, "Pixel format of the frame.", formats, "RO", {}, false, "Beginner", p.c_str());
+    x.Enumeration("ChunkPixelFormat", {0}, "Pixel format of the frame.", formats, "RO", {}, false, "Beginner",
+                  p.c_str());
     p = port(val::ChunkTimestamp);
-    x.IntReg("ChunkTimestamp", {0}, 8, "RO", "Timestamp of the frame's exposure start (ns).", "Beginner", false, p.c_str());
+    x.IntReg("ChunkTimestamp", {0}, 8, "RO", "Timestamp of the frame's exposure start (ns).", "Beginner", false,
+             p.c_str());
     p = port(val::ChunkExposureTriggerTimestamp);
     x.IntReg("ChunkExposureTriggerTimestamp", {0}, 8, "RO", "Timestamp of the trigger of the frame (ns).", "Beginner",
              false, p.c_str());
@@ -540,7 +664,8 @@ void ChunkSection(XmlWriter& x, const SimCameraConfig& c) {
                 "ChunkExposureTime", "ChunkGain", "ChunkFrameID"});
 }
 
-void EventSection(XmlWriter& x) {
+void EventSection(XmlWriter& x)
+{
     using namespace reg;
     x.Enumeration("EventSelector", {EventSelector}, "Which event EventNotification switches.",
                   {{"ExposureEnd", val::EventSelExposureEnd, ""}, {"Test", val::EventSelTest, ""}}, "RW",
@@ -554,7 +679,8 @@ void EventSection(XmlWriter& x) {
               "0", "9223372036854775807", 1, "ns", false, "RO", {}, "Expert", 8);
     x.Integer("EventExposureEndFrameID", {EventExposureEndFrameID}, "Frame of the last exposure end event.", "0",
               "9223372036854775807", 1, nullptr, false, "RO", {}, "Expert", 8);
-    x.Integer("EventTest", {reg::EventTest}, "Id of the test event.", "0", "65535", 1, nullptr, false, "RO", {}, "Expert");
+    x.Integer("EventTest", {reg::EventTest}, "Id of the test event.", "0", "65535", 1, nullptr, false, "RO", {},
+              "Expert");
     x.Integer("EventTestTimestamp", {EventTestTimestamp}, "Timestamp of the last test event.", "0",
               "9223372036854775807", 1, "ns", false, "RO", {}, "Expert", 8);
     x.Category("EventControl", "Events sent by the camera.",
@@ -562,7 +688,8 @@ void EventSection(XmlWriter& x) {
                 "EventExposureEndTimestamp", "EventExposureEndFrameID", "EventTest", "EventTestTimestamp"});
 }
 
-void FileSection(XmlWriter& x) {
+void FileSection(XmlWriter& x)
+{
     using namespace reg;
     x.Enumeration("FileSelector", {FileSelector}, "The file the file access nodes work on.",
                   {{"UserSet1", val::FileUserSet1, "Contents of user set 1."},
@@ -571,11 +698,15 @@ void FileSection(XmlWriter& x) {
                    {"Firmware", val::FileFirmware, "Firmware image (write only); installed by the next DeviceReset."}},
                   "RW", {"FileOperationSelector", "FileOpenMode", "FileSize", "FileOperationExecute"});
     x.Enumeration("FileOperationSelector", {FileOperationSelector}, "Operation FileOperationExecute runs.",
-                  {{"Open", val::FileOpen, ""}, {"Close", val::FileClose, ""}, {"Read", val::FileRead, ""},
-                   {"Write", val::FileWrite, ""}, {"Delete", val::FileDelete, ""}},
+                  {{"Open", val::FileOpen, ""},
+                   {"Close", val::FileClose, ""},
+                   {"Read", val::FileRead, ""},
+                   {"Write", val::FileWrite, ""},
+                   {"Delete", val::FileDelete, ""}},
                   "RW", {"FileOperationExecute", "FileOperationStatus", "FileOperationResult"});
     x.Enumeration("FileOpenMode", {reg::FileOpenMode}, "Access mode of Open.",
-                  {{"Read", val::OpenRead, ""}, {"Write", val::OpenWrite, "Truncates the file."},
+                  {{"Read", val::OpenRead, ""},
+                   {"Write", val::OpenWrite, "Truncates the file."},
                    {"ReadWrite", val::OpenReadWrite, ""}});
     x.Command("FileOperationExecute", {FileOperationExecute}, "Runs the selected file operation.");
     x.Integer("FileAccessOffset", {FileAccessOffset}, "Byte offset of Read and Write.", "0", "65536", 1, "B");
@@ -592,7 +723,8 @@ void FileSection(XmlWriter& x) {
                 "FileAccessLength", "FileAccessBuffer", "FileOperationStatus", "FileOperationResult", "FileSize"});
 }
 
-void UserSetSection(XmlWriter& x) {
+void UserSetSection(XmlWriter& x)
+{
     using namespace reg;
     const std::vector<Entry> sets = {{"Default", val::UserSetDefaultSet, "Factory settings (read-only)."},
                                      {"UserSet1", val::UserSet1, ""},
@@ -602,26 +734,34 @@ void UserSetSection(XmlWriter& x) {
     x.Command("UserSetLoad", {UserSetLoad}, "Loads the selected user set.");
     x.Command("UserSetSave", {UserSetSave}, "Saves the current settings into the selected user set.");
     x.Enumeration("UserSetDefault", {reg::UserSetDefault}, "The user set loaded at power-up.", sets);
-    x.Category("UserSetControl", "Saved settings.", {"UserSetSelector", "UserSetLoad", "UserSetSave", "UserSetDefault"});
+    x.Category("UserSetControl", "Saved settings.",
+               {"UserSetSelector", "UserSetLoad", "UserSetSave", "UserSetDefault"});
 }
 
-void IoSection(XmlWriter& x) {
+void IoSection(XmlWriter& x)
+{
     using namespace reg;
     const char* line = "LineSelector";
     x.Enumeration("LineSelector", {LineSelector}, "The line the line nodes configure.",
-                  {{"Line0", 0, "Opto-isolated input."}, {"Line1", 1, "Flash output."}, {"Line2", 2, "GPIO."},
+                  {{"Line0", 0, "Opto-isolated input."},
+                   {"Line1", 1, "Flash output."},
+                   {"Line2", 2, "GPIO."},
                    {"Line3", 3, "GPIO."}},
                   "RW", {"LineMode", "LineInverter", "LineSource", "LineStatus"});
     x.Enumeration("LineMode", {kLineBlock + LineModeOffset, line, kSelectorStride}, "Direction of the line.",
                   {{"Input", val::LineInput, ""}, {"Output", val::LineOutput, ""}});
     x.Boolean("LineInverter", {kLineBlock + LineInverterOffset, line, kSelectorStride}, "Inverts the line's signal.");
-    x.Enumeration("LineSource", {kLineBlock + LineSourceOffset, line, kSelectorStride}, "Signal driving an output line.",
-                  {{"Off", val::LineSourceOff, ""}, {"ExposureActive", val::LineSourceExposureActive, ""},
+    x.Enumeration("LineSource", {kLineBlock + LineSourceOffset, line, kSelectorStride},
+                  "Signal driving an output line.",
+                  {{"Off", val::LineSourceOff, ""},
+                   {"ExposureActive", val::LineSourceExposureActive, ""},
                    {"FlashActive", val::LineSourceFlashActive, ""},
                    {"GlobalFlashWindow", val::LineSourceGlobalFlashWindow, ""},
-                   {"UserOutput0", val::LineSourceUserOutput0, ""}, {"UserOutput1", val::LineSourceUserOutput1, ""},
+                   {"UserOutput0", val::LineSourceUserOutput0, ""},
+                   {"UserOutput1", val::LineSourceUserOutput1, ""},
                    {"UserOutput2", val::LineSourceUserOutput2, ""}});
-    x.Boolean("LineStatus", {kLineBlock + LineStatusOffset, line, kSelectorStride}, "Level of the line.", -1, false, "RO");
+    x.Boolean("LineStatus", {kLineBlock + LineStatusOffset, line, kSelectorStride}, "Level of the line.", -1, false,
+              "RO");
     x.Integer("LineStatusAll", {LineStatusAll}, "Levels of all lines, one bit each.", "0", "15", 1, nullptr, false,
               "RO", {}, "Expert");
     x.Enumeration("UserOutputSelector", {UserOutputSelector}, "The user output UserOutputValue sets.",
@@ -638,7 +778,8 @@ void IoSection(XmlWriter& x) {
                 "FlashDuration"});
 }
 
-void I2CSection(XmlWriter& x) {
+void I2CSection(XmlWriter& x)
+{
     using namespace reg;
     x.Integer("I2CDeviceAddress", {I2CDeviceAddress}, "Bus address of the I2C device.", "0", "1023", 1, nullptr, false,
               "RW", {}, "Guru");
@@ -655,7 +796,8 @@ void I2CSection(XmlWriter& x) {
     x.Integer("I2CAckPollingTimeout", {I2CAckPollingTimeout}, "Time-out of the acknowledge polling.", "0",
               std::to_string(limits::I2CAckPollingTimeoutMax), 1, "us", false, "RW", {}, "Guru");
     x.Enumeration("I2CMode", {reg::I2CMode}, "Bus speed.",
-                  {{"StandardMode", val::StandardMode, "100 kHz"}, {"FastMode", val::FastMode, "400 kHz"},
+                  {{"StandardMode", val::StandardMode, "100 kHz"},
+                   {"FastMode", val::FastMode, "400 kHz"},
                    {"FastModePLUS", val::FastModePLUS, "1 MHz"}},
                   "RW", {}, false, "Guru");
     x.Integer("I2CDataLength", {I2CDataLength}, "Bytes of one transfer.", "1", std::to_string(kI2CBufferLength), 1,
@@ -675,9 +817,10 @@ void I2CSection(XmlWriter& x) {
                 "I2CTransmitBuffer"});
 }
 
-}  // namespace
+} // namespace
 
-std::string BuildGenICamXml(const SimCameraConfig& c) {
+std::string BuildGenICamXml(const SimCameraConfig& c)
+{
     XmlWriter x;
     x.o << "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
         << "<RegisterDescription ModelName=\"" << Escape(c.modelName) << "\" VendorName=\"" << Escape(c.vendorName)
@@ -692,7 +835,8 @@ std::string BuildGenICamXml(const SimCameraConfig& c) {
     DeviceSection(x, c);
     FileSection(x);
     root.push_back("FileAccessControl");
-    if (!c.serviceFirmware) {
+    if (!c.serviceFirmware)
+    {
         ImageSection(x, c);
         AcquisitionSection(x);
         AnalogSection(x, c);
@@ -701,8 +845,9 @@ std::string BuildGenICamXml(const SimCameraConfig& c) {
         UserSetSection(x);
         IoSection(x);
         I2CSection(x);
-        root.insert(root.end(), {"ImageFormatControl", "AcquisitionControl", "AnalogControl", "LensControl",
-                                 "DigitalIOControl", "ChunkDataControl", "EventControl", "UserSetControl", "I2CControl"});
+        root.insert(root.end(),
+                    {"ImageFormatControl", "AcquisitionControl", "AnalogControl", "LensControl", "DigitalIOControl",
+                     "ChunkDataControl", "EventControl", "UserSetControl", "I2CControl"});
     }
     x.Category("Root", "", root);
     x.o << "  <Port Name=\"Device\">\n    <Visibility>Invisible</Visibility>\n  </Port>\n";
@@ -710,4 +855,4 @@ std::string BuildGenICamXml(const SimCameraConfig& c) {
     return x.o.str();
 }
 
-}  // namespace orna::core::sim
+} // namespace orna::core::sim

@@ -17,4 +17,4 @@ std::vector<uint32_t> PixelFormatsOf(const SimCameraConfig& config);
 // device information, boot status, reset and file access, no image or acquisition nodes.
 std::string BuildGenICamXml(const SimCameraConfig& config);
 
-}  // namespace orna::core::sim
+} // namespace orna::core::sim

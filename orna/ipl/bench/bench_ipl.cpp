@@ -44,7 +44,8 @@ Image SceneBGRa8()
 {
     Image image = Image::Construct(BGRa8, kW, kH);
     for (uint32_t y = 0; y < kH; ++y)
-        for (uint32_t x = 0; x < kW; ++x) {
+        for (uint32_t x = 0; x < kW; ++x)
+        {
             uint8_t* p = image.GetData() + (size_t(y) * kW + x) * 4;
             p[0] = uint8_t(x / 10), p[1] = uint8_t(y / 8), p[2] = uint8_t((x + y) / 18), p[3] = 255;
         }
@@ -64,7 +65,8 @@ void OursDebayer(benchmark::State& state)
     const Image src = RandomImage(BayerRG8);
     ImageConverter converter;
     converter.PreAllocateConversion(BayerRG8, BGRa8, kW, kH, 2);
-    for (auto _ : state) {
+    for (auto _ : state)
+    {
         Image out = converter.Convert(src, BGRa8);
         benchmark::DoNotOptimize(out.GetData());
     }
@@ -75,7 +77,8 @@ void OpenCvDebayerThenAlpha(benchmark::State& state)
     Threads(int(state.range(0)));
     const Image src = RandomImage(BayerRG8);
     cv::Mat in(kH, kW, CV_8U, src.GetData()), bgr, bgra;
-    for (auto _ : state) {
+    for (auto _ : state)
+    {
         cv::cvtColor(in, bgr, cv::COLOR_BayerBG2BGR);
         cv::cvtColor(bgr, bgra, cv::COLOR_BGR2BGRA);
         benchmark::DoNotOptimize(bgra.data);
@@ -86,7 +89,8 @@ void MemcpyBytes(benchmark::State& state)
 {
     const size_t bytes = size_t(state.range(0));
     std::vector<uint8_t> a(bytes, 1), b(bytes, 2);
-    for (auto _ : state) {
+    for (auto _ : state)
+    {
         std::memcpy(b.data(), a.data(), bytes);
         benchmark::DoNotOptimize(b.data());
         benchmark::ClobberMemory();
@@ -103,7 +107,8 @@ void OursUnpack(benchmark::State& state)
     ImageConverter converter;
     const uint32_t plain = PixelFormat::GetUnpackedFormat(format);
     converter.PreAllocateConversion(format, plain, kW, kH, 2);
-    for (auto _ : state) {
+    for (auto _ : state)
+    {
         Image out = converter.Convert(src, plain);
         benchmark::DoNotOptimize(out.GetData());
     }
@@ -118,7 +123,8 @@ void OursBayer12p(benchmark::State& state)
     const Image src = RandomImage(BayerRG12p);
     ImageConverter converter;
     converter.PreAllocateConversion(BayerRG12p, dst, kW, kH, 2);
-    for (auto _ : state) {
+    for (auto _ : state)
+    {
         Image out = converter.Convert(src, dst);
         benchmark::DoNotOptimize(out.GetData());
     }
@@ -131,10 +137,12 @@ void TwoStepBayer12p(benchmark::State& state)
     const bool bgra = uint32_t(state.range(0)) == BGRa8;
     const Image src = RandomImage(BayerRG12p);
     cv::Mat raw16(kH, kW, CV_16U), colour16, out;
-    for (auto _ : state) {
+    for (auto _ : state)
+    {
         const uint8_t* s = src.GetData();
         uint16_t* d = raw16.ptr<uint16_t>();
-        for (size_t i = 0; i < size_t(kW) * kH; i += 2, s += 3) {
+        for (size_t i = 0; i < size_t(kW) * kH; i += 2, s += 3)
+        {
             d[i] = uint16_t(s[0] | (s[1] & 0xF) << 8);
             d[i + 1] = uint16_t(s[1] >> 4 | s[2] << 4);
         }
@@ -155,7 +163,8 @@ void OursJpeg(benchmark::State& state)
     auto mjpeg = std::make_shared<encoder::MJPEGEncoder>();
     VideoWriter writer;
     writer.Open(file, avi, mjpeg, 4);
-    for (auto _ : state) {
+    for (auto _ : state)
+    {
         writer.Append(frame);
         while (writer.GetQueued() > 0)
             writer.WaitUntilFrameDone();
@@ -171,7 +180,8 @@ void OpenCvImencode(benchmark::State& state)
     cv::Mat bgra(kH, kW, CV_8UC4, frame.GetData()), bgr;
     cv::cvtColor(bgra, bgr, cv::COLOR_BGRA2BGR);
     std::vector<uint8_t> bytes;
-    for (auto _ : state) {
+    for (auto _ : state)
+    {
         cv::imencode(".jpg", bgr, bytes, {cv::IMWRITE_JPEG_QUALITY, 75});
         benchmark::DoNotOptimize(bytes.data());
     }
@@ -223,8 +233,7 @@ void Rate(const char* name, double oursMs, double baselineMs)
     if (oursMs <= 0 || baselineMs <= 0)
         return;
     const double ours = 1000.0 / oursMs, baseline = 1000.0 / baselineMs;
-    std::printf("BENCH %s ours=%.2f baseline=%.2f ratio=%.3f unit=frames/s\n", name, ours, baseline,
-                ours / baseline);
+    std::printf("BENCH %s ours=%.2f baseline=%.2f ratio=%.3f unit=frames/s\n", name, ours, baseline, ours / baseline);
 }
 
 } // namespace
@@ -263,8 +272,10 @@ int main(int argc, char** argv)
     const double memcpy16 = Find(collector, "memcpy/" + std::to_string(mono16Bytes) + "/");
     Bandwidth("unpack_mono12p", Find(collector, "ours_unpack/" + m12 + "/1/"), memcpy16, double(mono16Bytes));
     Bandwidth("unpack_mono10p", Find(collector, "ours_unpack/" + m10 + "/1/"), memcpy16, double(mono16Bytes));
-    Bandwidth("unpack_mono12p_mt", Find(collector, "ours_unpack/" + m12 + "/" + a + "/"), memcpy16, double(mono16Bytes));
-    Bandwidth("unpack_mono10p_mt", Find(collector, "ours_unpack/" + m10 + "/" + a + "/"), memcpy16, double(mono16Bytes));
+    Bandwidth("unpack_mono12p_mt", Find(collector, "ours_unpack/" + m12 + "/" + a + "/"), memcpy16,
+              double(mono16Bytes));
+    Bandwidth("unpack_mono10p_mt", Find(collector, "ours_unpack/" + m10 + "/" + a + "/"), memcpy16,
+              double(mono16Bytes));
     Time("bayer12p_to_bgra8", Find(collector, "ours_bayer12p/" + bgra + "/1/"),
          Find(collector, "twostep_bayer12p/" + bgra + "/1/"));
     Time("bayer12p_to_rgb8", Find(collector, "ours_bayer12p/" + rgb + "/1/"),

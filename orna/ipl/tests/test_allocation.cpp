@@ -32,7 +32,8 @@ void Count(size_t size)
         return;
     allocations.fetch_add(1);
     long previous = largestAllocation.load();
-    while (static_cast<long>(size) > previous && !largestAllocation.compare_exchange_weak(previous, long(size))) {
+    while (static_cast<long>(size) > previous && !largestAllocation.compare_exchange_weak(previous, long(size)))
+    {
     }
 }
 } // namespace
@@ -104,9 +105,12 @@ void* operator new[](size_t size)
 }
 void* operator new(size_t size, const std::nothrow_t&) noexcept
 {
-    try {
+    try
+    {
         return operator new(size);
-    } catch (...) {
+    }
+    catch (...)
+    {
         return nullptr;
     }
 }
@@ -156,10 +160,20 @@ struct Path
 
 // The steady-state paths of the capture loop: camera format to destination, destination to display.
 const Path kPaths[] = {
-    {BayerRG8, BGRa8, 1},     {BayerRG8, RGB8, 2},          {BayerGB8, BGRa8, 3},  {BayerRG12p, BGRa8, 1},
-    {BayerRG12p, RGB12, 1},   {BayerRG10g40KVX, BayerRG10, 1}, {BayerGR10p, RGB10p32, 1},
-    {Mono12p, Mono8, 1},      {Mono10p, Mono10, 1},         {Mono12g24KVX, RGB8, 1}, {RGB12, RGB8, 1},
-    {RGB10p32, RGB10, 1},     {YUV420_8_YY_UV_SemiplanarKVX, BGRa8, 1}, {BayerBG12, BGRa12, 2},
+    {BayerRG8, BGRa8, 1},
+    {BayerRG8, RGB8, 2},
+    {BayerGB8, BGRa8, 3},
+    {BayerRG12p, BGRa8, 1},
+    {BayerRG12p, RGB12, 1},
+    {BayerRG10g40KVX, BayerRG10, 1},
+    {BayerGR10p, RGB10p32, 1},
+    {Mono12p, Mono8, 1},
+    {Mono10p, Mono10, 1},
+    {Mono12g24KVX, RGB8, 1},
+    {RGB12, RGB8, 1},
+    {RGB10p32, RGB10, 1},
+    {YUV420_8_YY_UV_SemiplanarKVX, BGRa8, 1},
+    {BayerBG12, BGRa12, 2},
 };
 
 long SteadyStateAllocations(int threads, long* largest)
@@ -168,7 +182,8 @@ long SteadyStateAllocations(int threads, long* largest)
     long total = 0;
     *largest = 0;
     std::mt19937 rng(3);
-    for (const Path& path : kPaths) {
+    for (const Path& path : kPaths)
+    {
         SCOPED_TRACE(PixelFormat::ToName(path.source) + " -> " + PixelFormat::ToName(path.destination));
         const uint32_t w = 640, h = 480;
         Image source = Image::Construct(path.source, w, h);
@@ -187,14 +202,17 @@ long SteadyStateAllocations(int threads, long* largest)
         allocations = 0;
         largestAllocation = 0;
         counting = true;
-        for (int frame = 0; frame < 10; ++frame) {
+        for (int frame = 0; frame < 10; ++frame)
+        {
             Image out = converter.Convert(source, path.destination);
-            if (display) {
+            if (display)
+            {
                 Image shown = converter.Convert(out, display);
             }
         }
         counting = false;
-        if (path.mode == 3) {
+        if (path.mode == 3)
+        {
             // OpenCV's VNG takes a working buffer of a few rows per call; it is no frame buffer.
             EXPECT_LE(allocations.load(), 10);
             EXPECT_LT(largestAllocation.load(), long(w) * h);
@@ -202,7 +220,8 @@ long SteadyStateAllocations(int threads, long* largest)
         }
         total += allocations.load();
         *largest = std::max(*largest, largestAllocation.load());
-        if (threads == 1) {
+        if (threads == 1)
+        {
             EXPECT_EQ(allocations.load(), 0);
         }
     }

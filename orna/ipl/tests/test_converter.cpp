@@ -25,11 +25,20 @@ template <typename T> std::vector<T> Mosaic(BayerPattern pattern, int w, int h, 
 {
     // Colour of (x%2, y%2) for each pattern: index 0..3 = (0,0), (1,0), (0,1), (1,1).
     int cells[4];
-    switch (pattern) {
-    case BayerPattern::RG: cells[0] = c.r, cells[1] = c.g, cells[2] = c.g, cells[3] = c.b; break;
-    case BayerPattern::GB: cells[0] = c.g, cells[1] = c.b, cells[2] = c.r, cells[3] = c.g; break;
-    case BayerPattern::GR: cells[0] = c.g, cells[1] = c.r, cells[2] = c.b, cells[3] = c.g; break;
-    default: cells[0] = c.b, cells[1] = c.g, cells[2] = c.g, cells[3] = c.r; break;
+    switch (pattern)
+    {
+    case BayerPattern::RG:
+        cells[0] = c.r, cells[1] = c.g, cells[2] = c.g, cells[3] = c.b;
+        break;
+    case BayerPattern::GB:
+        cells[0] = c.g, cells[1] = c.b, cells[2] = c.r, cells[3] = c.g;
+        break;
+    case BayerPattern::GR:
+        cells[0] = c.g, cells[1] = c.r, cells[2] = c.b, cells[3] = c.g;
+        break;
+    default:
+        cells[0] = c.b, cells[1] = c.g, cells[2] = c.g, cells[3] = c.r;
+        break;
     }
     std::vector<T> v(size_t(w) * h);
     for (int y = 0; y < h; ++y)
@@ -48,7 +57,8 @@ void ExpectInteriorColour(const Image& image, int channels, int ir, int ig, int 
     const int w = static_cast<int>(image.GetWidth()), h = static_cast<int>(image.GetHeight());
     int wrong = 0;
     for (int y = 3; y < h - 3; ++y)
-        for (int x = 3; x < w - 3; ++x) {
+        for (int x = 3; x < w - 3; ++x)
+        {
             const T* px = p + (size_t(y) * w + x) * channels;
             wrong += std::abs(px[ir] - c.r) > tolerance || std::abs(px[ig] - c.g) > tolerance ||
                      std::abs(px[ib] - c.b) > tolerance;
@@ -77,13 +87,15 @@ TEST(IplDemosaic, UniformMosaicsOfAllFourOrdersGiveTheirColourInEveryMode)
 {
     const Rgb c{200, 90, 40};
     ImageConverter converter;
-    for (int mode = 1; mode <= 3; ++mode) {
+    for (int mode = 1; mode <= 3; ++mode)
+    {
         converter.SetConversionMode(mode);
-        for (BayerPattern pattern : kPatterns) {
+        for (BayerPattern pattern : kPatterns)
+        {
             SCOPED_TRACE("mode " + std::to_string(mode) + " pattern " + std::to_string(int(pattern)));
             auto mosaic = Mosaic<uint8_t>(pattern, 72, 24, c);
-            const Image src = Image::ConstructFromBuffer(PixelFormat::BayerFormat(pattern, 8), 72, 24,
-                                                         mosaic.data(), mosaic.size());
+            const Image src =
+                Image::ConstructFromBuffer(PixelFormat::BayerFormat(pattern, 8), 72, 24, mosaic.data(), mosaic.size());
             ExpectInteriorColour<uint8_t>(converter.Convert(src, RGB8), 3, 0, 1, 2, c, 1);
             ExpectInteriorColour<uint8_t>(converter.Convert(src, BGR8), 3, 2, 1, 0, c, 1);
             const Image bgra = converter.Convert(src, BGRa8);
@@ -98,11 +110,12 @@ TEST(IplDemosaic, DeepMosaicsKeepTheirDepthAndClassicRefusesThem)
 {
     const Rgb c12{3000, 1500, 700};
     ImageConverter converter;
-    for (BayerPattern pattern : kPatterns) {
+    for (BayerPattern pattern : kPatterns)
+    {
         SCOPED_TRACE(int(pattern));
         auto mosaic = Mosaic<uint16_t>(pattern, 32, 24, c12);
-        const Image src = Image::ConstructFromBuffer(PixelFormat::BayerFormat(pattern, 12), 32, 24,
-                                                     mosaic.data(), mosaic.size() * 2);
+        const Image src =
+            Image::ConstructFromBuffer(PixelFormat::BayerFormat(pattern, 12), 32, 24, mosaic.data(), mosaic.size() * 2);
         ExpectInteriorColour<uint16_t>(converter.Convert(src, RGB12), 3, 0, 1, 2, c12, 1);
         ExpectInteriorColour<uint16_t>(converter.Convert(src, RGB10), 3, 0, 1, 2, Rgb{750, 375, 175}, 1);
         ExpectInteriorColour<uint8_t>(converter.Convert(src, BGRa8), 4, 2, 1, 0, Rgb{187, 93, 43}, 1);
@@ -129,7 +142,8 @@ TEST(IplConvert, ChannelOrderDepthAndGreyConversionsAreExact)
     ImageConverter converter;
     Image rgb12 = Image::Construct(RGB12, 4, 2);
     auto* p = reinterpret_cast<uint16_t*>(rgb12.GetData());
-    for (int i = 0; i < 8; ++i) {
+    for (int i = 0; i < 8; ++i)
+    {
         p[3 * i] = 4095;
         p[3 * i + 1] = 2048;
         p[3 * i + 2] = 16;
@@ -171,12 +185,14 @@ TEST(IplConvert, EverySourceToEveryAllowedDestination)
     std::mt19937 rng(7);
     ImageConverter converter;
     size_t pairs = 0;
-    for (uint32_t fs : PixelFormat::AllFormats()) {
+    for (uint32_t fs : PixelFormat::AllFormats())
+    {
         const uint32_t w = 24, h = 10;
         Image src = Image::Construct(fs, w, h);
         for (size_t i = 0; i < src.GetByteCount(); ++i)
             src.GetData()[i] = static_cast<uint8_t>(rng());
-        for (uint32_t fd : ImageConverter::GetSupportedDestinations(fs)) {
+        for (uint32_t fd : ImageConverter::GetSupportedDestinations(fs))
+        {
             SCOPED_TRACE(PixelFormat::ToName(fs) + " -> " + PixelFormat::ToName(fd));
             const Image out = converter.Convert(src, fd);
             EXPECT_EQ(out.GetPixelFormat(), fd);
@@ -188,9 +204,10 @@ TEST(IplConvert, EverySourceToEveryAllowedDestination)
     }
     EXPECT_GT(pairs, 900u);
 
-    const uint32_t bayerDest[] = {Mono8, Mono10, Mono12, RGB8, BGRa8, RGB10, RGB10p32, RGB12, BGR8, RGBa8,
-                                  BGR10, RGBa10, BGRa10, BGR12, RGBa12, BGRa12};
-    for (uint32_t fs : PixelFormat::AllFormats()) {
+    const uint32_t bayerDest[] = {Mono8, Mono10, Mono12, RGB8,   BGRa8,  RGB10, RGB10p32, RGB12,
+                                  BGR8,  RGBa8,  BGR10,  RGBa10, BGRa10, BGR12, RGBa12,   BGRa12};
+    for (uint32_t fs : PixelFormat::AllFormats())
+    {
         if (!PixelFormat::IsBayered(fs))
             continue;
         for (int bits : {8, 10, 12})
@@ -200,7 +217,8 @@ TEST(IplConvert, EverySourceToEveryAllowedDestination)
             EXPECT_TRUE(ImageConverter::IsConversionSupported(fs, fd)) << PixelFormat::ToName(fs);
         EXPECT_FALSE(ImageConverter::IsConversionSupported(fs, YUV420_8_YY_UV_SemiplanarKVX));
     }
-    for (uint32_t fs : std::initializer_list<uint32_t>{Mono8, Mono10, Mono10p, Mono12, Mono12p, Mono10g40KVX, Mono12g24KVX})
+    for (uint32_t fs :
+         std::initializer_list<uint32_t>{Mono8, Mono10, Mono10p, Mono12, Mono12p, Mono10g40KVX, Mono12g24KVX})
         for (uint32_t fd : {Mono8, Mono10, Mono12, RGB8, BGRa8, RGB10, RGB12})
             EXPECT_TRUE(ImageConverter::IsConversionSupported(fs, fd));
     for (uint32_t fs : {RGB8, BGR8, BGR10p32})
@@ -219,10 +237,13 @@ TEST(IplConvert, BadInputRaisesWithTheExactText)
 {
     ImageConverter converter;
     Image mono = Image::Construct(Mono8, 8, 8);
-    try {
+    try
+    {
         converter.Convert(mono, BayerRG8);
         FAIL();
-    } catch (const ImageFormatNotSupportedException& e) {
+    }
+    catch (const ImageFormatNotSupportedException& e)
+    {
         EXPECT_STREQ(e.what(), "[Error-Code: 7 (ORNA_IPL_RETURN_CODE_IMAGE_FORMAT_NOT_SUPPORTED) | "
                                "Error-Description: The conversion from Mono8 to BayerRG8 is not supported.]");
     }
@@ -253,7 +274,10 @@ TEST(IplConvert, PoolImagesAreReusedOnlyWhenReleased)
 
 namespace {
 
-int Avg(int a, int b) { return (a + b + 1) >> 1; }
+int Avg(int a, int b)
+{
+    return (a + b + 1) >> 1;
+}
 
 // The documented bilinear rule, written independently: mirrored borders, pair averages.
 std::vector<uint8_t> ReferenceBGRA(const std::vector<uint8_t>& m, int w, int h, BayerPattern pattern)
@@ -267,27 +291,36 @@ std::vector<uint8_t> ReferenceBGRA(const std::vector<uint8_t>& m, int w, int h, 
     const auto colourOf = [&](int x, int y) {
         const int cell = (x & 1) + 2 * (y & 1);
         static const int rg[] = {0, 1, 1, 2}, gb[] = {1, 2, 0, 1}, gr[] = {1, 0, 2, 1}, bg[] = {2, 1, 1, 0};
-        switch (pattern) {
-        case BayerPattern::RG: return rg[cell];
-        case BayerPattern::GB: return gb[cell];
-        case BayerPattern::GR: return gr[cell];
-        default: return bg[cell];
+        switch (pattern)
+        {
+        case BayerPattern::RG:
+            return rg[cell];
+        case BayerPattern::GB:
+            return gb[cell];
+        case BayerPattern::GR:
+            return gr[cell];
+        default:
+            return bg[cell];
         }
     };
     std::vector<uint8_t> out(size_t(w) * h * 4);
     for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; ++x) {
+        for (int x = 0; x < w; ++x)
+        {
             const int c = at(x, y);
             const int vert = Avg(at(x, y - 1), at(x, y + 1));
             const int horiz = Avg(at(x - 1, y), at(x + 1, y));
             const int diag = Avg(Avg(at(x - 1, y - 1), at(x + 1, y - 1)), Avg(at(x - 1, y + 1), at(x + 1, y + 1)));
             int rgb[3];
             const int own = colourOf(x, y);
-            if (own != 1) {
+            if (own != 1)
+            {
                 rgb[own] = c;
                 rgb[1] = Avg(vert, horiz);
                 rgb[2 - own] = diag;
-            } else {
+            }
+            else
+            {
                 rgb[1] = c;
                 const int rowColour = colourOf(x ^ 1, y); // the colour beside a green site in this row
                 rgb[rowColour] = horiz;
@@ -307,8 +340,10 @@ TEST(IplDemosaic, DisplayPathMatchesTheBilinearReferenceExactly)
 {
     std::mt19937 rng(5);
     ImageConverter converter;
-    for (BayerPattern pattern : kPatterns) {
-        for (int w : {8, 40, 104, 136}) {
+    for (BayerPattern pattern : kPatterns)
+    {
+        for (int w : {8, 40, 104, 136})
+        {
             const int h = 6;
             SCOPED_TRACE("pattern " + std::to_string(int(pattern)) + " width " + std::to_string(w));
             std::vector<uint16_t> samples12(size_t(w) * h);
@@ -319,19 +354,20 @@ TEST(IplDemosaic, DisplayPathMatchesTheBilinearReferenceExactly)
                 mosaic8[i] = uint8_t(samples12[i] >> 4);
             const auto expected = ReferenceBGRA(mosaic8, w, h, pattern);
 
-            const Image eight = Image::ConstructFromBuffer(PixelFormat::BayerFormat(pattern, 8), w, h,
-                                                           mosaic8.data(), mosaic8.size());
+            const Image eight =
+                Image::ConstructFromBuffer(PixelFormat::BayerFormat(pattern, 8), w, h, mosaic8.data(), mosaic8.size());
             const Image bgra = converter.Convert(eight, BGRa8);
             EXPECT_EQ(std::memcmp(bgra.GetData(), expected.data(), expected.size()), 0);
 
-            const Image deep = Image::ConstructFromBuffer(PixelFormat::BayerFormat(pattern, 12), w, h,
-                                                          samples12.data(), samples12.size() * 2);
+            const Image deep = Image::ConstructFromBuffer(PixelFormat::BayerFormat(pattern, 12), w, h, samples12.data(),
+                                                          samples12.size() * 2);
             const Image fromDeep = converter.Convert(deep, BGRa8);
             EXPECT_EQ(std::memcmp(fromDeep.GetData(), expected.data(), expected.size()), 0);
 
             // 12p of the same samples (a 12-bit stream: pixel 2k in the low 12 bits of 3 bytes).
             std::vector<uint8_t> packed(samples12.size() / 2 * 3);
-            for (size_t i = 0; i < samples12.size(); i += 2) {
+            for (size_t i = 0; i < samples12.size(); i += 2)
+            {
                 packed[i / 2 * 3] = uint8_t(samples12[i]);
                 packed[i / 2 * 3 + 1] = uint8_t((samples12[i] >> 8) | ((samples12[i + 1] & 0xF) << 4));
                 packed[i / 2 * 3 + 2] = uint8_t(samples12[i + 1] >> 4);
@@ -350,7 +386,8 @@ TEST(IplDemosaic, DisplayPathMatchesTheBilinearReferenceExactly)
             const Image rgb = converter.Convert(deep, RGB8);
             size_t wrong = 0;
             for (size_t i = 0; i < size_t(w) * h; ++i)
-                for (int c = 0; c < 3; ++c) {
+                for (int c = 0; c < 3; ++c)
+                {
                     wrong += rgba.GetData()[4 * i + c] != expected[4 * i + 2 - c];
                     wrong += bgr.GetData()[3 * i + c] != expected[4 * i + c];
                     wrong += rgb.GetData()[3 * i + c] != expected[4 * i + 2 - c];

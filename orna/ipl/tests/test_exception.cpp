@@ -17,7 +17,10 @@ struct Row
     const char* className;
 };
 
-template <typename T> bool Is(const Exception& e) { return typeid(e) == typeid(T); }
+template <typename T> bool Is(const Exception& e)
+{
+    return typeid(e) == typeid(T);
+}
 
 } // namespace
 
@@ -42,12 +45,16 @@ TEST(IplException, EveryRowOfTheCodeTableRaisesItsClassWithTheExactText)
         {-4, "", Is<Exception>, "Exception"},
         {1000, "", Is<Exception>, "Exception"},
     };
-    for (const auto& row : rows) {
+    for (const auto& row : rows)
+    {
         SCOPED_TRACE(row.code);
-        try {
+        try
+        {
             Raise(row.code, "something went wrong");
             FAIL() << "no exception";
-        } catch (const Exception& e) {
+        }
+        catch (const Exception& e)
+        {
             EXPECT_TRUE(row.isClass(e)) << "expected " << row.className << ", got " << typeid(e).name();
             EXPECT_EQ(std::string(e.what()), "[Error-Code: " + std::to_string(row.code) + " (" + row.name +
                                                  ") | Error-Description: something went wrong]");
@@ -64,10 +71,13 @@ TEST(IplException, FamilyDerivesFromRuntimeErrorAndSuccessIsNotRaisable)
 {
     EXPECT_EQ(ReturnCodeName(0), "ORNA_IPL_RETURN_CODE_SUCCESS");
     EXPECT_THROW(Raise(ReturnCode::Timeout, "t"), std::runtime_error);
-    try {
+    try
+    {
         Raise(0, "nothing");
         FAIL();
-    } catch (const Exception& e) {
+    }
+    catch (const Exception& e)
+    {
         EXPECT_EQ(typeid(e), typeid(Exception));
         EXPECT_NE(std::string(e.what()).find("[Error-Code: 1 (ORNA_IPL_RETURN_CODE_ERROR)"), std::string::npos);
     }

@@ -21,7 +21,8 @@ TEST(IplFuzz, RandomFormatsSizesAndBuffersOnlyRaiseTheFamily)
     std::vector<uint8_t> input;
     const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
     long runs = 0;
-    while (std::chrono::steady_clock::now() < end) {
+    while (std::chrono::steady_clock::now() < end)
+    {
         input.resize(12 + rng() % 300);
         for (auto& b : input)
             b = static_cast<uint8_t>(rng());

@@ -12,13 +12,14 @@ using namespace orna::ipl;
 
 TEST(IplPixelFormat, NamesAndCodesRoundTripAndUnknownsAreReported)
 {
-    const char* names[] = {"Mono8", "Mono10", "Mono10p", "Mono12", "Mono12p", "BayerRG8", "BayerRG10",
-                           "BayerRG10p", "BayerRG12", "BayerRG12p", "BayerBG8", "BayerBG10", "BayerBG10p",
-                           "BayerBG12", "BayerBG12p", "BayerGB8", "BayerGB10", "BayerGB10p", "BayerGB12",
-                           "BayerGB12p", "BayerGR8", "BayerGR10", "BayerGR10p", "BayerGR12", "BayerGR12p",
-                           "BGR8", "BGR10", "BGR10p32", "BGR12", "BGRa8", "BGRa10", "BGRa12", "RGB8", "RGB10",
-                           "RGB10p32", "RGB12", "RGBa8", "RGBa10", "RGBa12"};
-    for (const char* name : names) {
+    const char* names[] = {
+        "Mono8",      "Mono10",     "Mono10p",   "Mono12",     "Mono12p",    "BayerRG8",  "BayerRG10",  "BayerRG10p",
+        "BayerRG12",  "BayerRG12p", "BayerBG8",  "BayerBG10",  "BayerBG10p", "BayerBG12", "BayerBG12p", "BayerGB8",
+        "BayerGB10",  "BayerGB10p", "BayerGB12", "BayerGB12p", "BayerGR8",   "BayerGR10", "BayerGR10p", "BayerGR12",
+        "BayerGR12p", "BGR8",       "BGR10",     "BGR10p32",   "BGR12",      "BGRa8",     "BGRa10",     "BGRa12",
+        "RGB8",       "RGB10",      "RGB10p32",  "RGB12",      "RGBa8",      "RGBa10",    "RGBa12"};
+    for (const char* name : names)
+    {
         const uint32_t code = PixelFormat::FromName(name);
         ASSERT_NE(code, 0u) << name;
         EXPECT_EQ(PixelFormat::ToName(code), name);
@@ -36,10 +37,13 @@ TEST(IplPixelFormat, NamesAndCodesRoundTripAndUnknownsAreReported)
     EXPECT_EQ(PixelFormat::FromName("YUV420_8_YY_UV_SemiplanarKVX"), 0x420C0001u);
     EXPECT_EQ(PixelFormat::FromName("Mono9"), 0u);
     EXPECT_EQ(PixelFormat::ToName(0x12345678), "INVALID PIXEL FORMAT VALUE");
-    try {
+    try
+    {
         PixelFormat::GetNumChannels(0x12345678);
         FAIL();
-    } catch (const ImageFormatNotSupportedException& e) {
+    }
+    catch (const ImageFormatNotSupportedException& e)
+    {
         EXPECT_STREQ(e.what(), "[Error-Code: 7 (ORNA_IPL_RETURN_CODE_IMAGE_FORMAT_NOT_SUPPORTED) | "
                                "Error-Description: Unknown pixel format 0x12345678.]");
     }
@@ -72,7 +76,8 @@ TEST(IplPixelFormat, PropertiesOfEachFamily)
         {RGB10p32, 3, 10, 32, true, false, BayerPattern::None},
         {YUV420_8_YY_UV_SemiplanarKVX, 3, 8, 12, false, false, BayerPattern::None},
     };
-    for (const auto& e : table) {
+    for (const auto& e : table)
+    {
         SCOPED_TRACE(PixelFormat::ToName(e.f));
         EXPECT_EQ(PixelFormat::GetNumChannels(e.f), e.channels);
         EXPECT_EQ(PixelFormat::GetNumSignificantBitsPerChannel(e.f), e.sig);
@@ -82,7 +87,8 @@ TEST(IplPixelFormat, PropertiesOfEachFamily)
         EXPECT_EQ(PixelFormat::GetBayerPattern(e.f), e.pattern);
     }
     // Every known format is consistent: bayer <=> pattern, packed formats unpack to an unpacked format.
-    for (uint32_t f : PixelFormat::AllFormats()) {
+    for (uint32_t f : PixelFormat::AllFormats())
+    {
         EXPECT_EQ(PixelFormat::IsBayered(f), PixelFormat::GetBayerPattern(f) != BayerPattern::None);
         EXPECT_FALSE(PixelFormat::IsPacked(PixelFormat::GetUnpackedFormat(f)));
         EXPECT_EQ(PixelFormat::FromName(PixelFormat::ToName(f)), f);
@@ -108,10 +114,13 @@ TEST(IplPixelFormat, StorageSizes)
 
 TEST(IplPixelFormat, GeometryThatDoesNotFitTheGroupingIsRefused)
 {
-    try {
+    try
+    {
         PixelFormat::CalculateImageSize(Mono10g40KVX, 6, 2);
         FAIL();
-    } catch (const InvalidArgumentException& e) {
+    }
+    catch (const InvalidArgumentException& e)
+    {
         EXPECT_STREQ(e.what(), "[Error-Code: 5 (ORNA_IPL_RETURN_CODE_INVALID_ARGUMENT) | Error-Description: "
                                "Image size 6x2 does not fit Mono10g40KVX: the width must be a multiple of 4.]");
     }
@@ -150,18 +159,24 @@ TEST(IplImage, OwningWrappingCloningAndTimestamps)
 TEST(IplImage, ShortOrMissingBufferIsRefusedWithTheExactText)
 {
     std::vector<uint8_t> device(74);
-    try {
+    try
+    {
         Image::ConstructFromBuffer(Mono12p, 10, 5, device.data(), device.size());
         FAIL();
-    } catch (const BufferTooSmallException& e) {
+    }
+    catch (const BufferTooSmallException& e)
+    {
         EXPECT_STREQ(e.what(), "[Error-Code: 4 (ORNA_IPL_RETURN_CODE_BUFFER_TOO_SMALL) | Error-Description: "
                                "The buffer of 74 bytes is smaller than the 75 bytes that Mono12p needs for "
                                "10x5.]");
     }
-    try {
+    try
+    {
         Image::ConstructFromBuffer(Mono8, 2, 2, static_cast<void*>(nullptr), 4);
         FAIL();
-    } catch (const InvalidArgumentException& e) {
+    }
+    catch (const InvalidArgumentException& e)
+    {
         EXPECT_STREQ(e.what(), "[Error-Code: 5 (ORNA_IPL_RETURN_CODE_INVALID_ARGUMENT) | Error-Description: "
                                "The given buffer is a nullptr!]");
     }

@@ -30,7 +30,8 @@ TEST(IplThreads, PoolImagesHeldByAnotherThreadAreNeverOverwritten)
     std::atomic<int> corrupted{0}, checked{0};
 
     std::thread consumer([&] {
-        for (;;) {
+        for (;;)
+        {
             std::shared_ptr<Image> image;
             {
                 std::unique_lock<std::mutex> lock(mutex);
@@ -44,7 +45,8 @@ TEST(IplThreads, PoolImagesHeldByAnotherThreadAreNeverOverwritten)
             const uint8_t stamp = image->GetData()[0];
             std::this_thread::yield();
             for (size_t i = 0; i < image->GetByteCount(); ++i)
-                if (image->GetData()[i] != stamp) {
+                if (image->GetData()[i] != stamp)
+                {
                     ++corrupted;
                     break;
                 }
@@ -53,7 +55,8 @@ TEST(IplThreads, PoolImagesHeldByAnotherThreadAreNeverOverwritten)
     });
 
     Image source = Image::Construct(Mono8, 32, 16);
-    for (int frame = 0; frame < 2000; ++frame) {
+    for (int frame = 0; frame < 2000; ++frame)
+    {
         std::memset(source.GetData(), frame & 0xFF, source.GetByteCount());
         auto image = std::make_shared<Image>(converter.Convert(source, RGB8));
         std::lock_guard<std::mutex> lock(mutex);
@@ -83,14 +86,16 @@ TEST(IplThreads, VideoCountersWhileAnotherThreadAppends)
     std::atomic<int> accepted{0};
     std::thread capture([&] {
         Image frame = Image::Construct(BGRa8, 64, 48);
-        for (int i = 0; i < 300; ++i) {
+        for (int i = 0; i < 300; ++i)
+        {
             std::memset(frame.GetData(), i & 0xFF, frame.GetByteCount());
             accepted += writer.Append(frame);
         }
         appending = false;
     });
     uint64_t lastEncoded = 0;
-    while (appending) { // the GUI thread's counter timer
+    while (appending)
+    { // the GUI thread's counter timer
         const uint64_t encoded = writer.GetEncodedFrames();
         EXPECT_GE(encoded, lastEncoded);
         lastEncoded = encoded;

@@ -31,7 +31,8 @@ std::vector<uint8_t> PackStream(const std::vector<uint16_t>& samples, int bits)
     std::vector<uint8_t> out((samples.size() * bits + 7) / 8, 0);
     for (size_t i = 0; i < samples.size(); ++i)
         for (int b = 0; b < bits; ++b)
-            if (samples[i] >> b & 1) {
+            if (samples[i] >> b & 1)
+            {
                 const size_t bit = i * bits + b;
                 out[bit / 8] |= static_cast<uint8_t>(1u << (bit % 8));
             }
@@ -42,7 +43,8 @@ std::vector<uint8_t> PackStream(const std::vector<uint16_t>& samples, int bits)
 std::vector<uint8_t> PackG40(const std::vector<uint16_t>& s)
 {
     std::vector<uint8_t> out((s.size() + 3) / 4 * 5, 0);
-    for (size_t i = 0; i < s.size(); ++i) {
+    for (size_t i = 0; i < s.size(); ++i)
+    {
         uint8_t* g = &out[i / 4 * 5];
         g[i % 4] = static_cast<uint8_t>(s[i] >> 2);
         g[4] |= static_cast<uint8_t>((s[i] & 3) << (2 * (i % 4)));
@@ -54,7 +56,8 @@ std::vector<uint8_t> PackG40(const std::vector<uint16_t>& s)
 std::vector<uint8_t> PackG24(const std::vector<uint16_t>& s)
 {
     std::vector<uint8_t> out((s.size() + 1) / 2 * 3, 0);
-    for (size_t i = 0; i < s.size(); ++i) {
+    for (size_t i = 0; i < s.size(); ++i)
+    {
         uint8_t* g = &out[i / 2 * 3];
         g[i % 2] = static_cast<uint8_t>(s[i] >> 4);
         g[2] |= static_cast<uint8_t>((s[i] & 0xF) << (4 * (i % 2)));
@@ -71,8 +74,14 @@ struct Layout
     void (*to8)(const uint8_t*, uint8_t*, size_t);
 };
 
-std::vector<uint8_t> Pack10(const std::vector<uint16_t>& s) { return PackStream(s, 10); }
-std::vector<uint8_t> Pack12(const std::vector<uint16_t>& s) { return PackStream(s, 12); }
+std::vector<uint8_t> Pack10(const std::vector<uint16_t>& s)
+{
+    return PackStream(s, 10);
+}
+std::vector<uint8_t> Pack12(const std::vector<uint16_t>& s)
+{
+    return PackStream(s, 12);
+}
 
 const Layout kLayouts[] = {
     {"p10", 10, Pack10, unpack::P10To16, unpack::P10To8},
@@ -85,8 +94,10 @@ const Layout kLayouts[] = {
 
 TEST(IplUnpack, EveryLayoutRoundTripsAtEveryLengthNearGroupBoundaries)
 {
-    for (const auto& layout : kLayouts) {
-        for (size_t n : {1, 2, 3, 4, 5, 7, 8, 9, 15, 16, 17, 31, 64, 1001}) {
+    for (const auto& layout : kLayouts)
+    {
+        for (size_t n : {1, 2, 3, 4, 5, 7, 8, 9, 15, 16, 17, 31, 64, 1001})
+        {
             SCOPED_TRACE(std::string(layout.name) + " n=" + std::to_string(n));
             const auto samples = RandomSamples(n, layout.bits, static_cast<unsigned>(n));
             const auto packed = layout.pack(samples);
@@ -133,21 +144,30 @@ TEST(IplUnpack, P32WordsCarryTheFirstChannelInTheLowBits)
 TEST(IplUnpack, ConverterUnpacksEveryPackedRawFormat)
 {
     ImageConverter converter;
-    for (uint32_t f : PixelFormat::AllFormats()) {
+    for (uint32_t f : PixelFormat::AllFormats())
+    {
         const Packing packing = PixelFormat::GetPacking(f);
-        if (packing != Packing::P10 && packing != Packing::P12 && packing != Packing::G40 &&
-            packing != Packing::G24)
+        if (packing != Packing::P10 && packing != Packing::P12 && packing != Packing::G40 && packing != Packing::G24)
             continue;
         SCOPED_TRACE(PixelFormat::ToName(f));
         const uint32_t w = 300, h = 301;
         const int bits = PixelFormat::GetNumSignificantBitsPerChannel(f);
         const auto samples = RandomSamples(size_t(w) * h, bits, f);
         std::vector<uint8_t> packed;
-        switch (packing) {
-        case Packing::P10: packed = PackStream(samples, 10); break;
-        case Packing::P12: packed = PackStream(samples, 12); break;
-        case Packing::G40: packed = PackG40(samples); break;
-        default: packed = PackG24(samples); break;
+        switch (packing)
+        {
+        case Packing::P10:
+            packed = PackStream(samples, 10);
+            break;
+        case Packing::P12:
+            packed = PackStream(samples, 12);
+            break;
+        case Packing::G40:
+            packed = PackG40(samples);
+            break;
+        default:
+            packed = PackG24(samples);
+            break;
         }
         const Image source = Image::ConstructFromBuffer(f, w, h, packed.data(), packed.size());
         const uint32_t plain = PixelFormat::GetUnpackedFormat(f);

@@ -42,7 +42,8 @@ Image Frame(uint32_t format, uint32_t w, uint32_t h, int i)
     Image image = Image::Construct(format, w, h);
     const int channels = PixelFormat::GetNumChannels(format);
     for (uint32_t y = 0; y < h; ++y)
-        for (uint32_t x = 0; x < w; ++x) {
+        for (uint32_t x = 0; x < w; ++x)
+        {
             uint8_t* p = image.GetData() + (size_t(y) * w + x) * channels;
             const bool bar = (x / 8) == uint32_t(i) % (w / 8);
             for (int c = 0; c < channels; ++c)
@@ -60,7 +61,8 @@ cv::Mat Expected(const Image& image)
     cv::Mat out;
     if (channels == 1)
         out = in.clone();
-    else {
+    else
+    {
         std::vector<cv::Mat> planes;
         cv::split(in, planes);
         const bool rgb = f == RGB8 || f == RGBa8;
@@ -80,7 +82,8 @@ std::map<std::string, std::string> Probe(const std::string& file)
     if (!pipe)
         return result;
     std::array<char, 512> line{};
-    while (fgets(line.data(), line.size(), pipe)) {
+    while (fgets(line.data(), line.size(), pipe))
+    {
         std::string text(line.data());
         while (!text.empty() && (text.back() == '\n' || text.back() == '\r'))
             text.pop_back();
@@ -104,10 +107,13 @@ void Record(const std::string& file, const std::string& encoderName, uint32_t fo
 {
     auto avi = std::make_shared<container::AVIContainer>();
     std::shared_ptr<encoder::Encoder> enc;
-    if (encoderName == "mjpeg") {
+    if (encoderName == "mjpeg")
+    {
         enc = std::make_shared<encoder::MJPEGEncoder>();
         enc->SetOption("Quality", 95);
-    } else {
+    }
+    else
+    {
         enc = std::make_shared<encoder::RawEncoder>();
     }
     if (segment > 0)
@@ -135,7 +141,8 @@ void ExpectReadBack(const std::string& file, uint32_t format, uint32_t w, uint32
     const bool grey = PixelFormat::GetNumChannels(format) == 1;
     int read = 0;
     cv::Mat frame;
-    while (capture.read(frame)) {
+    while (capture.read(frame))
+    {
         ASSERT_LT(read, frames);
         cv::Mat expected = Expected(Frame(format, w, h, read));
         if (grey && frame.channels() == 3)
@@ -210,7 +217,8 @@ TEST_F(IplVideo, FullQueueDropsAndCountsAndCloseDrains)
     EXPECT_FALSE(fs::exists(File("q.avi"))); // written under a temporary name until Close
     const Image frame = Frame(BGR8, 1280, 960, 1);
     int accepted = 0;
-    for (int i = 0; i < 40; ++i) {
+    for (int i = 0; i < 40; ++i)
+    {
         accepted += writer.Append(frame);
         EXPECT_LE(writer.GetQueued(), 2u);
     }
@@ -228,10 +236,13 @@ TEST_F(IplVideo, FullQueueDropsAndCountsAndCloseDrains)
 TEST_F(IplVideo, MisuseRaisesTheFamilysExceptions)
 {
     VideoWriter writer;
-    try {
+    try
+    {
         writer.Append(Frame(BGR8, 16, 16, 0));
         FAIL();
-    } catch (const InvalidHandleException& e) {
+    }
+    catch (const InvalidHandleException& e)
+    {
         EXPECT_STREQ(e.what(), "[Error-Code: 2 (ORNA_IPL_RETURN_CODE_INVALID_HANDLE) | Error-Description: "
                                "The video is not open.]");
     }
@@ -280,7 +291,8 @@ TEST_F(IplVideo, FileAboveOneGibPlaysToTheLastFrame)
         VideoWriter writer;
         writer.Open(file, avi, raw, 4);
         Image frame = Frame(BGR8, w, h, 0);
-        for (int i = 0; i < frames; ++i) {
+        for (int i = 0; i < frames; ++i)
+        {
             frame.GetData()[0] = static_cast<uint8_t>(i); // tells the frames apart cheaply
             while (!writer.Append(frame))
                 writer.WaitUntilFrameDone();
@@ -294,13 +306,15 @@ TEST_F(IplVideo, FileAboveOneGibPlaysToTheLastFrame)
     EXPECT_EQ(capture.get(cv::CAP_PROP_FRAME_COUNT), frames);
     cv::Mat image;
     int read = 0;
-    while (capture.read(image)) {
+    while (capture.read(image))
+    {
         // Raw rows are stored bottom-up; the reader flips them back, so pixel (0,0) is byte 0 again.
         EXPECT_EQ(image.at<cv::Vec3b>(0, 0)[0], read) << "frame " << read;
         ++read;
     }
     EXPECT_EQ(read, frames);
-    if (HasFfprobe()) {
+    if (HasFfprobe())
+    {
         auto probe = Probe(file);
         EXPECT_EQ(probe["nb_read_frames"], std::to_string(frames));
         EXPECT_TRUE(probe["error"].empty()) << probe["error"];

@@ -75,7 +75,8 @@ TEST_F(IplWriter, BmpAndJpegShiftDeepMonoDownAndPngShiftsItUp)
 TEST_F(IplWriter, ColourOrderAndAlphaPerType)
 {
     Image rgba = Image::Construct(RGBa8, 16, 8);
-    for (size_t i = 0; i < 128; ++i) {
+    for (size_t i = 0; i < 128; ++i)
+    {
         rgba.GetData()[4 * i] = 250;     // R
         rgba.GetData()[4 * i + 1] = 120; // G
         rgba.GetData()[4 * i + 2] = 10;  // B
@@ -120,10 +121,13 @@ TEST_F(IplWriter, RefusalsAndFailuresLeaveNoFile)
     Image p32 = Image::Construct(RGB10p32, 8, 8);
     EXPECT_THROW(ImageWriter::Write(p32, File("p.png")), ImageFormatNotSupportedException);
     Image mono = Image::Construct(Mono8, 8, 8);
-    try {
+    try
+    {
         ImageWriter::Write(mono, File("x.tiff"));
         FAIL();
-    } catch (const InvalidArgumentException& e) {
+    }
+    catch (const InvalidArgumentException& e)
+    {
         EXPECT_NE(std::string(e.what()).find("is not supported (bmp, jpg, png).]"), std::string::npos);
     }
     EXPECT_THROW(ImageWriter::Write(mono, File("missing/dir/x.png")), IOException);

@@ -75,5 +75,4 @@ inline void RunConcurrentUse(const std::shared_ptr<NodeMap>& map, std::chrono::m
     EXPECT_EQ(failures.load(), 0);
 }
 
-
 } // namespace orna::core::test

@@ -51,7 +51,9 @@ inline std::string LoopbackOnlyProblem()
 class FakeGvCamera
 {
 public:
-    FakeGvCamera(std::string address, std::string serial) : m_address(std::move(address)), m_serial(std::move(serial)) {}
+    FakeGvCamera(std::string address, std::string serial) : m_address(std::move(address)), m_serial(std::move(serial))
+    {
+    }
     ~FakeGvCamera() { Kill(); }
 
     static bool Available() { return ::access("/usr/bin/arv-fake-gv-camera-0.8", X_OK) == 0; }
@@ -59,8 +61,8 @@ public:
     bool Start()
     {
         const char* argv[] = {"arv-fake-gv-camera-0.8", "-i", m_address.c_str(), "-s", m_serial.c_str(), nullptr};
-        return posix_spawn(&m_pid, "/usr/bin/arv-fake-gv-camera-0.8", nullptr, nullptr,
-                           const_cast<char* const*>(argv), environ) == 0;
+        return posix_spawn(&m_pid, "/usr/bin/arv-fake-gv-camera-0.8", nullptr, nullptr, const_cast<char* const*>(argv),
+                           environ) == 0;
     }
     void Kill()
     {
@@ -79,7 +81,8 @@ private:
     pid_t m_pid = -1;
 };
 
-inline std::shared_ptr<DeviceDescriptor> FindBySerial(const std::shared_ptr<Interface>& iface, const std::string& serial)
+inline std::shared_ptr<DeviceDescriptor> FindBySerial(const std::shared_ptr<Interface>& iface,
+                                                      const std::string& serial)
 {
     for (const auto& device : iface->GetDevices())
     {
@@ -90,8 +93,8 @@ inline std::shared_ptr<DeviceDescriptor> FindBySerial(const std::shared_ptr<Inte
 }
 
 // Runs discovery passes until a device with the serial appears; null when it did not within limit.
-inline std::shared_ptr<DeviceDescriptor> WaitForDevice(const std::shared_ptr<Interface>& iface, const std::string& serial,
-                                                       std::chrono::seconds limit)
+inline std::shared_ptr<DeviceDescriptor> WaitForDevice(const std::shared_ptr<Interface>& iface,
+                                                       const std::string& serial, std::chrono::seconds limit)
 {
     const auto deadline = std::chrono::steady_clock::now() + limit;
     while (std::chrono::steady_clock::now() < deadline)

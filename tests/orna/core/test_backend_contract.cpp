@@ -31,8 +31,8 @@ class TestBuffer : public detail::BufferBackend
 {
 public:
     TestBuffer(size_t size, void* memory, void* user)
-        : m_storage(memory ? 0 : size), m_data(memory ? static_cast<uint8_t*>(memory) : m_storage.data()),
-          m_size(size), m_user(user)
+        : m_storage(memory ? 0 : size), m_data(memory ? static_cast<uint8_t*>(memory) : m_storage.data()), m_size(size),
+          m_user(user)
     {
     }
     uint8_t* BasePtr() override { return m_data; }
@@ -160,7 +160,8 @@ public:
     {
         auto bank = test::MakeFixtureBank();
         m_map = detail::CreateLocalNodeMap(bank, test::kFixtureXml);
-        m_port = std::make_shared<detail::BankPort>(bank, detail::PortUrlInfo{"Local:fixture.xml;0;0", "fixture.xml", 0, 0, "Local"});
+        m_port = std::make_shared<detail::BankPort>(
+            bank, detail::PortUrlInfo{"Local:fixture.xml;0;0", "fixture.xml", 0, 0, "Local"});
     }
     std::shared_ptr<NodeMap> RemoteNodeMap() override { return m_map; }
     std::shared_ptr<detail::PortBackend> RemotePort() override { return m_port; }
@@ -209,7 +210,10 @@ public:
         info.tlType = "Custom";
         return info;
     }
-    std::vector<detail::InterfaceInfo> ListInterfaces() override { return {{"TestIf", "Test interface", "Custom", 0, 0, 0}}; }
+    std::vector<detail::InterfaceInfo> ListInterfaces() override
+    {
+        return {{"TestIf", "Test interface", "Custom", 0, 0, 0}};
+    }
     std::vector<detail::DeviceInfo> ListDevices(const std::string&, uint64_t) override
     {
         std::lock_guard<std::mutex> lock(g_world.mutex);
@@ -278,7 +282,8 @@ TEST_F(BackendContract, FoundLostAndChangedAreDifferencesBetweenPasses)
 {
     std::vector<std::string> found, lost;
     int listChanged = 0;
-    iface->RegisterDeviceFoundCallback([&](const std::shared_ptr<DeviceDescriptor>& d) { found.push_back(d->GetID()); });
+    iface->RegisterDeviceFoundCallback(
+        [&](const std::shared_ptr<DeviceDescriptor>& d) { found.push_back(d->GetID()); });
     iface->RegisterDeviceLostCallback([&](const std::shared_ptr<DeviceDescriptor>& d) { lost.push_back(d->GetID()); });
     iface->RegisterDeviceListChangedCallback([&] { ++listChanged; });
     auto first = iface->FindDevice("sim-1");
@@ -317,10 +322,10 @@ TEST_F(BackendContract, TransportReconnectAndRemoteEventsReachTheirListeners)
     std::vector<std::string> seen;
     iface->RegisterDeviceDisconnectedCallback(
         [&](const std::shared_ptr<DeviceDescriptor>& d) { seen.push_back("off " + d->GetID()); });
-    iface->RegisterDeviceReconnectedCallback([&](const std::shared_ptr<DeviceDescriptor>& d,
-                                                 const DeviceReconnectInformation& info) {
-        seen.push_back(std::string("on ") + d->GetID() + (info.remoteNodeMapNeedsRefresh ? " refresh" : ""));
-    });
+    iface->RegisterDeviceReconnectedCallback(
+        [&](const std::shared_ptr<DeviceDescriptor>& d, const DeviceReconnectInformation& info) {
+            seen.push_back(std::string("on ") + d->GetID() + (info.remoteNodeMapNeedsRefresh ? " refresh" : ""));
+        });
     detail::TransportBackend::ConnectionHandler connection;
     {
         std::lock_guard<std::mutex> lock(g_world.mutex);

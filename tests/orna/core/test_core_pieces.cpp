@@ -80,10 +80,12 @@ TEST(RegisterBank, RegionsProtectionAndPartialAccess)
     bank.AddMemory(0x100, 8, true, {1, 2, 3, 4, 5, 6, 7, 8});
     bank.AddMemory(0x200, 4, false, {9, 9, 9, 9});
     int64_t live = 0x0102;
-    bank.AddInteger(0x300, [&live] { return live; }, [&live](int64_t v) {
-        live = v;
-        return v >= 0;
-    });
+    bank.AddInteger(
+        0x300, [&live] { return live; },
+        [&live](int64_t v) {
+            live = v;
+            return v >= 0;
+        });
     uint8_t bytes[8] = {};
     EXPECT_EQ(bank.Read(0x102, bytes, 4), detail::RegisterBank::Status::Ok);
     EXPECT_EQ(bytes[0], 3);

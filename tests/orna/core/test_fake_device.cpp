@@ -117,8 +117,8 @@ TEST_F(FakeDeviceTest, OpenReadWriteAndClose)
         size_t previous = 0;
         for (size_t i = 0; i < format->GetNumEntries(); ++i)
         {
-            const auto position = xml.find("\"" + format->GetEntry(i)->GetSymbolicValue() + "\"",
-                                           xml.find("Name=\"PixelFormat\""));
+            const auto position =
+                xml.find("\"" + format->GetEntry(i)->GetSymbolicValue() + "\"", xml.find("Name=\"PixelFormat\""));
             ASSERT_NE(position, std::string::npos);
             EXPECT_GT(position, previous) << format->GetEntry(i)->GetSymbolicValue();
             previous = position;

@@ -104,9 +104,9 @@ TEST_F(GigETest, CameraControlledByAnotherProcessRaises)
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
     pid_t other = -1;
-    ASSERT_EQ(posix_spawn(&other, "/usr/bin/arv-camera-test-0.8", &actions, nullptr, const_cast<char* const*>(argv),
-                          environ),
-              0);
+    ASSERT_EQ(
+        posix_spawn(&other, "/usr/bin/arv-camera-test-0.8", &actions, nullptr, const_cast<char* const*>(argv), environ),
+        0);
     posix_spawn_file_actions_destroy(&actions);
     std::this_thread::sleep_for(std::chrono::milliseconds(2500));
     EXPECT_THROW(descriptor->OpenDevice(DeviceAccessType::Control), BadAccessException);

@@ -8,7 +8,7 @@
 TEST(NodeMapThreads, FourThreadsTenSeconds)
 {
     orna::Library::Initialize();
-    auto map = orna::core::detail::CreateLocalNodeMap(orna::core::test::MakeFixtureBank(),
-                                                      orna::core::test::kFixtureXml);
+    auto map =
+        orna::core::detail::CreateLocalNodeMap(orna::core::test::MakeFixtureBank(), orna::core::test::kFixtureXml);
     orna::core::test::RunConcurrentUse(map, std::chrono::seconds(10));
 }

@@ -4,59 +4,77 @@
 
 namespace {
 
-struct SimTestDevice {
+struct SimTestDevice
+{
     ArvDevice parent;
     orna::core::sim::SimCamera* camera;
     ArvGc* genicam;
 };
-struct SimTestDeviceClass {
+struct SimTestDeviceClass
+{
     ArvDeviceClass parent_class;
 };
 
 GType sim_test_device_get_type();
 G_DEFINE_TYPE(SimTestDevice, sim_test_device, ARV_TYPE_DEVICE)
 
-SimTestDevice* Self(ArvDevice* d) { return reinterpret_cast<SimTestDevice*>(d); }
+SimTestDevice* Self(ArvDevice* d)
+{
+    return reinterpret_cast<SimTestDevice*>(d);
+}
 
-gboolean ReadMemory(ArvDevice* d, guint64 address, guint32 size, void* buffer, GError** error) {
-    if (Self(d)->camera->ReadMemory(address, buffer, size)) {
+gboolean ReadMemory(ArvDevice* d, guint64 address, guint32 size, void* buffer, GError** error)
+{
+    if (Self(d)->camera->ReadMemory(address, buffer, size))
+    {
         return TRUE;
     }
     g_set_error(error, ARV_DEVICE_ERROR, ARV_DEVICE_ERROR_PROTOCOL_ERROR, "read error at 0x%llx",
                 static_cast<unsigned long long>(address));
     return FALSE;
 }
-gboolean WriteMemory(ArvDevice* d, guint64 address, guint32 size, void* buffer, GError** error) {
-    if (Self(d)->camera->WriteMemory(address, buffer, size)) {
+gboolean WriteMemory(ArvDevice* d, guint64 address, guint32 size, void* buffer, GError** error)
+{
+    if (Self(d)->camera->WriteMemory(address, buffer, size))
+    {
         return TRUE;
     }
     g_set_error(error, ARV_DEVICE_ERROR, ARV_DEVICE_ERROR_PROTOCOL_ERROR, "write error at 0x%llx",
                 static_cast<unsigned long long>(address));
     return FALSE;
 }
-gboolean ReadRegister(ArvDevice* d, guint64 address, guint32* value, GError** error) {
+gboolean ReadRegister(ArvDevice* d, guint64 address, guint32* value, GError** error)
+{
     return ReadMemory(d, address, 4, value, error);
 }
-gboolean WriteRegister(ArvDevice* d, guint64 address, guint32 value, GError** error) {
+gboolean WriteRegister(ArvDevice* d, guint64 address, guint32 value, GError** error)
+{
     return WriteMemory(d, address, 4, &value, error);
 }
-ArvGc* GetGenicam(ArvDevice* d) { return Self(d)->genicam; }
-const char* GetXml(ArvDevice* d, size_t* size) {
+ArvGc* GetGenicam(ArvDevice* d)
+{
+    return Self(d)->genicam;
+}
+const char* GetXml(ArvDevice* d, size_t* size)
+{
     const std::string& xml = Self(d)->camera->GenICamXml();
     *size = xml.size();
     return xml.c_str();
 }
 
-void sim_test_device_init(SimTestDevice* self) {
+void sim_test_device_init(SimTestDevice* self)
+{
     self->camera = nullptr;
     self->genicam = nullptr;
 }
-void Finalize(GObject* object) {
+void Finalize(GObject* object)
+{
     SimTestDevice* self = reinterpret_cast<SimTestDevice*>(object);
     g_clear_object(&self->genicam);
     G_OBJECT_CLASS(sim_test_device_parent_class)->finalize(object);
 }
-void sim_test_device_class_init(SimTestDeviceClass* klass) {
+void sim_test_device_class_init(SimTestDeviceClass* klass)
+{
     G_OBJECT_CLASS(klass)->finalize = Finalize;
     ArvDeviceClass* device = ARV_DEVICE_CLASS(klass);
     device->read_memory = ReadMemory;
@@ -67,9 +85,10 @@ void sim_test_device_class_init(SimTestDeviceClass* klass) {
     device->get_genicam_xml = GetXml;
 }
 
-}  // namespace
+} // namespace
 
-ArvDevice* SimTestDeviceNew(orna::core::sim::SimCamera* camera) {
+ArvDevice* SimTestDeviceNew(orna::core::sim::SimCamera* camera)
+{
     auto* self = static_cast<SimTestDevice*>(g_object_new(sim_test_device_get_type(), nullptr));
     self->camera = camera;
     const std::string& xml = camera->GenICamXml();
@@ -77,4 +96,7 @@ ArvDevice* SimTestDeviceNew(orna::core::sim::SimCamera* camera) {
     return ARV_DEVICE(self);
 }
 
-ArvGc* SimTestDeviceGenicam(ArvDevice* device) { return Self(device)->genicam; }
+ArvGc* SimTestDeviceGenicam(ArvDevice* device)
+{
+    return Self(device)->genicam;
+}

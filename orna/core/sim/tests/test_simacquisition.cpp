@@ -21,21 +21,29 @@ using namespace orna::core::sim;
 using namespace simtest;
 using namespace std::chrono_literals;
 
-uint32_t BE32(const uint8_t* p) { return uint32_t(p[0]) << 24 | uint32_t(p[1]) << 16 | uint32_t(p[2]) << 8 | p[3]; }
-uint64_t LE(const uint8_t* p, size_t n) {
+uint32_t BE32(const uint8_t* p)
+{
+    return uint32_t(p[0]) << 24 | uint32_t(p[1]) << 16 | uint32_t(p[2]) << 8 | p[3];
+}
+uint64_t LE(const uint8_t* p, size_t n)
+{
     uint64_t v = 0;
-    for (size_t i = 0; i < n; ++i) v |= uint64_t(p[i]) << (8 * i);
+    for (size_t i = 0; i < n; ++i)
+        v |= uint64_t(p[i]) << (8 * i);
     return v;
 }
 
 // Walks the GigE chunk layout from the end of the payload: data, then { id, length } big-endian.
-std::map<uint32_t, std::vector<uint8_t>> ParseChunks(const std::vector<uint8_t>& payload) {
+std::map<uint32_t, std::vector<uint8_t>> ParseChunks(const std::vector<uint8_t>& payload)
+{
     std::map<uint32_t, std::vector<uint8_t>> chunks;
     size_t end = payload.size();
-    while (end >= 8) {
+    while (end >= 8)
+    {
         const uint32_t id = BE32(&payload[end - 8]);
         const uint32_t len = BE32(&payload[end - 4]);
-        if (len + 8 > end) {
+        if (len + 8 > end)
+        {
             ADD_FAILURE() << "chunk length beyond the payload";
             break;
         }
@@ -46,9 +54,11 @@ std::map<uint32_t, std::vector<uint8_t>> ParseChunks(const std::vector<uint8_t>&
     return chunks;
 }
 
-class SimAcquisition : public ::testing::Test {
+class SimAcquisition : public ::testing::Test
+{
 protected:
-    void SetUp() override {
+    void SetUp() override
+    {
         SimCameraConfig c = Config("color", "ACQTEST-" + std::to_string(++counter_));
         c.resetDuration = 200ms;
         cam = std::make_unique<SimCamera>(c);
@@ -58,16 +68,21 @@ protected:
         ASSERT_TRUE(WriteU32(*cam, reg::Height, 240));
         ASSERT_TRUE(WriteF64(*cam, reg::ExposureTime, 1000.0));
     }
-    void TearDown() override {
-        if (cam) {
+    void TearDown() override
+    {
+        if (cam)
+        {
             Execute(*cam, reg::AcquisitionStop);
             cam->SetFrameSink(nullptr);
         }
     }
-    bool WaitUntil(const std::function<bool()>& condition, std::chrono::milliseconds timeout = 5000ms) {
+    bool WaitUntil(const std::function<bool()>& condition, std::chrono::milliseconds timeout = 5000ms)
+    {
         const auto end = std::chrono::steady_clock::now() + timeout;
-        while (std::chrono::steady_clock::now() < end) {
-            if (condition()) return true;
+        while (std::chrono::steady_clock::now() < end)
+        {
+            if (condition())
+                return true;
             std::this_thread::sleep_for(5ms);
         }
         return condition();
@@ -78,20 +93,22 @@ protected:
     std::unique_ptr<SimCamera> cam;
 };
 
-TEST_F(SimAcquisition, FramesArriveAtTheFrameRateWithConsecutiveIds) {
+TEST_F(SimAcquisition, FramesArriveAtTheFrameRateWithConsecutiveIds)
+{
     ASSERT_TRUE(WriteF64(*cam, reg::AcquisitionFrameRate, 20.0));
     ASSERT_TRUE(Execute(*cam, reg::AcquisitionStart));
     EXPECT_TRUE(cam->IsAcquiring());
     ASSERT_TRUE(sink.WaitFor(1));
     const size_t before = sink.Count();
-    std::this_thread::sleep_for(1000ms);  // the measuring window itself
+    std::this_thread::sleep_for(1000ms); // the measuring window itself
     const size_t inWindow = sink.Count() - before;
     ASSERT_TRUE(Execute(*cam, reg::AcquisitionStop));
     EXPECT_FALSE(cam->IsAcquiring());
     const auto frames = sink.Frames();
     EXPECT_GE(inWindow, 10u);
     EXPECT_LE(inWindow, 30u);
-    for (size_t i = 0; i < frames.size(); ++i) {
+    for (size_t i = 0; i < frames.size(); ++i)
+    {
         const auto& h = frames[i].header;
         EXPECT_EQ(h.frameId, i + 1);
         EXPECT_EQ(h.width, 320u);
@@ -100,14 +117,16 @@ TEST_F(SimAcquisition, FramesArriveAtTheFrameRateWithConsecutiveIds) {
         EXPECT_EQ(h.payloadSize, ReadU32(*cam, reg::PayloadSize));
         EXPECT_EQ(frames[i].data.size(), h.payloadSize);
         EXPECT_FALSE(h.incomplete);
-        if (i > 0) {
+        if (i > 0)
+        {
             const double gapMs = double(h.timestampNs - frames[i - 1].header.timestampNs) / 1e6;
             EXPECT_GT(gapMs, 25.0) << "20 fps means 50 ms between exposures";
         }
     }
 }
 
-TEST_F(SimAcquisition, SingleAndMultiFrameStopByThemselves) {
+TEST_F(SimAcquisition, SingleAndMultiFrameStopByThemselves)
+{
     ASSERT_TRUE(WriteU32(*cam, reg::AcquisitionMode, val::SingleFrame));
     ASSERT_TRUE(Execute(*cam, reg::AcquisitionStart));
     ASSERT_TRUE(WaitUntil([&] { return !cam->IsAcquiring(); }));
@@ -120,13 +139,15 @@ TEST_F(SimAcquisition, SingleAndMultiFrameStopByThemselves) {
     EXPECT_EQ(sink.Count(), 5u);
 }
 
-TEST_F(SimAcquisition, SoftwareTriggerGivesExactlyOneFrameEach) {
+TEST_F(SimAcquisition, SoftwareTriggerGivesExactlyOneFrameEach)
+{
     ASSERT_TRUE(WriteU32(*cam, reg::kTriggerBlock + reg::TriggerModeOffset, val::On));
     ASSERT_TRUE(Execute(*cam, reg::AcquisitionStart));
     ASSERT_TRUE(WaitUntil([&] { return (ReadU32(*cam, reg::AcquisitionStatus) & 2u) != 0; }))
         << "waiting for a trigger";
     EXPECT_EQ(sink.Count(), 0u);
-    for (size_t i = 1; i <= 3; ++i) {
+    for (size_t i = 1; i <= 3; ++i)
+    {
         ASSERT_TRUE(Execute(*cam, reg::kTriggerBlock + reg::TriggerSoftwareOffset));
         ASSERT_TRUE(sink.WaitFor(i));
         ASSERT_TRUE(WaitUntil([&] { return (ReadU32(*cam, reg::AcquisitionStatus) & 2u) != 0; }));
@@ -141,14 +162,16 @@ TEST_F(SimAcquisition, SoftwareTriggerGivesExactlyOneFrameEach) {
     EXPECT_EQ(sink.Count(), 4u);
 }
 
-TEST_F(SimAcquisition, ChunkValuesEqualTheNodeValues) {
+TEST_F(SimAcquisition, ChunkValuesEqualTheNodeValues)
+{
     ASSERT_TRUE(WriteU32(*cam, reg::OffsetX, 64));
     ASSERT_TRUE(WriteU32(*cam, reg::OffsetY, 32));
     ASSERT_TRUE(WriteF64(*cam, reg::ExposureTime, 2500.0));
     ASSERT_TRUE(WriteF64(*cam, reg::Gain, 9.0));
     ASSERT_TRUE(WriteU32(*cam, reg::ChunkGainSelector, val::GainDigitalAll));
     ASSERT_TRUE(WriteU32(*cam, reg::ChunkModeActive, 1));
-    for (uint32_t k = 0; k < val::kChunkCount; ++k) {
+    for (uint32_t k = 0; k < val::kChunkCount; ++k)
+    {
         ASSERT_TRUE(WriteU32(*cam, reg::ChunkEnable + 4 * k, 1));
     }
     ASSERT_TRUE(WriteU32(*cam, reg::AcquisitionMode, val::SingleFrame));
@@ -180,7 +203,8 @@ TEST_F(SimAcquisition, ChunkValuesEqualTheNodeValues) {
     EXPECT_LE(u(val::ChunkExposureTriggerTimestamp, 0, 8), frame.header.timestampNs);
 }
 
-TEST_F(SimAcquisition, ExposureEndAndTestEventsArrive) {
+TEST_F(SimAcquisition, ExposureEndAndTestEventsArrive)
+{
     std::mutex m;
     std::condition_variable cv;
     std::vector<SimEvent> events;
@@ -193,7 +217,7 @@ TEST_F(SimAcquisition, ExposureEndAndTestEventsArrive) {
         std::unique_lock<std::mutex> lock(m);
         return cv.wait_for(lock, 5s, [&] { return events.size() >= n; });
     };
-    ASSERT_TRUE(Execute(*cam, reg::TestEventGenerate));  // notification off: nothing
+    ASSERT_TRUE(Execute(*cam, reg::TestEventGenerate)); // notification off: nothing
     ASSERT_TRUE(WriteU32(*cam, reg::EventNotification + 4 * val::EventSelTest, val::On));
     ASSERT_TRUE(Execute(*cam, reg::TestEventGenerate));
     ASSERT_TRUE(waitEvents(1));
@@ -211,7 +235,8 @@ TEST_F(SimAcquisition, ExposureEndAndTestEventsArrive) {
     ASSERT_TRUE(waitEvents(4));
     ASSERT_TRUE(sink.WaitFor(3));
     std::lock_guard<std::mutex> lock(m);
-    for (size_t i = 1; i < 4; ++i) {
+    for (size_t i = 1; i < 4; ++i)
+    {
         EXPECT_EQ(events[i].name, "ExposureEnd");
         ASSERT_EQ(events[i].data.size(), 8u);
         EXPECT_EQ(LE(events[i].data.data(), 8), i);
@@ -219,14 +244,17 @@ TEST_F(SimAcquisition, ExposureEndAndTestEventsArrive) {
     EXPECT_EQ(ReadU64(*cam, reg::EventExposureEndFrameID), 3u);
 }
 
-TEST_F(SimAcquisition, InjectedFaultsShowInTheBuffers) {
+TEST_F(SimAcquisition, InjectedFaultsShowInTheBuffers)
+{
     ASSERT_TRUE(WriteF64(*cam, reg::AcquisitionFrameRate, 50.0));
     cam->InjectDropNextFrame();
     ASSERT_TRUE(Execute(*cam, reg::AcquisitionStart));
     ASSERT_TRUE(sink.WaitFor(1));
     cam->InjectIncompleteNextFrame();
     ASSERT_TRUE(WaitUntil([&] {
-        for (const auto& f : sink.Frames()) if (f.header.incomplete) return true;
+        for (const auto& f : sink.Frames())
+            if (f.header.incomplete)
+                return true;
         return false;
     }));
     sink.refuse = true;
@@ -238,7 +266,8 @@ TEST_F(SimAcquisition, InjectedFaultsShowInTheBuffers) {
     EXPECT_GE(cam->LostFrameCount(), 2u);
 }
 
-TEST_F(SimAcquisition, MultiImageBuffersHoldSeveralImages) {
+TEST_F(SimAcquisition, MultiImageBuffersHoldSeveralImages)
+{
     ASSERT_TRUE(WriteU32(*cam, reg::ImageBufferMode, val::MultiImage));
     ASSERT_TRUE(WriteU32(*cam, reg::ImageBufferImageCount, 3));
     ASSERT_TRUE(WriteF64(*cam, reg::AcquisitionFrameRate, 100.0));
@@ -251,7 +280,8 @@ TEST_F(SimAcquisition, MultiImageBuffersHoldSeveralImages) {
     EXPECT_EQ(frames[1].header.frameId, frames[0].header.frameId + 3);
 }
 
-TEST_F(SimAcquisition, AcquisitionLocksSizeNodes) {
+TEST_F(SimAcquisition, AcquisitionLocksSizeNodes)
+{
     ASSERT_TRUE(Execute(*cam, reg::AcquisitionStart));
     EXPECT_FALSE(WriteU32(*cam, reg::Width, 640));
     EXPECT_TRUE(WriteU32(*cam, reg::OffsetX, 16));
@@ -259,7 +289,8 @@ TEST_F(SimAcquisition, AcquisitionLocksSizeNodes) {
     EXPECT_TRUE(WriteU32(*cam, reg::Width, 640));
 }
 
-TEST_F(SimAcquisition, DisconnectAndReconnectCallBack) {
+TEST_F(SimAcquisition, DisconnectAndReconnectCallBack)
+{
     std::mutex m;
     std::condition_variable cv;
     std::vector<bool> changes;
@@ -285,7 +316,8 @@ TEST_F(SimAcquisition, DisconnectAndReconnectCallBack) {
     EXPECT_EQ(ReadU32(*cam, reg::Width), 320u) << "a link loss keeps the settings";
 }
 
-TEST_F(SimAcquisition, DeviceResetLeavesAndComesBackWithItsDefaultUserSet) {
+TEST_F(SimAcquisition, DeviceResetLeavesAndComesBackWithItsDefaultUserSet)
+{
     std::mutex m;
     std::condition_variable cv;
     std::vector<bool> changes;
@@ -295,7 +327,7 @@ TEST_F(SimAcquisition, DeviceResetLeavesAndComesBackWithItsDefaultUserSet) {
         cv.notify_all();
     });
     ASSERT_TRUE(WriteU32(*cam, reg::UserSetSelector, val::UserSet1));
-    ASSERT_TRUE(Execute(*cam, reg::UserSetSave));  // 320 x 240
+    ASSERT_TRUE(Execute(*cam, reg::UserSetSave)); // 320 x 240
     ASSERT_TRUE(WriteU32(*cam, reg::UserSetDefault, val::UserSet1));
     ASSERT_TRUE(WriteU32(*cam, reg::Width, 640));
     ASSERT_TRUE(WriteU32(*cam, reg::ChunkModeActive, 1));
@@ -310,7 +342,8 @@ TEST_F(SimAcquisition, DeviceResetLeavesAndComesBackWithItsDefaultUserSet) {
     EXPECT_EQ(ReadU32(*cam, reg::UserSetDefault), val::UserSet1);
 }
 
-TEST_F(SimAcquisition, FirmwareImageIsCheckedAndInstalledByReset) {
+TEST_F(SimAcquisition, FirmwareImageIsCheckedAndInstalledByReset)
+{
     auto writeFirmware = [&](const std::string& image) {
         EXPECT_TRUE(WriteU32(*cam, reg::FileSelector, val::FileFirmware));
         EXPECT_TRUE(WriteU32(*cam, reg::FileOpenMode, val::OpenWrite));
@@ -338,13 +371,14 @@ TEST_F(SimAcquisition, FirmwareImageIsCheckedAndInstalledByReset) {
     EXPECT_EQ(ReadStr(*cam, reg::DeviceFirmwareVersion), "2.5.0 build 9001");
 }
 
-TEST_F(SimAcquisition, HeldByOtherProcessIsReported) {
+TEST_F(SimAcquisition, HeldByOtherProcessIsReported)
+{
     EXPECT_FALSE(cam->IsHeldByOtherProcess());
     cam->SetHeldByOtherProcess(true);
     EXPECT_TRUE(cam->IsHeldByOtherProcess());
 }
 
-}  // namespace
+} // namespace
 
 namespace {
 
@@ -352,19 +386,21 @@ using namespace orna::core::sim;
 using namespace simtest;
 using namespace std::chrono_literals;
 
-TEST(SimAutoFunctions, ExposureAutoOnceReachesTheTargetAndSwitchesOff) {
+TEST(SimAutoFunctions, ExposureAutoOnceReachesTheTargetAndSwitchesOff)
+{
     SimCamera cam(Config("color", "AUTOTEST-1"));
     CollectingSink sink;
     cam.SetFrameSink(&sink);
     ASSERT_TRUE(WriteU32(cam, reg::Width, 320));
     ASSERT_TRUE(WriteU32(cam, reg::Height, 240));
     ASSERT_TRUE(WriteU32(cam, reg::PixelFormat, pfnc::Mono8));
-    ASSERT_TRUE(WriteF64(cam, reg::ExposureTime, 100.0));  // far too dark
+    ASSERT_TRUE(WriteF64(cam, reg::ExposureTime, 100.0)); // far too dark
     ASSERT_TRUE(WriteF64(cam, reg::AcquisitionFrameRate, 200.0));
     ASSERT_TRUE(WriteU32(cam, reg::ExposureAuto, val::AutoOnce));
     ASSERT_TRUE(Execute(cam, reg::AcquisitionStart));
     const auto end = std::chrono::steady_clock::now() + 10s;
-    while (ReadU32(cam, reg::ExposureAuto) != val::AutoOff && std::chrono::steady_clock::now() < end) {
+    while (ReadU32(cam, reg::ExposureAuto) != val::AutoOff && std::chrono::steady_clock::now() < end)
+    {
         std::this_thread::sleep_for(10ms);
     }
     EXPECT_EQ(ReadU32(cam, reg::ExposureAuto), val::AutoOff) << "Once ends by itself";
@@ -375,10 +411,11 @@ TEST(SimAutoFunctions, ExposureAutoOnceReachesTheTargetAndSwitchesOff) {
     const auto frames = sink.Frames();
     const auto& last = frames.back().data;
     double mean = 0;
-    for (uint8_t v : last) mean += v;
+    for (uint8_t v : last)
+        mean += v;
     mean /= double(last.size()) * 255.0;
     EXPECT_NEAR(mean, 0.4, 0.08);
     EXPECT_GT(ReadF64(cam, reg::ExposureTime), 1000.0);
 }
 
-}  // namespace
+} // namespace

@@ -90,7 +90,9 @@ const char* kChunkXml = R"(<?xml version="1.0" encoding="utf-8"?>
 class BytesBackend : public detail::BufferBackend
 {
 public:
-    explicit BytesBackend(std::vector<uint8_t> bytes, bool chunks = true) : m_bytes(std::move(bytes)), m_chunks(chunks) {}
+    explicit BytesBackend(std::vector<uint8_t> bytes, bool chunks = true) : m_bytes(std::move(bytes)), m_chunks(chunks)
+    {
+    }
     uint8_t* BasePtr() override { return m_bytes.empty() ? nullptr : m_bytes.data(); }
     size_t Size() const override { return m_bytes.size(); }
     void* UserPtr() const override { return nullptr; }
@@ -141,7 +143,8 @@ std::vector<uint8_t> Payload(uint64_t frameId, double exposure, uint32_t offsetY
 
 std::shared_ptr<Buffer> MakeBuffer(std::vector<uint8_t> bytes, bool chunks = true)
 {
-    return std::make_shared<Buffer>(std::weak_ptr<DataStream>{}, std::make_shared<BytesBackend>(std::move(bytes), chunks));
+    return std::make_shared<Buffer>(std::weak_ptr<DataStream>{},
+                                    std::make_shared<BytesBackend>(std::move(bytes), chunks));
 }
 
 class LocalChunkMap : public ::testing::Test
@@ -412,8 +415,9 @@ TEST_F(SimChunkNodes, ChunkFeaturesEqualTheBufferAndTheNodeValues)
     const double gain = map->FindNode<FloatNode>("Gain")->GetValue();
 
     std::atomic<int> frameIdChanges{0};
-    map->FindNode<IntegerNode>("ChunkFrameID")->RegisterChangedCallback(
-        [&](const std::shared_ptr<Node>&) { ++frameIdChanges; });
+    map->FindNode<IntegerNode>("ChunkFrameID")->RegisterChangedCallback([&](const std::shared_ptr<Node>&) {
+        ++frameIdChanges;
+    });
     Start();
     uint64_t lastFrameId = 0;
     for (int i = 0; i < 3; ++i)

@@ -15,12 +15,14 @@ namespace {
 using namespace orna::core::sim;
 using namespace simtest;
 
-class SimRegisters : public ::testing::Test {
+class SimRegisters : public ::testing::Test
+{
 protected:
     SimCamera cam{Config("color", "REGTEST-1")};
 };
 
-TEST_F(SimRegisters, AccessErrorsForUnmappedReadOnlyAndStraddlingAccesses) {
+TEST_F(SimRegisters, AccessErrorsForUnmappedReadOnlyAndStraddlingAccesses)
+{
     uint32_t v = 0;
     EXPECT_FALSE(cam.ReadMemory(0x9000, &v, 4)) << "unmapped";
     EXPECT_FALSE(WriteU32(cam, reg::SensorWidth, 640)) << "read-only";
@@ -32,19 +34,26 @@ TEST_F(SimRegisters, AccessErrorsForUnmappedReadOnlyAndStraddlingAccesses) {
     EXPECT_EQ(ReadU32(cam, reg::DeviceBootStatus), val::BootOK);
 }
 
-TEST_F(SimRegisters, PayloadSizeFollowsSizeFormatBinningDecimationAndChunks) {
+TEST_F(SimRegisters, PayloadSizeFollowsSizeFormatBinningDecimationAndChunks)
+{
     EXPECT_EQ(ReadU32(cam, reg::PayloadSize), 1920u * 1200);
     ASSERT_TRUE(WriteU32(cam, reg::Width, 1280));
     ASSERT_TRUE(WriteU32(cam, reg::Height, 720));
     EXPECT_EQ(ReadU32(cam, reg::PayloadSize), 1280u * 720);
-    const struct {
+    const struct
+    {
         uint32_t format;
         size_t bytes;
-    } formats[] = {{pfnc::BayerRG12, 1280u * 720 * 2},     {pfnc::BayerRG12p, 1280u * 720 * 3 / 2},
-                   {pfnc::BayerRG10p, 1280u * 720 * 5 / 4}, {pfnc::BayerRG10g40, 1280u * 720 * 5 / 4},
-                   {pfnc::BayerRG12g24, 1280u * 720 * 3 / 2}, {pfnc::RGB8, 1280u * 720 * 3},
-                   {pfnc::BGRa8, 1280u * 720 * 4},          {pfnc::BayerRG8, 1280u * 720}};
-    for (const auto& f : formats) {
+    } formats[] = {{pfnc::BayerRG12, 1280u * 720 * 2},
+                   {pfnc::BayerRG12p, 1280u * 720 * 3 / 2},
+                   {pfnc::BayerRG10p, 1280u * 720 * 5 / 4},
+                   {pfnc::BayerRG10g40, 1280u * 720 * 5 / 4},
+                   {pfnc::BayerRG12g24, 1280u * 720 * 3 / 2},
+                   {pfnc::RGB8, 1280u * 720 * 3},
+                   {pfnc::BGRa8, 1280u * 720 * 4},
+                   {pfnc::BayerRG8, 1280u * 720}};
+    for (const auto& f : formats)
+    {
         ASSERT_TRUE(WriteU32(cam, reg::PixelFormat, f.format)) << std::hex << f.format;
         EXPECT_EQ(ReadU32(cam, reg::PayloadSize), f.bytes) << std::hex << f.format;
     }
@@ -70,7 +79,8 @@ TEST_F(SimRegisters, PayloadSizeFollowsSizeFormatBinningDecimationAndChunks) {
     EXPECT_EQ(ReadU32(cam, reg::PayloadSize), 3u * 960 * 300);
 }
 
-TEST_F(SimRegisters, SizeWritesAreCheckedAgainstRangesAndIncrements) {
+TEST_F(SimRegisters, SizeWritesAreCheckedAgainstRangesAndIncrements)
+{
     EXPECT_FALSE(WriteU32(cam, reg::Width, 1282)) << "width increment is 4";
     EXPECT_FALSE(WriteU32(cam, reg::Width, 32)) << "below the minimum";
     EXPECT_FALSE(WriteU32(cam, reg::OffsetX, 4)) << "full width leaves no room for an offset";
@@ -89,7 +99,8 @@ TEST_F(SimRegisters, SizeWritesAreCheckedAgainstRangesAndIncrements) {
     EXPECT_EQ(ReadU32(cam, reg::OffsetX), 0u);
 }
 
-TEST_F(SimRegisters, TLParamsLockedRejectsSizeWritesOnly) {
+TEST_F(SimRegisters, TLParamsLockedRejectsSizeWritesOnly)
+{
     ASSERT_TRUE(WriteU32(cam, reg::Width, 1024));
     ASSERT_TRUE(WriteU32(cam, reg::TLParamsLocked, 1));
     EXPECT_FALSE(WriteU32(cam, reg::Width, 640));
@@ -104,7 +115,8 @@ TEST_F(SimRegisters, TLParamsLockedRejectsSizeWritesOnly) {
     EXPECT_TRUE(WriteU32(cam, reg::Width, 640));
 }
 
-TEST_F(SimRegisters, GainStagesAddUp) {
+TEST_F(SimRegisters, GainStagesAddUp)
+{
     ASSERT_TRUE(WriteF64(cam, reg::Gain + 8 * val::GainAll, 30.0));
     EXPECT_DOUBLE_EQ(ReadF64(cam, reg::Gain + 8 * val::GainAnalogAll), 24.0);
     EXPECT_DOUBLE_EQ(ReadF64(cam, reg::Gain + 8 * val::GainDigitalAll), 6.0);
@@ -113,7 +125,8 @@ TEST_F(SimRegisters, GainStagesAddUp) {
     EXPECT_FALSE(WriteF64(cam, reg::Gain + 8 * val::GainDigitalAll, 13.0));
 }
 
-TEST_F(SimRegisters, FrameRateLimitsFollowExposureAndBandwidth) {
+TEST_F(SimRegisters, FrameRateLimitsFollowExposureAndBandwidth)
+{
     const double full = ReadF64(cam, reg::AcquisitionFrameRateMax);
     EXPECT_NEAR(full, 60.0, 0.5);
     ASSERT_TRUE(WriteU32(cam, reg::Height, 600));
@@ -130,7 +143,8 @@ TEST_F(SimRegisters, FrameRateLimitsFollowExposureAndBandwidth) {
     EXPECT_NEAR(double(ReadU64(cam, reg::ResultingFramePeriodNs)), 1e8, 1e5);
 }
 
-TEST_F(SimRegisters, UserSetSaveAndLoadRoundTrip) {
+TEST_F(SimRegisters, UserSetSaveAndLoadRoundTrip)
+{
     ASSERT_TRUE(WriteU32(cam, reg::Width, 800));
     ASSERT_TRUE(WriteF64(cam, reg::ExposureTime, 4321.0));
     ASSERT_TRUE(WriteU32(cam, reg::UserSetSelector, val::UserSet2));
@@ -152,13 +166,15 @@ TEST_F(SimRegisters, UserSetSaveAndLoadRoundTrip) {
 }
 
 // File access helpers: one operation through the registers; returns the status.
-uint32_t FileOp(SimCamera& cam, uint32_t op) {
+uint32_t FileOp(SimCamera& cam, uint32_t op)
+{
     EXPECT_TRUE(WriteU32(cam, reg::FileOperationSelector, op));
     EXPECT_TRUE(Execute(cam, reg::FileOperationExecute));
     return ReadU32(cam, reg::FileOperationStatus);
 }
 
-TEST_F(SimRegisters, FileWriteReadRoundTripThroughTheAccessRegisters) {
+TEST_F(SimRegisters, FileWriteReadRoundTripThroughTheAccessRegisters)
+{
     const std::string text = "exposure notes: 4 ms at 6 dB\n";
     ASSERT_TRUE(WriteU32(cam, reg::FileSelector, val::FileUserData));
     ASSERT_TRUE(WriteU32(cam, reg::FileOpenMode, val::OpenWrite));
@@ -187,7 +203,8 @@ TEST_F(SimRegisters, FileWriteReadRoundTripThroughTheAccessRegisters) {
     ASSERT_EQ(FileOp(cam, val::FileClose), val::Success);
 }
 
-TEST_F(SimRegisters, UserSetFilesCarryTheSavedSettings) {
+TEST_F(SimRegisters, UserSetFilesCarryTheSavedSettings)
+{
     ASSERT_TRUE(WriteU32(cam, reg::Width, 512));
     ASSERT_TRUE(WriteU32(cam, reg::UserSetSelector, val::UserSet1));
     ASSERT_TRUE(Execute(cam, reg::UserSetSave));
@@ -196,7 +213,8 @@ TEST_F(SimRegisters, UserSetFilesCarryTheSavedSettings) {
     ASSERT_TRUE(WriteU32(cam, reg::FileOpenMode, val::OpenRead));
     ASSERT_EQ(FileOp(cam, val::FileOpen), val::Success);
     std::string content;
-    for (uint32_t offset = 0;; offset += reg::kFileAccessBufferLength) {
+    for (uint32_t offset = 0;; offset += reg::kFileAccessBufferLength)
+    {
         ASSERT_TRUE(WriteU32(cam, reg::FileAccessOffset, offset));
         ASSERT_TRUE(WriteU32(cam, reg::FileAccessLength, reg::kFileAccessBufferLength));
         ASSERT_EQ(FileOp(cam, val::FileRead), val::Success);
@@ -204,7 +222,8 @@ TEST_F(SimRegisters, UserSetFilesCarryTheSavedSettings) {
         std::string chunk(n, '\0');
         ASSERT_TRUE(n == 0 || cam.ReadMemory(reg::FileAccessBuffer, chunk.data(), n));
         content += chunk;
-        if (n < reg::kFileAccessBufferLength) {
+        if (n < reg::kFileAccessBufferLength)
+        {
             break;
         }
     }
@@ -214,7 +233,8 @@ TEST_F(SimRegisters, UserSetFilesCarryTheSavedSettings) {
     ASSERT_TRUE(WriteU32(other, reg::FileSelector, val::FileUserSet1));
     ASSERT_TRUE(WriteU32(other, reg::FileOpenMode, val::OpenWrite));
     ASSERT_EQ(FileOp(other, val::FileOpen), val::Success);
-    for (uint32_t offset = 0; offset < content.size(); offset += reg::kFileAccessBufferLength) {
+    for (uint32_t offset = 0; offset < content.size(); offset += reg::kFileAccessBufferLength)
+    {
         const uint32_t n = std::min<uint32_t>(reg::kFileAccessBufferLength, uint32_t(content.size() - offset));
         ASSERT_TRUE(other.WriteMemory(reg::FileAccessBuffer, content.data() + offset, n));
         ASSERT_TRUE(WriteU32(other, reg::FileAccessOffset, offset));
@@ -227,7 +247,8 @@ TEST_F(SimRegisters, UserSetFilesCarryTheSavedSettings) {
     EXPECT_EQ(ReadU32(other, reg::Width), 512u);
 }
 
-TEST_F(SimRegisters, I2CReadsAndWritesTheEepromOnTheBus) {
+TEST_F(SimRegisters, I2CReadsAndWritesTheEepromOnTheBus)
+{
     const uint8_t data[4] = {0xDE, 0xAD, 0xBE, 0xEF};
     ASSERT_TRUE(WriteU32(cam, reg::I2CDeviceAddress, i2cdev::EepromAddress));
     ASSERT_TRUE(WriteU32(cam, reg::I2CRegisterAddress, 0x40));
@@ -268,7 +289,8 @@ TEST_F(SimRegisters, I2CReadsAndWritesTheEepromOnTheBus) {
     EXPECT_LE(t[0], 60);
 }
 
-TEST_F(SimRegisters, LinesFollowUserOutputsInverterAndInputs) {
+TEST_F(SimRegisters, LinesFollowUserOutputsInverterAndInputs)
+{
     const uint64_t line2 = reg::kLineBlock + 2 * reg::kSelectorStride;
     ASSERT_TRUE(WriteU32(cam, line2 + reg::LineModeOffset, val::LineOutput));
     ASSERT_TRUE(WriteU32(cam, line2 + reg::LineSourceOffset, val::LineSourceUserOutput1));
@@ -282,7 +304,8 @@ TEST_F(SimRegisters, LinesFollowUserOutputsInverterAndInputs) {
     EXPECT_EQ(ReadU32(cam, reg::LineStatusAll) & 1u, 1u);
 }
 
-TEST(SimCameraModels, LockRegisterServiceFirmwareAndUserId) {
+TEST(SimCameraModels, LockRegisterServiceFirmwareAndUserId)
+{
     SimCamera locked(Config("locked", "LOCK-1"));
     SimCamera open(Config("color", "LOCK-2"));
     EXPECT_EQ(ReadU32(locked, reg::LockRegister), 1u);
@@ -313,7 +336,8 @@ TEST(SimCameraModels, LockRegisterServiceFirmwareAndUserId) {
     EXPECT_EQ(ReadStr(stranger, reg::DeviceUserID), "");
 }
 
-TEST_F(SimRegisters, XmlIsPublishedInTheCameraMemoryByItsUrl) {
+TEST_F(SimRegisters, XmlIsPublishedInTheCameraMemoryByItsUrl)
+{
     char url[reg::kXmlUrlLength + 1] = {};
     ASSERT_TRUE(cam.ReadMemory(reg::XmlUrl, url, reg::kXmlUrlLength));
     const std::string text(url);
@@ -330,7 +354,8 @@ TEST_F(SimRegisters, XmlIsPublishedInTheCameraMemoryByItsUrl) {
     EXPECT_FALSE(cam.WriteMemory(address, "x", 1));
 }
 
-TEST_F(SimRegisters, TimestampLatchAdvances) {
+TEST_F(SimRegisters, TimestampLatchAdvances)
+{
     ASSERT_TRUE(Execute(cam, reg::TimestampLatch));
     const uint64_t a = ReadU64(cam, reg::TimestampLatchValue);
     ASSERT_TRUE(Execute(cam, reg::TimestampLatch));
@@ -339,4 +364,4 @@ TEST_F(SimRegisters, TimestampLatchAdvances) {
     EXPECT_EQ(ReadU32(cam, reg::AcquisitionStart), 0u) << "commands read as done";
 }
 
-}  // namespace
+} // namespace

@@ -11,18 +11,23 @@ namespace {
 
 using namespace orna::core::sim;
 
-std::vector<std::string> Models(const std::vector<SimCameraEntry>& e) {
+std::vector<std::string> Models(const std::vector<SimCameraEntry>& e)
+{
     std::vector<std::string> m;
-    for (const auto& x : e) m.push_back(x.model);
+    for (const auto& x : e)
+        m.push_back(x.model);
     return m;
 }
-std::vector<std::string> Serials(const std::vector<SimCameraEntry>& e) {
+std::vector<std::string> Serials(const std::vector<SimCameraEntry>& e)
+{
     std::vector<std::string> s;
-    for (const auto& x : e) s.push_back(x.serial);
+    for (const auto& x : e)
+        s.push_back(x.serial);
     return s;
 }
 
-TEST(SimRegistry, CountsListsAndDefaults) {
+TEST(SimRegistry, CountsListsAndDefaults)
+{
     std::string error;
     EXPECT_EQ(Models(SimCameraRegistry::Parse("", &error)), std::vector<std::string>{"color"});
     EXPECT_TRUE(SimCameraRegistry::Parse("0", &error).empty());
@@ -34,16 +39,19 @@ TEST(SimRegistry, CountsListsAndDefaults) {
     EXPECT_TRUE(error.empty()) << error;
 }
 
-TEST(SimRegistry, SerialsAreDistinctAndStable) {
+TEST(SimRegistry, SerialsAreDistinctAndStable)
+{
     const auto a = SimCameraRegistry::Parse("color,color,mono,color", nullptr);
     const auto b = SimCameraRegistry::Parse("color,color,mono,color", nullptr);
     EXPECT_EQ(Serials(a), Serials(b));
     std::set<std::string> unique;
-    for (const auto& s : Serials(a)) unique.insert(s);
+    for (const auto& s : Serials(a))
+        unique.insert(s);
     EXPECT_EQ(unique.size(), a.size());
 }
 
-TEST(SimRegistry, BadInputIsReportedAndTheRestKept) {
+TEST(SimRegistry, BadInputIsReportedAndTheRestKept)
+{
     std::string error;
     const auto e = SimCameraRegistry::Parse("color,zoom,mono", &error);
     EXPECT_EQ(Models(e), (std::vector<std::string>{"color", "mono"}));
@@ -53,7 +61,8 @@ TEST(SimRegistry, BadInputIsReportedAndTheRestKept) {
     EXPECT_FALSE(error.empty());
 }
 
-TEST(SimRegistry, ConfigureKeepsCamerasWhoseSerialStays) {
+TEST(SimRegistry, ConfigureKeepsCamerasWhoseSerialStays)
+{
     SimCameraRegistry registry;
     EXPECT_TRUE(registry.Configure("color,mono"));
     const auto first = registry.Cameras();
@@ -68,7 +77,8 @@ TEST(SimRegistry, ConfigureKeepsCamerasWhoseSerialStays) {
     EXPECT_EQ(registry.Find("nope"), nullptr);
 }
 
-TEST(SimRegistry, ProcessRegistryReadsTheEnvironment) {
+TEST(SimRegistry, ProcessRegistryReadsTheEnvironment)
+{
     // The only test in this binary that touches the process-wide registry.
     setenv(kSimCamerasEnvironmentVariable, "locked,service", 1);
     const auto cameras = SimCameraRegistry::Instance().Cameras();
@@ -77,4 +87,4 @@ TEST(SimRegistry, ProcessRegistryReadsTheEnvironment) {
     EXPECT_FALSE(cameras[1]->HasDataStream());
 }
 
-}  // namespace
+} // namespace

@@ -15,7 +15,8 @@ namespace {
 
 using namespace orna::core::sim;
 
-std::vector<uint8_t> Render(const SimImageSettings& s, uint64_t frame = 0) {
+std::vector<uint8_t> Render(const SimImageSettings& s, uint64_t frame = 0)
+{
     SimFrameGenerator g;
     EXPECT_TRUE(g.Configure(s));
     std::vector<uint8_t> img(g.ImageSize());
@@ -23,13 +24,16 @@ std::vector<uint8_t> Render(const SimImageSettings& s, uint64_t frame = 0) {
     return img;
 }
 
-double Mean(const std::vector<uint8_t>& img) {
+double Mean(const std::vector<uint8_t>& img)
+{
     double sum = 0;
-    for (uint8_t v : img) sum += v;
+    for (uint8_t v : img)
+        sum += v;
     return sum / double(img.size());
 }
 
-SimImageSettings Bayer8() {
+SimImageSettings Bayer8()
+{
     SimImageSettings s;
     s.pixelFormat = pfnc::BayerRG8;
     s.width = 960;
@@ -40,7 +44,8 @@ SimImageSettings Bayer8() {
     return s;
 }
 
-TEST(SimScene, BrightnessGrowsWithExposureAndGain) {
+TEST(SimScene, BrightnessGrowsWithExposureAndGain)
+{
     SimImageSettings s = Bayer8();
     const double base = Mean(Render(s));
     s.exposureUs = 4000;
@@ -54,7 +59,8 @@ TEST(SimScene, BrightnessGrowsWithExposureAndGain) {
     EXPECT_NEAR(gained, doubled, doubled * 0.1) << "6 dB is twice the signal, as twice the exposure";
 }
 
-TEST(SimScene, SumBinningIsBrighterThanAverageBinning) {
+TEST(SimScene, SumBinningIsBrighterThanAverageBinning)
+{
     SimImageSettings s = Bayer8();
     s.exposureUs = 1000;
     const double average = Mean(Render(s));
@@ -63,13 +69,15 @@ TEST(SimScene, SumBinningIsBrighterThanAverageBinning) {
     EXPECT_GT(sum, 3.0 * average) << "2 x 2 pixels summed";
 }
 
-TEST(SimScene, BalanceRatioScalesItsChannel) {
+TEST(SimScene, BalanceRatioScalesItsChannel)
+{
     SimImageSettings s = Bayer8();
     auto channelMean = [](const std::vector<uint8_t>& img, uint32_t w, uint32_t h, int dx, int dy) {
         double sum = 0;
         size_t n = 0;
         for (uint32_t y = dy; y < h; y += 2)
-            for (uint32_t x = dx; x < w; x += 2, ++n) sum += img[size_t(y) * w + x];
+            for (uint32_t x = dx; x < w; x += 2, ++n)
+                sum += img[size_t(y) * w + x];
         return sum / double(n);
     };
     const auto before = Render(s);
@@ -79,7 +87,8 @@ TEST(SimScene, BalanceRatioScalesItsChannel) {
     EXPECT_NEAR(channelMean(after, s.width, s.height, 0, 0), channelMean(before, s.width, s.height, 0, 0), 1.0);
 }
 
-TEST(SimScene, RedPatchIsBrightOnTheRedBayerSites) {
+TEST(SimScene, RedPatchIsBrightOnTheRedBayerSites)
+{
     SimImageSettings s;
     s.pixelFormat = pfnc::BayerRG8;
     s.exposureUs = 6000;
@@ -87,8 +96,10 @@ TEST(SimScene, RedPatchIsBrightOnTheRedBayerSites) {
     // The red patch of the colour chart: column 3, row 3 of the 6 x 4 grid.
     const int cx = int((0.04 + 2.5 / 6 * 0.52) * s.width), cy = int((0.06 + 2.5 / 4 * 0.50) * s.height);
     double red = 0, blue = 0;
-    for (int y = (cy - 20) & ~1; y < cy + 20; y += 2) {
-        for (int x = (cx - 20) & ~1; x < cx + 20; x += 2) {
+    for (int y = (cy - 20) & ~1; y < cy + 20; y += 2)
+    {
+        for (int x = (cx - 20) & ~1; x < cx + 20; x += 2)
+        {
             red += img[size_t(y) * s.width + x];
             blue += img[size_t(y + 1) * s.width + x + 1];
         }
@@ -96,23 +107,26 @@ TEST(SimScene, RedPatchIsBrightOnTheRedBayerSites) {
     EXPECT_GT(red, 3.0 * blue);
 }
 
-TEST(SimScene, RgbAndBgraCarryTheChannelsInTheirOrder) {
+TEST(SimScene, RgbAndBgraCarryTheChannelsInTheirOrder)
+{
     SimImageSettings s;
     s.exposureUs = 6000;
     const int cx = int((0.04 + 2.5 / 6 * 0.52) * s.width), cy = int((0.06 + 2.5 / 4 * 0.50) * s.height);
-    const size_t at = size_t(cy) * s.width + cx;  // inside the red patch
+    const size_t at = size_t(cy) * s.width + cx; // inside the red patch
     s.pixelFormat = pfnc::RGB8;
     const auto rgb = Render(s);
     EXPECT_GT(rgb[3 * at], 2 * rgb[3 * at + 2]) << "red before blue";
     s.pixelFormat = pfnc::BGRa8;
     const auto bgra = Render(s);
     EXPECT_GT(bgra[4 * at + 2], 2 * bgra[4 * at]) << "blue before red";
-    for (size_t i = 3; i < bgra.size(); i += 4) {
+    for (size_t i = 3; i < bgra.size(); i += 4)
+    {
         ASSERT_EQ(bgra[i], 255) << "alpha at pixel " << i / 4;
     }
 }
 
-TEST(SimScene, ColourCorrectionSaturatesRgbOutput) {
+TEST(SimScene, ColourCorrectionSaturatesRgbOutput)
+{
     SimImageSettings s;
     s.exposureUs = 6000;
     s.pixelFormat = pfnc::RGB8;
@@ -126,7 +140,8 @@ TEST(SimScene, ColourCorrectionSaturatesRgbOutput) {
     EXPECT_LT(corrected[at + 1] + 2, plain[at + 1]) << "green drops on a red patch";
 }
 
-double Sharpness(int focus) {
+double Sharpness(int focus)
+{
     SimImageSettings s;
     s.colorSensor = false;
     s.pixelFormat = pfnc::Mono8;
@@ -138,8 +153,10 @@ double Sharpness(int focus) {
     s.focusPosition = focus;
     const auto img = Render(s);
     double energy = 0;
-    for (uint32_t y = 0; y < s.height; ++y) {
-        for (uint32_t x = 0; x + 1 < s.width; ++x) {
+    for (uint32_t y = 0; y < s.height; ++y)
+    {
+        for (uint32_t x = 0; x + 1 < s.width; ++x)
+        {
             const double d = double(img[size_t(y) * s.width + x + 1]) - img[size_t(y) * s.width + x];
             energy += d * d;
         }
@@ -147,7 +164,8 @@ double Sharpness(int focus) {
     return energy;
 }
 
-TEST(SimScene, SharpnessPeaksAtTheFocusPosition) {
+TEST(SimScene, SharpnessPeaksAtTheFocusPosition)
+{
     const int peak = SimImageSettings{}.focusPeak;
     const double atPeak = Sharpness(peak);
     EXPECT_GT(atPeak, 1.5 * Sharpness(peak - 100));
@@ -156,19 +174,22 @@ TEST(SimScene, SharpnessPeaksAtTheFocusPosition) {
     EXPECT_GT(Sharpness(peak - 100), Sharpness(peak - 400));
 }
 
-TEST(SimScene, HotPixelsShowInTheDark) {
+TEST(SimScene, HotPixelsShowInTheDark)
+{
     SimImageSettings s;
     s.colorSensor = false;
     s.pixelFormat = pfnc::Mono8;
     s.exposureUs = 20;
     const auto img = Render(s);
     int hot = 0;
-    for (uint8_t v : img) hot += v >= 250;
+    for (uint8_t v : img)
+        hot += v >= 250;
     EXPECT_GE(hot, 4);
     EXPECT_LE(hot, 40);
 }
 
-TEST(SimScene, FramesAreReproducibleAndTheElementMoves) {
+TEST(SimScene, FramesAreReproducibleAndTheElementMoves)
+{
     SimImageSettings s = Bayer8();
     s.exposureUs = 8000;
     SimFrameGenerator g;
@@ -179,11 +200,13 @@ TEST(SimScene, FramesAreReproducibleAndTheElementMoves) {
     g.Generate(50, c.data());
     EXPECT_EQ(a, b);
     int moved = 0;
-    for (size_t i = 0; i < a.size(); ++i) moved += std::abs(int(a[i]) - int(c[i])) > 40;
+    for (size_t i = 0; i < a.size(); ++i)
+        moved += std::abs(int(a[i]) - int(c[i])) > 40;
     EXPECT_GT(moved, 500);
 }
 
-TEST(SimScene, DeepAndPackedFormatsCarryTheSameImage) {
+TEST(SimScene, DeepAndPackedFormatsCarryTheSameImage)
+{
     SimImageSettings s = Bayer8();
     s.pixelFormat = pfnc::BayerRG12;
     const auto plain = Render(s);
@@ -194,14 +217,16 @@ TEST(SimScene, DeepAndPackedFormatsCarryTheSameImage) {
     UnpackSamples(PixelLayout::G24, packed.data(), b.size(), b.data());
     EXPECT_EQ(a, b) << "same frame index, same noise: only the packing differs";
     uint16_t maxValue = 0;
-    for (uint16_t v : a) maxValue = std::max(maxValue, v);
+    for (uint16_t v : a)
+        maxValue = std::max(maxValue, v);
     EXPECT_LE(maxValue, 4095);
     EXPECT_GT(maxValue, 255);
 }
 
-TEST(SimScene, RejectsGeometryOutsideTheSensor) {
+TEST(SimScene, RejectsGeometryOutsideTheSensor)
+{
     SimImageSettings s = Bayer8();
-    s.offsetX = 8;  // 960 + 8 binned pixels do not fit 1920 sensor pixels
+    s.offsetX = 8; // 960 + 8 binned pixels do not fit 1920 sensor pixels
     SimFrameGenerator g;
     EXPECT_FALSE(g.Configure(s));
     s.offsetX = 0;
@@ -209,4 +234,4 @@ TEST(SimScene, RejectsGeometryOutsideTheSensor) {
     EXPECT_FALSE(g.Configure(s));
 }
 
-}  // namespace
+} // namespace

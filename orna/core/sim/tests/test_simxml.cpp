@@ -17,153 +17,279 @@ namespace {
 using namespace orna::core::sim;
 using simtest::Config;
 
-enum class Kind { Integer, Float, Enumeration, Command, Boolean, String, Register, Category };
+enum class Kind
+{
+    Integer,
+    Float,
+    Enumeration,
+    Command,
+    Boolean,
+    String,
+    Register,
+    Category
+};
 
-struct Promised {
+struct Promised
+{
     const char* name;
     Kind kind;
 };
 
 // The nodes the simulated colour camera promises, typed as SFNC defines them.
-const std::vector<Promised> kColorNodes = {
-    {"DeviceVendorName", Kind::String}, {"DeviceModelName", Kind::String}, {"DeviceFamilyName", Kind::String},
-    {"DeviceSerialNumber", Kind::String}, {"DeviceUserID", Kind::String}, {"DeviceFirmwareVersion", Kind::String},
-    {"DeviceVersion", Kind::String}, {"DeviceManufacturerInfo", Kind::String}, {"SensorName", Kind::String},
-    {"DeviceBootStatus", Kind::Enumeration}, {"BootOptions", Kind::Enumeration}, {"DeviceReset", Kind::Command},
-    {"DeviceTemperature", Kind::Float}, {"DeviceStreamChannelCount", Kind::Integer},
-    {"DeviceOpticalFilterType", Kind::Enumeration}, {"DeviceLinkSpeed", Kind::Integer},
-    {"DeviceLinkThroughputLimitMode", Kind::Enumeration}, {"DeviceLinkThroughputLimit", Kind::Integer},
-    {"DeviceLinkAcquisitionFrameRateLimit", Kind::Float}, {"TimestampLatch", Kind::Command},
-    {"TimestampLatchValue", Kind::Integer}, {"TimestampReset", Kind::Command}, {"SensorClockFrequency", Kind::Float},
-    {"TLParamsLocked", Kind::Integer},
-    {"SensorWidth", Kind::Integer}, {"SensorHeight", Kind::Integer}, {"WidthMax", Kind::Integer},
-    {"HeightMax", Kind::Integer}, {"Width", Kind::Integer}, {"Height", Kind::Integer}, {"OffsetX", Kind::Integer},
-    {"OffsetY", Kind::Integer}, {"PixelFormat", Kind::Enumeration}, {"PixelColorFilter", Kind::Enumeration},
-    {"BinningSelector", Kind::Enumeration}, {"BinningHorizontal", Kind::Integer}, {"BinningVertical", Kind::Integer},
-    {"BinningMode", Kind::Enumeration}, {"DecimationSelector", Kind::Enumeration},
-    {"DecimationHorizontal", Kind::Integer}, {"DecimationVertical", Kind::Integer}, {"ReverseX", Kind::Boolean},
-    {"ReverseY", Kind::Boolean}, {"ImageBufferMode", Kind::Enumeration}, {"ImageBufferImageCount", Kind::Integer},
-    {"PayloadSize", Kind::Integer},
-    {"AcquisitionMode", Kind::Enumeration}, {"AcquisitionStart", Kind::Command}, {"AcquisitionStop", Kind::Command},
-    {"AcquisitionFrameCount", Kind::Integer}, {"AcquisitionFrameRate", Kind::Float},
-    {"AcquisitionFrameRateEnable", Kind::Boolean}, {"AcquisitionResultingFrameRate", Kind::Float},
-    {"AcquisitionActive", Kind::Integer}, {"FrameTriggerWait", Kind::Integer}, {"ExposureTime", Kind::Float},
-    {"ExposureAuto", Kind::Enumeration}, {"SensorOperationMode", Kind::Enumeration},
-    {"SensorShutterMode", Kind::Enumeration}, {"TriggerSelector", Kind::Enumeration},
-    {"TriggerMode", Kind::Enumeration}, {"TriggerSource", Kind::Enumeration}, {"TriggerActivation", Kind::Enumeration},
-    {"TriggerSoftware", Kind::Command}, {"TriggerDelay", Kind::Float}, {"TriggerDivider", Kind::Integer},
-    {"GainSelector", Kind::Enumeration}, {"Gain", Kind::Float}, {"GainAuto", Kind::Enumeration},
-    {"BalanceRatioSelector", Kind::Enumeration}, {"BalanceRatio", Kind::Float},
-    {"BalanceWhiteAuto", Kind::Enumeration}, {"BlackLevel", Kind::Float}, {"Gamma", Kind::Float},
-    {"FocusStepper", Kind::Integer}, {"ColorCorrectionMode", Kind::Enumeration},
-    {"ColorCorrectionMatrixValueSelector", Kind::Enumeration}, {"ColorCorrectionMatrixValue", Kind::Float},
-    {"ColorCorrectionMatrix", Kind::Category},
-    {"ChunkModeActive", Kind::Boolean}, {"ChunkSelector", Kind::Enumeration}, {"ChunkEnable", Kind::Boolean},
-    {"ChunkGainSelector", Kind::Enumeration}, {"ChunkUsableOffsetX", Kind::Integer},
-    {"ChunkUsableOffsetY", Kind::Integer}, {"ChunkUsableWidth", Kind::Integer}, {"ChunkUsableHeight", Kind::Integer},
-    {"ChunkOffsetX", Kind::Integer}, {"ChunkOffsetY", Kind::Integer}, {"ChunkWidth", Kind::Integer},
-    {"ChunkHeight", Kind::Integer}, {"ChunkPixelFormat", Kind::Enumeration}, {"ChunkTimestamp", Kind::Integer},
-    {"ChunkExposureTriggerTimestamp", Kind::Integer}, {"ChunkExposureTime", Kind::Float}, {"ChunkGain", Kind::Float},
-    {"ChunkFrameID", Kind::Integer},
-    {"EventSelector", Kind::Enumeration}, {"EventNotification", Kind::Enumeration},
-    {"TestEventGenerate", Kind::Command}, {"EventExposureEnd", Kind::Integer},
-    {"EventExposureEndTimestamp", Kind::Integer}, {"EventExposureEndFrameID", Kind::Integer},
-    {"EventTest", Kind::Integer}, {"EventTestTimestamp", Kind::Integer},
-    {"FileSelector", Kind::Enumeration}, {"FileOperationSelector", Kind::Enumeration},
-    {"FileOpenMode", Kind::Enumeration}, {"FileOperationExecute", Kind::Command}, {"FileAccessOffset", Kind::Integer},
-    {"FileAccessLength", Kind::Integer}, {"FileAccessBuffer", Kind::Register},
-    {"FileOperationStatus", Kind::Enumeration}, {"FileOperationResult", Kind::Integer}, {"FileSize", Kind::Integer},
-    {"UserSetSelector", Kind::Enumeration}, {"UserSetLoad", Kind::Command}, {"UserSetSave", Kind::Command},
-    {"UserSetDefault", Kind::Enumeration},
-    {"I2CDeviceAddress", Kind::Integer}, {"I2CDeviceAddressLength", Kind::Integer},
-    {"I2CRegisterAddress", Kind::Integer}, {"I2CRegisterAddressLength", Kind::Integer},
-    {"I2CRegisterAddressEndianness", Kind::Enumeration}, {"I2CAckPollingEnable", Kind::Boolean},
-    {"I2CAckPollingTimeout", Kind::Integer}, {"I2CMode", Kind::Enumeration}, {"I2CDataLength", Kind::Integer},
-    {"I2COperationSelector", Kind::Enumeration}, {"I2COperationExecute", Kind::Command},
-    {"I2COperationStatus", Kind::Enumeration}, {"I2CData", Kind::Register}, {"I2CTransmitBuffer", Kind::Register},
-    {"LineSelector", Kind::Enumeration}, {"LineMode", Kind::Enumeration}, {"LineInverter", Kind::Boolean},
-    {"LineSource", Kind::Enumeration}, {"LineStatus", Kind::Boolean}, {"LineStatusAll", Kind::Integer},
-    {"UserOutputSelector", Kind::Enumeration}, {"UserOutputValue", Kind::Boolean},
-    {"FlashReference", Kind::Enumeration}, {"FlashStartDelay", Kind::Float}, {"FlashEndDelay", Kind::Float},
-    {"FlashDuration", Kind::Float},
-    {"Root", Kind::Category}, {"DeviceControl", Kind::Category}, {"ImageFormatControl", Kind::Category},
-    {"AcquisitionControl", Kind::Category}, {"AnalogControl", Kind::Category}, {"LensControl", Kind::Category},
-    {"DigitalIOControl", Kind::Category}, {"ChunkDataControl", Kind::Category}, {"EventControl", Kind::Category},
-    {"FileAccessControl", Kind::Category}, {"UserSetControl", Kind::Category}, {"I2CControl", Kind::Category}};
+const std::vector<Promised> kColorNodes = {{"DeviceVendorName", Kind::String},
+                                           {"DeviceModelName", Kind::String},
+                                           {"DeviceFamilyName", Kind::String},
+                                           {"DeviceSerialNumber", Kind::String},
+                                           {"DeviceUserID", Kind::String},
+                                           {"DeviceFirmwareVersion", Kind::String},
+                                           {"DeviceVersion", Kind::String},
+                                           {"DeviceManufacturerInfo", Kind::String},
+                                           {"SensorName", Kind::String},
+                                           {"DeviceBootStatus", Kind::Enumeration},
+                                           {"BootOptions", Kind::Enumeration},
+                                           {"DeviceReset", Kind::Command},
+                                           {"DeviceTemperature", Kind::Float},
+                                           {"DeviceStreamChannelCount", Kind::Integer},
+                                           {"DeviceOpticalFilterType", Kind::Enumeration},
+                                           {"DeviceLinkSpeed", Kind::Integer},
+                                           {"DeviceLinkThroughputLimitMode", Kind::Enumeration},
+                                           {"DeviceLinkThroughputLimit", Kind::Integer},
+                                           {"DeviceLinkAcquisitionFrameRateLimit", Kind::Float},
+                                           {"TimestampLatch", Kind::Command},
+                                           {"TimestampLatchValue", Kind::Integer},
+                                           {"TimestampReset", Kind::Command},
+                                           {"SensorClockFrequency", Kind::Float},
+                                           {"TLParamsLocked", Kind::Integer},
+                                           {"SensorWidth", Kind::Integer},
+                                           {"SensorHeight", Kind::Integer},
+                                           {"WidthMax", Kind::Integer},
+                                           {"HeightMax", Kind::Integer},
+                                           {"Width", Kind::Integer},
+                                           {"Height", Kind::Integer},
+                                           {"OffsetX", Kind::Integer},
+                                           {"OffsetY", Kind::Integer},
+                                           {"PixelFormat", Kind::Enumeration},
+                                           {"PixelColorFilter", Kind::Enumeration},
+                                           {"BinningSelector", Kind::Enumeration},
+                                           {"BinningHorizontal", Kind::Integer},
+                                           {"BinningVertical", Kind::Integer},
+                                           {"BinningMode", Kind::Enumeration},
+                                           {"DecimationSelector", Kind::Enumeration},
+                                           {"DecimationHorizontal", Kind::Integer},
+                                           {"DecimationVertical", Kind::Integer},
+                                           {"ReverseX", Kind::Boolean},
+                                           {"ReverseY", Kind::Boolean},
+                                           {"ImageBufferMode", Kind::Enumeration},
+                                           {"ImageBufferImageCount", Kind::Integer},
+                                           {"PayloadSize", Kind::Integer},
+                                           {"AcquisitionMode", Kind::Enumeration},
+                                           {"AcquisitionStart", Kind::Command},
+                                           {"AcquisitionStop", Kind::Command},
+                                           {"AcquisitionFrameCount", Kind::Integer},
+                                           {"AcquisitionFrameRate", Kind::Float},
+                                           {"AcquisitionFrameRateEnable", Kind::Boolean},
+                                           {"AcquisitionResultingFrameRate", Kind::Float},
+                                           {"AcquisitionActive", Kind::Integer},
+                                           {"FrameTriggerWait", Kind::Integer},
+                                           {"ExposureTime", Kind::Float},
+                                           {"ExposureAuto", Kind::Enumeration},
+                                           {"SensorOperationMode", Kind::Enumeration},
+                                           {"SensorShutterMode", Kind::Enumeration},
+                                           {"TriggerSelector", Kind::Enumeration},
+                                           {"TriggerMode", Kind::Enumeration},
+                                           {"TriggerSource", Kind::Enumeration},
+                                           {"TriggerActivation", Kind::Enumeration},
+                                           {"TriggerSoftware", Kind::Command},
+                                           {"TriggerDelay", Kind::Float},
+                                           {"TriggerDivider", Kind::Integer},
+                                           {"GainSelector", Kind::Enumeration},
+                                           {"Gain", Kind::Float},
+                                           {"GainAuto", Kind::Enumeration},
+                                           {"BalanceRatioSelector", Kind::Enumeration},
+                                           {"BalanceRatio", Kind::Float},
+                                           {"BalanceWhiteAuto", Kind::Enumeration},
+                                           {"BlackLevel", Kind::Float},
+                                           {"Gamma", Kind::Float},
+                                           {"FocusStepper", Kind::Integer},
+                                           {"ColorCorrectionMode", Kind::Enumeration},
+                                           {"ColorCorrectionMatrixValueSelector", Kind::Enumeration},
+                                           {"ColorCorrectionMatrixValue", Kind::Float},
+                                           {"ColorCorrectionMatrix", Kind::Category},
+                                           {"ChunkModeActive", Kind::Boolean},
+                                           {"ChunkSelector", Kind::Enumeration},
+                                           {"ChunkEnable", Kind::Boolean},
+                                           {"ChunkGainSelector", Kind::Enumeration},
+                                           {"ChunkUsableOffsetX", Kind::Integer},
+                                           {"ChunkUsableOffsetY", Kind::Integer},
+                                           {"ChunkUsableWidth", Kind::Integer},
+                                           {"ChunkUsableHeight", Kind::Integer},
+                                           {"ChunkOffsetX", Kind::Integer},
+                                           {"ChunkOffsetY", Kind::Integer},
+                                           {"ChunkWidth", Kind::Integer},
+                                           {"ChunkHeight", Kind::Integer},
+                                           {"ChunkPixelFormat", Kind::Enumeration},
+                                           {"ChunkTimestamp", Kind::Integer},
+                                           {"ChunkExposureTriggerTimestamp", Kind::Integer},
+                                           {"ChunkExposureTime", Kind::Float},
+                                           {"ChunkGain", Kind::Float},
+                                           {"ChunkFrameID", Kind::Integer},
+                                           {"EventSelector", Kind::Enumeration},
+                                           {"EventNotification", Kind::Enumeration},
+                                           {"TestEventGenerate", Kind::Command},
+                                           {"EventExposureEnd", Kind::Integer},
+                                           {"EventExposureEndTimestamp", Kind::Integer},
+                                           {"EventExposureEndFrameID", Kind::Integer},
+                                           {"EventTest", Kind::Integer},
+                                           {"EventTestTimestamp", Kind::Integer},
+                                           {"FileSelector", Kind::Enumeration},
+                                           {"FileOperationSelector", Kind::Enumeration},
+                                           {"FileOpenMode", Kind::Enumeration},
+                                           {"FileOperationExecute", Kind::Command},
+                                           {"FileAccessOffset", Kind::Integer},
+                                           {"FileAccessLength", Kind::Integer},
+                                           {"FileAccessBuffer", Kind::Register},
+                                           {"FileOperationStatus", Kind::Enumeration},
+                                           {"FileOperationResult", Kind::Integer},
+                                           {"FileSize", Kind::Integer},
+                                           {"UserSetSelector", Kind::Enumeration},
+                                           {"UserSetLoad", Kind::Command},
+                                           {"UserSetSave", Kind::Command},
+                                           {"UserSetDefault", Kind::Enumeration},
+                                           {"I2CDeviceAddress", Kind::Integer},
+                                           {"I2CDeviceAddressLength", Kind::Integer},
+                                           {"I2CRegisterAddress", Kind::Integer},
+                                           {"I2CRegisterAddressLength", Kind::Integer},
+                                           {"I2CRegisterAddressEndianness", Kind::Enumeration},
+                                           {"I2CAckPollingEnable", Kind::Boolean},
+                                           {"I2CAckPollingTimeout", Kind::Integer},
+                                           {"I2CMode", Kind::Enumeration},
+                                           {"I2CDataLength", Kind::Integer},
+                                           {"I2COperationSelector", Kind::Enumeration},
+                                           {"I2COperationExecute", Kind::Command},
+                                           {"I2COperationStatus", Kind::Enumeration},
+                                           {"I2CData", Kind::Register},
+                                           {"I2CTransmitBuffer", Kind::Register},
+                                           {"LineSelector", Kind::Enumeration},
+                                           {"LineMode", Kind::Enumeration},
+                                           {"LineInverter", Kind::Boolean},
+                                           {"LineSource", Kind::Enumeration},
+                                           {"LineStatus", Kind::Boolean},
+                                           {"LineStatusAll", Kind::Integer},
+                                           {"UserOutputSelector", Kind::Enumeration},
+                                           {"UserOutputValue", Kind::Boolean},
+                                           {"FlashReference", Kind::Enumeration},
+                                           {"FlashStartDelay", Kind::Float},
+                                           {"FlashEndDelay", Kind::Float},
+                                           {"FlashDuration", Kind::Float},
+                                           {"Root", Kind::Category},
+                                           {"DeviceControl", Kind::Category},
+                                           {"ImageFormatControl", Kind::Category},
+                                           {"AcquisitionControl", Kind::Category},
+                                           {"AnalogControl", Kind::Category},
+                                           {"LensControl", Kind::Category},
+                                           {"DigitalIOControl", Kind::Category},
+                                           {"ChunkDataControl", Kind::Category},
+                                           {"EventControl", Kind::Category},
+                                           {"FileAccessControl", Kind::Category},
+                                           {"UserSetControl", Kind::Category},
+                                           {"I2CControl", Kind::Category}};
 
-bool HasKind(ArvGcNode* node, Kind kind) {
-    switch (kind) {
-    case Kind::Integer: return ARV_IS_GC_INTEGER(node) && !ARV_IS_GC_ENUMERATION(node);
-    case Kind::Float: return ARV_IS_GC_FLOAT(node);
-    case Kind::Enumeration: return ARV_IS_GC_ENUMERATION(node);
-    case Kind::Command: return ARV_IS_GC_COMMAND(node);
-    case Kind::Boolean: return ARV_IS_GC_BOOLEAN(node);
-    case Kind::String: return ARV_IS_GC_STRING(node);
-    case Kind::Register: return ARV_IS_GC_REGISTER(node);
-    case Kind::Category: return ARV_IS_GC_CATEGORY(node);
+bool HasKind(ArvGcNode* node, Kind kind)
+{
+    switch (kind)
+    {
+    case Kind::Integer:
+        return ARV_IS_GC_INTEGER(node) && !ARV_IS_GC_ENUMERATION(node);
+    case Kind::Float:
+        return ARV_IS_GC_FLOAT(node);
+    case Kind::Enumeration:
+        return ARV_IS_GC_ENUMERATION(node);
+    case Kind::Command:
+        return ARV_IS_GC_COMMAND(node);
+    case Kind::Boolean:
+        return ARV_IS_GC_BOOLEAN(node);
+    case Kind::String:
+        return ARV_IS_GC_STRING(node);
+    case Kind::Register:
+        return ARV_IS_GC_REGISTER(node);
+    case Kind::Category:
+        return ARV_IS_GC_CATEGORY(node);
     }
     return false;
 }
 
-std::vector<std::string> EntryNames(ArvGc* gc, const char* enumeration) {
+std::vector<std::string> EntryNames(ArvGc* gc, const char* enumeration)
+{
     std::vector<std::string> names;
     ArvGcNode* node = arv_gc_get_node(gc, enumeration);
-    if (node == nullptr || !ARV_IS_GC_ENUMERATION(node)) {
+    if (node == nullptr || !ARV_IS_GC_ENUMERATION(node))
+    {
         return names;
     }
-    for (const GSList* it = arv_gc_enumeration_get_entries(ARV_GC_ENUMERATION(node)); it != nullptr; it = it->next) {
+    for (const GSList* it = arv_gc_enumeration_get_entries(ARV_GC_ENUMERATION(node)); it != nullptr; it = it->next)
+    {
         names.push_back(arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(it->data)));
     }
     return names;
 }
 
-class SimXmlTest : public ::testing::Test {
+class SimXmlTest : public ::testing::Test
+{
 protected:
-    void Open(const std::string& model) {
+    void Open(const std::string& model)
+    {
         camera_ = std::make_unique<SimCamera>(Config(model, "XMLTEST-" + model));
         device_ = SimTestDeviceNew(camera_.get());
         gc_ = SimTestDeviceGenicam(device_);
         ASSERT_NE(gc_, nullptr) << "Aravis rejected the XML";
     }
-    void TearDown() override {
-        if (device_ != nullptr) {
+    void TearDown() override
+    {
+        if (device_ != nullptr)
+        {
             g_object_unref(device_);
         }
     }
-    ArvGcNode* Node(const char* name) {
+    ArvGcNode* Node(const char* name)
+    {
         ArvGcNode* n = arv_gc_get_node(gc_, name);
         EXPECT_NE(n, nullptr) << name;
         return n;
     }
-    int64_t Int(const char* name) {
+    int64_t Int(const char* name)
+    {
         GError* error = nullptr;
         const int64_t v = arv_gc_integer_get_value(ARV_GC_INTEGER(Node(name)), &error);
         EXPECT_EQ(error, nullptr) << name << ": " << (error ? error->message : "");
         g_clear_error(&error);
         return v;
     }
-    double Float(const char* name) {
+    double Float(const char* name)
+    {
         GError* error = nullptr;
         const double v = arv_gc_float_get_value(ARV_GC_FLOAT(Node(name)), &error);
         EXPECT_EQ(error, nullptr) << name << ": " << (error ? error->message : "");
         g_clear_error(&error);
         return v;
     }
-    bool SetInt(const char* name, int64_t v) {
+    bool SetInt(const char* name, int64_t v)
+    {
         GError* error = nullptr;
         arv_gc_integer_set_value(ARV_GC_INTEGER(Node(name)), v, &error);
         const bool ok = error == nullptr;
         g_clear_error(&error);
         return ok;
     }
-    bool SetEnum(const char* name, const char* entry) {
+    bool SetEnum(const char* name, const char* entry)
+    {
         GError* error = nullptr;
         arv_gc_enumeration_set_string_value(ARV_GC_ENUMERATION(Node(name)), entry, &error);
         const bool ok = error == nullptr;
         g_clear_error(&error);
         return ok;
     }
-    std::string EnumValue(const char* name) {
+    std::string EnumValue(const char* name)
+    {
         GError* error = nullptr;
         const char* v = arv_gc_enumeration_get_string_value(ARV_GC_ENUMERATION(Node(name)), &error);
         EXPECT_EQ(error, nullptr) << name;
@@ -176,8 +302,10 @@ protected:
     ArvGc* gc_ = nullptr;
 };
 
-TEST(SimXml, EveryModelsXmlParsesOnItsOwn) {
-    for (const std::string& model : SimCameraConfig::ModelNames()) {
+TEST(SimXml, EveryModelsXmlParsesOnItsOwn)
+{
+    for (const std::string& model : SimCameraConfig::ModelNames())
+    {
         SimCameraConfig config;
         ASSERT_TRUE(SimCameraConfig::ForModel(model, "PARSE-" + model, &config));
         SimCamera camera(config);
@@ -192,28 +320,32 @@ TEST(SimXml, EveryModelsXmlParsesOnItsOwn) {
     }
 }
 
-TEST_F(SimXmlTest, ColourCameraHasEveryPromisedNodeWithItsType) {
+TEST_F(SimXmlTest, ColourCameraHasEveryPromisedNodeWithItsType)
+{
     Open("color");
-    for (const Promised& p : kColorNodes) {
+    for (const Promised& p : kColorNodes)
+    {
         ArvGcNode* node = arv_gc_get_node(gc_, p.name);
         ASSERT_NE(node, nullptr) << "missing node " << p.name;
         EXPECT_TRUE(HasKind(node, p.kind)) << p.name << " has the wrong type";
     }
 }
 
-TEST_F(SimXmlTest, PixelFormatEntriesAreTheOfferedCodesInOrder) {
+TEST_F(SimXmlTest, PixelFormatEntriesAreTheOfferedCodesInOrder)
+{
     Open("color");
-    const std::vector<std::string> colour = {"BayerRG8", "BayerRG10", "BayerRG10p", "BayerRG12", "BayerRG12p",
-                                             "BayerRG10g40KVX", "BayerRG12g24KVX", "RGB8", "BGRa8", "Mono8"};
+    const std::vector<std::string> colour = {
+        "BayerRG8",        "BayerRG10",       "BayerRG10p", "BayerRG12", "BayerRG12p",
+        "BayerRG10g40KVX", "BayerRG12g24KVX", "RGB8",       "BGRa8",     "Mono8"};
     const auto names = EntryNames(gc_, "PixelFormat");
     EXPECT_EQ(std::set<std::string>(names.begin(), names.end()), std::set<std::string>(colour.begin(), colour.end()));
     ASSERT_TRUE(SetEnum("PixelFormat", "BayerRG10g40KVX"));
     EXPECT_EQ(simtest::ReadU32(*camera_, reg::PixelFormat), pfnc::BayerRG10g40);
     EXPECT_EQ(simtest::ReadU32(*camera_, reg::PixelFormat), 0x40000001u);
-
 }
 
-TEST_F(SimXmlTest, ColourCorrectionMatrixIsSelectedByGainNames) {
+TEST_F(SimXmlTest, ColourCorrectionMatrixIsSelectedByGainNames)
+{
     Open("color");
     const auto names = EntryNames(gc_, "ColorCorrectionMatrixValueSelector");
     EXPECT_EQ(std::set<std::string>(names.begin(), names.end()),
@@ -223,41 +355,49 @@ TEST_F(SimXmlTest, ColourCorrectionMatrixIsSelectedByGainNames) {
     EXPECT_DOUBLE_EQ(Float("ColorCorrectionMatrixValue"), limits::ColorCorrectionDefault[5]);
 }
 
-TEST_F(SimXmlTest, MonoCameraOffersMonoFormatsAndNoWhiteBalance) {
+TEST_F(SimXmlTest, MonoCameraOffersMonoFormatsAndNoWhiteBalance)
+{
     Open("mono");
     const auto names = EntryNames(gc_, "PixelFormat");
-    EXPECT_EQ(std::set<std::string>(names.begin(), names.end()),
-              (std::set<std::string>{"Mono8", "Mono10", "Mono10p", "Mono12", "Mono12p", "Mono10g40KVX", "Mono12g24KVX"}));
+    EXPECT_EQ(
+        std::set<std::string>(names.begin(), names.end()),
+        (std::set<std::string>{"Mono8", "Mono10", "Mono10p", "Mono12", "Mono12p", "Mono10g40KVX", "Mono12g24KVX"}));
     EXPECT_EQ(arv_gc_get_node(gc_, "BalanceRatio"), nullptr);
     EXPECT_EQ(arv_gc_get_node(gc_, "ColorCorrectionMatrix"), nullptr);
     EXPECT_FALSE(SetEnum("PixelFormat", "BayerRG8"));
 }
 
-TEST_F(SimXmlTest, EveryReadableFeatureReadsThroughTheModel) {
+TEST_F(SimXmlTest, EveryReadableFeatureReadsThroughTheModel)
+{
     Open("color");
     // Walk the category tree; chunk values need a buffer and are left out, commands and raw registers have
     // no value text.
     std::vector<std::string> pending = {"Root"};
     std::set<std::string> seen;
     int read = 0;
-    while (!pending.empty()) {
+    while (!pending.empty())
+    {
         const std::string name = pending.back();
         pending.pop_back();
-        if (!seen.insert(name).second) {
+        if (!seen.insert(name).second)
+        {
             continue;
         }
         ArvGcNode* node = arv_gc_get_node(gc_, name.c_str());
         ASSERT_NE(node, nullptr) << name;
-        if (ARV_IS_GC_CATEGORY(node)) {
-            for (const GSList* it = arv_gc_category_get_features(ARV_GC_CATEGORY(node)); it != nullptr; it = it->next) {
+        if (ARV_IS_GC_CATEGORY(node))
+        {
+            for (const GSList* it = arv_gc_category_get_features(ARV_GC_CATEGORY(node)); it != nullptr; it = it->next)
+            {
                 pending.push_back(static_cast<const char*>(it->data));
             }
             continue;
         }
         const bool chunkValue = name.rfind("Chunk", 0) == 0 && name != "ChunkModeActive" && name != "ChunkSelector" &&
                                 name != "ChunkEnable" && name != "ChunkGainSelector";
-        if (chunkValue || ARV_IS_GC_COMMAND(node) || (ARV_IS_GC_REGISTER(node) && !ARV_IS_GC_INTEGER(node) &&
-                                                       !ARV_IS_GC_FLOAT(node) && !ARV_IS_GC_STRING(node))) {
+        if (chunkValue || ARV_IS_GC_COMMAND(node) ||
+            (ARV_IS_GC_REGISTER(node) && !ARV_IS_GC_INTEGER(node) && !ARV_IS_GC_FLOAT(node) && !ARV_IS_GC_STRING(node)))
+        {
             continue;
         }
         GError* error = nullptr;
@@ -270,7 +410,8 @@ TEST_F(SimXmlTest, EveryReadableFeatureReadsThroughTheModel) {
     EXPECT_GT(read, 100);
 }
 
-TEST_F(SimXmlTest, NodeWritesReachTheRegistersAndDerivedNodesFollow) {
+TEST_F(SimXmlTest, NodeWritesReachTheRegistersAndDerivedNodesFollow)
+{
     Open("color");
     EXPECT_EQ(Int("PayloadSize"), 1920 * 1200);
     ASSERT_TRUE(SetInt("Width", 1280));
@@ -306,22 +447,26 @@ TEST_F(SimXmlTest, NodeWritesReachTheRegistersAndDerivedNodesFollow) {
     EXPECT_TRUE(SetInt("Width", 640));
 }
 
-TEST_F(SimXmlTest, BootStatusEntriesCarryDescriptions) {
+TEST_F(SimXmlTest, BootStatusEntriesCarryDescriptions)
+{
     Open("booterror");
     EXPECT_EQ(EnumValue("DeviceBootStatus"), "ConfigurationCrcError");
     bool described = false;
     for (const GSList* it = arv_gc_enumeration_get_entries(ARV_GC_ENUMERATION(Node("DeviceBootStatus"))); it;
-         it = it->next) {
+         it = it->next)
+    {
         const char* name = arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(it->data));
         const char* description = arv_gc_feature_node_get_description(ARV_GC_FEATURE_NODE(it->data));
-        if (std::string(name) == "ConfigurationCrcError") {
+        if (std::string(name) == "ConfigurationCrcError")
+        {
             described = description != nullptr && std::string(description).size() > 10;
         }
     }
     EXPECT_TRUE(described);
 }
 
-TEST_F(SimXmlTest, ServiceFirmwareHasNoImageOrAcquisitionNodes) {
+TEST_F(SimXmlTest, ServiceFirmwareHasNoImageOrAcquisitionNodes)
+{
     Open("service");
     EXPECT_NE(arv_gc_get_node(gc_, "DeviceBootStatus"), nullptr);
     EXPECT_NE(arv_gc_get_node(gc_, "DeviceReset"), nullptr);
@@ -335,7 +480,8 @@ TEST_F(SimXmlTest, ServiceFirmwareHasNoImageOrAcquisitionNodes) {
     EXPECT_NE(std::string(model).find("service"), std::string::npos);
 }
 
-TEST_F(SimXmlTest, ChunkNodesReadThroughChunkPorts) {
+TEST_F(SimXmlTest, ChunkNodesReadThroughChunkPorts)
+{
     Open("color");
     // Each chunk value sits on a port carrying the chunk id the camera writes into the trailer.
     const std::string& xml = camera_->GenICamXml();
@@ -349,4 +495,4 @@ TEST_F(SimXmlTest, ChunkNodesReadThroughChunkPorts) {
     EXPECT_EQ(xml.find("BigEndian</Endianess>"), std::string::npos);
 }
 
-}  // namespace
+} // namespace

@@ -11,8 +11,8 @@
 #include "orna/ipl/unpack.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <cstdio>
+#include <cstdlib>
 #include <vector>
 
 namespace orna::ipl::fuzz {
@@ -43,9 +43,12 @@ inline bool FuzzOne(const uint8_t* data, size_t size)
     const size_t pixelBytes = size - 11;
 
     size_t needed = 0;
-    try {
+    try
+    {
         needed = PixelFormat::CalculateImageSize(source, width, height);
-    } catch (const Exception&) {
+    }
+    catch (const Exception&)
+    {
         needed = size_t(width) * height;
     }
     const size_t bufferSize = size_t(std::max<long>(0, long(needed) + delta));
@@ -53,15 +56,20 @@ inline bool FuzzOne(const uint8_t* data, size_t size)
     for (size_t i = 0; i < bufferSize; ++i)
         buffer[i] = pixels[i % pixelBytes];
 
-    try {
+    try
+    {
         const Image image = Image::ConstructFromBuffer(source, width, height, buffer.data(), buffer.size());
         ImageConverter converter;
         converter.SetConversionMode(mode);
         const Image out = converter.Convert(image, destination);
         if (out.GetByteCount() != PixelFormat::CalculateImageSize(destination, width, height))
             std::abort();
-    } catch (const Exception&) {
-    } catch (const std::exception& e) {
+    }
+    catch (const Exception&)
+    {
+    }
+    catch (const std::exception& e)
+    {
         std::fprintf(stderr, "foreign exception: %s\n", e.what());
         return false;
     }

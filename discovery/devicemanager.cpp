@@ -12,6 +12,28 @@ namespace orna {
 
 namespace {
 
+// Runs update(module) for every module on a std::async task of its own and waits for all of them. A failure
+// is reported as "<label><id>]: <what>" and does not stop the other modules' updates.
+template <typename Module, typename Report, typename Update>
+void FanOut(const std::vector<std::shared_ptr<Module>>& modules, const char* label, Report& report, Update update)
+{
+    std::vector<std::future<void>> tasks;
+    tasks.reserve(modules.size());
+    for (const auto& module : modules)
+        tasks.push_back(std::async(std::launch::async, [&module, label, &report, &update] {
+            try
+            {
+                update(module);
+            }
+            catch (const std::exception& e)
+            {
+                report(label + module->GetID() + "]: " + e.what());
+            }
+        }));
+    for (auto& task : tasks)
+        task.wait();
+}
+
 // True while the descriptor is the one its interface lists for its id. Takes only the interface's own mutex.
 bool IsCurrent(const std::shared_ptr<core::DeviceDescriptor>& descriptor)
 {
@@ -162,22 +184,8 @@ void DeviceManager::Update(UpdatePolicy policy, const ErrorCallback& errorCallba
 
     std::vector<std::shared_ptr<core::System>> allSystems = Systems();
     allSystems.insert(allSystems.end(), newSystems.begin(), newSystems.end());
-    {
-        std::vector<std::future<void>> tasks;
-        for (const auto& system : allSystems)
-            tasks.push_back(std::async(std::launch::async, [system, interfaceTimeout, &report] {
-                try
-                {
-                    system->UpdateInterfaces(interfaceTimeout);
-                }
-                catch (const std::exception& e)
-                {
-                    report("[System - " + system->GetID() + "]: " + e.what());
-                }
-            }));
-        for (auto& task : tasks)
-            task.wait();
-    }
+    FanOut(allSystems, "[System - ", report,
+           [interfaceTimeout](const auto& system) { system->UpdateInterfaces(interfaceTimeout); });
 
     std::vector<std::shared_ptr<SystemRecord>> systemRecords;
     {
@@ -214,22 +222,8 @@ void DeviceManager::Update(UpdatePolicy policy, const ErrorCallback& errorCallba
 
     std::vector<std::shared_ptr<core::Interface>> allInterfaces = Interfaces();
     allInterfaces.insert(allInterfaces.end(), newInterfaces.begin(), newInterfaces.end());
-    {
-        std::vector<std::future<void>> tasks;
-        for (const auto& iface : allInterfaces)
-            tasks.push_back(std::async(std::launch::async, [iface, deviceTimeout, &report] {
-                try
-                {
-                    iface->UpdateDevices(deviceTimeout);
-                }
-                catch (const std::exception& e)
-                {
-                    report("[Interface - " + iface->GetID() + "]: " + e.what());
-                }
-            }));
-        for (auto& task : tasks)
-            task.wait();
-    }
+    FanOut(allInterfaces, "[Interface - ", report,
+           [deviceTimeout](const auto& iface) { iface->UpdateDevices(deviceTimeout); });
 
     std::vector<std::shared_ptr<InterfaceRecord>> interfaceRecords;
     {

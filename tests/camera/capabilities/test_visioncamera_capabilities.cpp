@@ -1,10 +1,10 @@
 // The capability layer of VisionCamera on opened simulated cameras (and Aravis' fake camera): probes, the XML
 // of all five modules, camera files through a host file, parameter files between two cameras of one model,
 // and the optimise routine's save-and-switch-off of trigger, automatics and gains.
+#include "../openworker/simdescriptors.h"
 #include "app/logmessagesender.h"
 #include "camera/visioncamera.h"
 #include "camera/visioncameraopenworker.h"
-#include "../openworker/simdescriptors.h"
 
 #include "orna/core/sim/simregistry.h"
 
@@ -104,8 +104,8 @@ private Q_SLOTS:
         // The fake camera opens through the same path; its lock register is never touched.
         auto fakeCamera = Open(fake.First());
         QVERIFY(fakeCamera->IsOpen());
-        QVERIFY(fakeCamera->GetXMLContent(XmlModule::RemoteDevice, fakeCamera->GetDescriptor(), nullptr, name,
-                                          content));
+        QVERIFY(
+            fakeCamera->GetXMLContent(XmlModule::RemoteDevice, fakeCamera->GetDescriptor(), nullptr, name, content));
         QVERIFY(!content.empty());
     }
 

@@ -1,5 +1,7 @@
 #include "view/customdisplay.h"
 
+#include "camera/imagebuffermanager.h"
+#include "camera/visioncamera.h"
 #include "view/customgraphicsview.h"
 
 #include <QSignalBlocker>
@@ -27,6 +29,21 @@ void CustomDisplay::DropCameraConnections()
     for (const auto& connection : m_cameraConnections)
         disconnect(connection);
     m_cameraConnections.clear();
+}
+
+void CustomDisplay::SetCamera(VisionCamera* camera)
+{
+    DropCameraConnections();
+    if (camera == nullptr || camera->GetImageBufferManager() == nullptr)
+    {
+        m_scene->SetImageSource({});
+        return;
+    }
+    ImageBufferManager* buffers = camera->GetImageBufferManager();
+    m_scene->SetImageSource([buffers] { return buffers->GetLastImage(); });
+    // The manager dies with the camera; from then on there is nothing to paint.
+    m_cameraConnections.append(
+        connect(camera, &QObject::destroyed, this, [this] { m_scene->SetImageSource({}); }));
 }
 
 void CustomDisplay::SetImageSource(CustomGraphicsScene::ImageSource source)

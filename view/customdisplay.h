@@ -17,6 +17,7 @@
 #include <QWidget>
 
 class CustomGraphicsView;
+class VisionCamera;
 
 class CustomDisplay : public QWidget
 {
@@ -29,6 +30,9 @@ public:
     CustomGraphicsView* View() const { return m_view; }
     CustomGraphicsScene* Scene() const { return m_scene; }
 
+    // Binds the display to a camera: drops every old connection and takes the camera's last image as the
+    // source; a null camera leaves the display without one. The binding ends by itself when the camera dies.
+    void SetCamera(VisionCamera* camera);
     // The source of the frames (SetCamera installs the camera's; tests and tools may install their own).
     void SetImageSource(CustomGraphicsScene::ImageSource source);
 

@@ -11,67 +11,6 @@
 
 #include <mutex>
 
-namespace camera {
-
-constexpr std::chrono::nanoseconds EventRateLimiter::kWindow;
-
-bool EventRateLimiter::Accept(std::chrono::system_clock::time_point now)
-{
-    if (!started || now - windowStart > kWindow)
-    {
-        started = true;
-        windowStart = now;
-        count = 1;
-        overflowReported = false;
-        return true;
-    }
-    ++count;
-    if (count < kLimit)
-        return true;
-    if (!overflowReported)
-    {
-        overflowReported = true;
-        warningPending = true;
-    }
-    ++dropped;
-    return false;
-}
-
-bool EventRateLimiter::TakeOverflowWarning()
-{
-    const bool pending = warningPending;
-    warningPending = false;
-    return pending;
-}
-
-int EventRateLimiter::TakeDropped()
-{
-    const int n = dropped;
-    dropped = 0;
-    return n;
-}
-
-QString EventTypeName(int type)
-{
-    switch (type)
-    {
-    case 0:
-    case 1:
-        return QStringLiteral("Error");
-    case 2:
-        return QStringLiteral("FeatureInvalidate");
-    case 3:
-        return QStringLiteral("FeatureChange");
-    case 4:
-        return QStringLiteral("RemoteDevice");
-    case 5:
-        return QStringLiteral("Module");
-    default:
-        return type >= 1000 ? QStringLiteral("Custom") : QString();
-    }
-}
-
-} // namespace camera
 
 namespace {
 
@@ -124,9 +63,13 @@ void VisionEventWorker::OnStart()
         LogMessageSender::Error(camera->keyText, kStartContext, QString::fromUtf8(e.what()));
     }
     {
+        // A Stop that came before this start (the camera closed while the thread was starting) wins.
         QMutexLocker lock(&controllerMutex);
+        if (stopRequested)
+            return;
         eventController = controller;
         connectionController = connection;
+        running = true;
     }
     if (!controller)
         return;
@@ -140,16 +83,11 @@ void VisionEventWorker::OnStart()
         debugNames.insert(37139, QStringLiteral("DBG_ID_MARK"));
     }
 
-    running = true;
+    remoteMap = map;
     while (running)
     {
         try
         {
-            if (!camera->device)
-            {
-                QThread::msleep(kWaitSliceMs);
-                continue;
-            }
             // Remote events come through the controller of their type, the transport's connection events
             // through their own; the wait on the first ends after a slice so the second is looked at too.
             std::shared_ptr<orna::core::Event> event;
@@ -192,8 +130,9 @@ void VisionEventWorker::OnStart()
 
 void VisionEventWorker::Stop()
 {
-    running = false;
     QMutexLocker lock(&controllerMutex);
+    stopRequested = true;
+    running = false;
     for (const auto& controller : {eventController, connectionController})
     {
         if (!controller)
@@ -215,7 +154,7 @@ QString VisionEventWorker::EventName(uint64_t id)
     if (known != eventNames.constEnd())
         return known.value();
     QString name;
-    auto map = camera->remoteDeviceNodeMap;
+    const auto& map = remoteMap;
     try
     {
         if (map && map->GetHasNode("EventSelector"))
@@ -262,7 +201,7 @@ void VisionEventWorker::HandleRemoteDeviceEvent(const std::shared_ptr<orna::core
         Q_EMIT Signal_RemoteDeviceEvent(QStringLiteral("HostDrop"), 0, 0, QString::number(dropped));
     ++eventCount;
 
-    auto map = camera->remoteDeviceNodeMap;
+    const auto& map = remoteMap;
     try
     {
         map->UpdateEventNodes(event);

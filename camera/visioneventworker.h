@@ -3,9 +3,12 @@
 //
 // Threads: made on the GUI thread by VisionCamera and moved to eventThread; OnStart runs there until Stop.
 // Stop may be called from any thread (the GUI thread when the camera closes): it clears the running flag and
-// ends a blocked event wait through KillWait. controllerMutex guards the two controller pointers, which
-// OnStart replaces and Stop reads; the rate window and the name tables belong to eventThread alone.
+// ends a blocked event wait through KillWait. controllerMutex guards the two controller pointers and
+// stopRequested, which OnStart sets and Stop reads; the rate window, the name tables and remoteMap belong to
+// eventThread alone.
 #pragma once
+
+#include "camera/eventratelimiter.h"
 
 #include <QMap>
 #include <QMutex>
@@ -22,39 +25,9 @@ class VisionCamera;
 namespace orna::core {
 class Event;
 class EventController;
+class NodeMap;
 } // namespace orna::core
 
-namespace camera {
-
-// The flood guard of remote device events: a window of just over 100 ms that the first event after it opens;
-// from the 50th event of a window on, events are dropped. Not thread-safe; the event thread owns it.
-class EventRateLimiter
-{
-public:
-    static constexpr std::chrono::nanoseconds kWindow{100000001};
-    static constexpr int kLimit = 50;
-
-    // False when the event at now is to be dropped.
-    bool Accept(std::chrono::system_clock::time_point now);
-    // True once per window in which dropping began: the moment to warn.
-    bool TakeOverflowWarning();
-    // Events dropped since the last call.
-    int TakeDropped();
-
-private:
-    std::chrono::system_clock::time_point windowStart{};
-    bool started = false;
-    int count = 0;
-    bool overflowReported = false;
-    bool warningPending = false;
-    int dropped = 0;
-};
-
-// The name of an event type: 0, 1 "Error", 2 "FeatureInvalidate", 3 "FeatureChange", 4 "RemoteDevice",
-// 5 "Module", 1000 and above "Custom", else empty.
-QString EventTypeName(int type);
-
-} // namespace camera
 
 class VisionEventWorker : public QObject
 {
@@ -85,6 +58,10 @@ private:
 
     std::atomic<bool> running{false};
     mutable QMutex controllerMutex;
+    // Set by Stop under controllerMutex; a start after it ends at once.
+    bool stopRequested = false;
+    // The remote node map, taken once by OnStart (event thread only).
+    std::shared_ptr<orna::core::NodeMap> remoteMap;
     // Remote device events (type mode) and the transport's connection events of the device.
     std::shared_ptr<orna::core::EventController> eventController;
     std::shared_ptr<orna::core::EventController> connectionController;

@@ -269,10 +269,12 @@ public:
     VisionImageCaptureWorker* GetCaptureWorker() const { return captureWorker; }
     VisionEventWorker* GetEventWorker() const { return eventWorker; }
     NodePollingWorker* GetNodePollingWorker() const { return nodePollingWorker; }
-    QThread* GetOpenThread() { return &openThread; }
-    QThread* GetCaptureThread() { return &captureThread; }
-    QThread* GetEventThread() { return &eventThread; }
-    QThread* GetNodePollingThread() { return &nodePollingThread; }
+    // The threads exist from the constructor on; a thread that did not stop when the camera closed is handed
+    // over to itself (freed when it finishes) and the getter then answers null.
+    QThread* GetOpenThread() const { return openThread; }
+    QThread* GetCaptureThread() const { return captureThread; }
+    QThread* GetEventThread() const { return eventThread; }
+    QThread* GetNodePollingThread() const { return nodePollingThread; }
 
     // ---- Providers (set once in the constructor; no lock needed to read them)
     IplGainFeatureProvider* GetIplGainFeatureProvider() const { return iplGainFeatureProvider; }
@@ -400,30 +402,27 @@ private:
     void RebuildDestinationTables();
     // Frees an object of ownedObjects and removes it from the list.
     void DeleteOwnedObject(QObject* object);
+    // Stops thread by the stop rule and frees worker (may be null). When the thread does not stop, both are
+    // handed over to the thread's end (deleteLater on finished) and thread becomes null.
+    void RetireThread(QThread*& thread, QObject* worker);
     // Binds a node map to its node tree models on the GUI thread (queued when called from another thread).
     void BindNodeMap(XmlModule module, std::shared_ptr<orna::core::NodeMap> map);
     void LogError(const QString& context, const QString& message) const;
 
-    // Shared paths of the typed access family.
-    std::shared_ptr<orna::core::nodes::Node> FindAccessibleNode(const std::string& name, const char* context,
-                                                                bool needWritable) const;
-    // Selects selectorEntry on selector; saved receives the previous entry, changed whether it was changed.
-    bool SelectEntry(const std::string& selector, const std::string& selectorEntry, std::string& saved, bool& changed,
-                     const char* context);
-    void RestoreEntry(const std::string& selector, const std::string& saved, bool changed, const char* context);
-
     // ---- Members in the order in which they are built.
     std::vector<QObject*> ownedObjects;
+    // Threads are held by pointer so that one that does not stop within the stop rule can outlive the camera
+    // (a running QThread must not be destroyed); see RetireThread.
     VisionCameraOpenWorker* openWorker = nullptr;
-    QThread openThread;
+    QThread* openThread = nullptr;
     VisionImageCaptureWorker* captureWorker = nullptr;
-    QThread captureThread;
+    QThread* captureThread = nullptr;
     VisionEventWorker* eventWorker = nullptr;
-    QThread eventThread;
+    QThread* eventThread = nullptr;
     // Made by node polling after the first successful open; until that work exists it stays null and
     // nodePollingThread never runs.
     NodePollingWorker* nodePollingWorker = nullptr;
-    QThread nodePollingThread;
+    QThread* nodePollingThread = nullptr;
 
     QWidget* parentWindow = nullptr;
     QWidget* mainWindow = nullptr;
@@ -500,6 +499,7 @@ private:
     std::atomic<int64_t> payloadSize{0};
     mutable QMutex nodeMapMutex;
     std::future<void> oneShotTask;
+    bool exited = false;
 
     // Guarded by nodeMapMutex.
     camera::PixelFormatDestinationTables destinationTables;

@@ -14,8 +14,7 @@ class VisionCamera;
 
 class VisionCameraOpenWorker : public QObject
 {
-    // Q_OBJECT comes with the implementation file: moc's code needs the slots and the destructor defined,
-    // and every executable that links the application library would otherwise miss them.
+    Q_OBJECT
 
 public:
     explicit VisionCameraOpenWorker(VisionCamera* camera);
@@ -29,6 +28,14 @@ Q_SIGNALS:
 
 public Q_SLOTS:
     void OnCameraOpen();
+
+public:
+    // The optimise routine (VisionCamera::ApplyOptimalSettings) with the CTRL decision made by the caller:
+    // resetToDefaults loads the "Default" user set first instead of saving and switching off the camera's
+    // automatics. Runs on the caller's thread (GUI or openThread).
+    static void ApplyOptimalSettings(VisionCamera* camera, bool resetToDefaults);
+    // The text of the password protection failure, with the unlock tool's name.
+    static QString PasswordProtectedText();
 
 private:
     VisionCamera* camera;

@@ -2,22 +2,71 @@
 // them into queued signals and log lines.
 //
 // Threads: made on the GUI thread by VisionCamera and moved to eventThread; OnStart runs there until Stop.
-// Stop may be called from the GUI thread: it clears the running flag and ends a blocked event wait.
+// Stop may be called from any thread (the GUI thread when the camera closes): it clears the running flag and
+// ends a blocked event wait through KillWait. controllerMutex guards the two controller pointers, which
+// OnStart replaces and Stop reads; the rate window and the name tables belong to eventThread alone.
 #pragma once
 
+#include <QMap>
+#include <QMutex>
 #include <QObject>
 #include <QString>
 
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+
 class VisionCamera;
+
+namespace orna::core {
+class Event;
+class EventController;
+} // namespace orna::core
+
+namespace camera {
+
+// The flood guard of remote device events: a window of just over 100 ms that the first event after it opens;
+// from the 50th event of a window on, events are dropped. Not thread-safe; the event thread owns it.
+class EventRateLimiter
+{
+public:
+    static constexpr std::chrono::nanoseconds kWindow{100000001};
+    static constexpr int kLimit = 50;
+
+    // False when the event at now is to be dropped.
+    bool Accept(std::chrono::system_clock::time_point now);
+    // True once per window in which dropping began: the moment to warn.
+    bool TakeOverflowWarning();
+    // Events dropped since the last call.
+    int TakeDropped();
+
+private:
+    std::chrono::system_clock::time_point windowStart{};
+    bool started = false;
+    int count = 0;
+    bool overflowReported = false;
+    bool warningPending = false;
+    int dropped = 0;
+};
+
+// The name of an event type: 0, 1 "Error", 2 "FeatureInvalidate", 3 "FeatureChange", 4 "RemoteDevice",
+// 5 "Module", 1000 and above "Custom", else empty.
+QString EventTypeName(int type);
+
+} // namespace camera
 
 class VisionEventWorker : public QObject
 {
-    // Q_OBJECT comes with the implementation file: moc's code needs the slots and the destructor defined,
-    // and every executable that links the application library would otherwise miss them.
+    Q_OBJECT
 
 public:
     explicit VisionEventWorker(VisionCamera* camera);
     ~VisionEventWorker() override;
+
+    // Events dropped by the flood guard so far (any thread).
+    int GetOverflowCount() const { return overflowCount.load(); }
+    bool IsRunning() const { return running.load(); }
 
 Q_SIGNALS:
     void Signal_DeviceDisconnected();
@@ -29,5 +78,21 @@ public Q_SLOTS:
     void Stop();
 
 private:
+    void HandleRemoteDeviceEvent(const std::shared_ptr<orna::core::Event>& event);
+    void HandleConnectionEvent(const std::shared_ptr<orna::core::Event>& event);
+    // The event's name from the remote map: the entry X of "EventSelector" whose node "EventX" holds the id.
+    QString EventName(uint64_t id);
+
+    std::atomic<bool> running{false};
+    mutable QMutex controllerMutex;
+    // Remote device events (type mode) and the transport's connection events of the device.
+    std::shared_ptr<orna::core::EventController> eventController;
+    std::shared_ptr<orna::core::EventController> connectionController;
     VisionCamera* camera;
+    int mode = 4;
+    camera::EventRateLimiter limiter;
+    std::atomic<int> overflowCount{0};
+    int eventCount = 0;
+    QMap<uint64_t, QString> debugNames;
+    QMap<uint64_t, QString> eventNames;
 };

@@ -93,6 +93,15 @@ public:
         o << "    <Visibility>" << visibility << "</Visibility>\n";
     }
     void Tail(const char* kind) { o << "  </" << kind << ">\n"; }
+    // Settings the host may save to and load from a parameter file: every read-write value feature except the
+    // transport's own lock, which belongs to the acquisition, not to the settings.
+    void Streamable(const std::string& name, const char* access)
+    {
+        if (std::string(access) == "RW" && name != "TLParamsLocked")
+        {
+            El("Streamable", "Yes");
+        }
+    }
     void Var(const char* name, const std::string& node)
     {
         o << "    <pVariable Name=\"" << name << "\">" << node << "</pVariable>\n";
@@ -148,6 +157,7 @@ public:
         {
             El("pIsLocked", "TLParamsLocked");
         }
+        Streamable(name, access);
         El("pValue", name + "Reg");
         El(IsNode(min) ? "pMin" : "Min", min);
         El(IsNode(max) ? "pMax" : "Max", max);
@@ -168,6 +178,7 @@ public:
         {
             El("pInvalidator", inv);
         }
+        Streamable(name, "RW");
         El("pValue", name + "Reg");
         El("Min", Num(min));
         El(IsNode(max) ? "pMax" : "Max", max);
@@ -206,6 +217,7 @@ public:
             }
             o << "      <Value>" << e.value << "</Value>\n    </EnumEntry>\n";
         }
+        Streamable(name, access);
         El("pValue", name + "Reg");
         Tail("Enumeration");
     }
@@ -230,6 +242,7 @@ public:
         {
             El("pIsLocked", "TLParamsLocked");
         }
+        Streamable(name, access);
         El("pValue", name + "Reg");
         El("OnValue", "1");
         El("OffValue", "0");

@@ -27,6 +27,8 @@ struct Entry
     std::string name;
     int64_t value;
     std::string description;
+    // Node whose value says whether the entry can be chosen now; empty: always.
+    std::string isAvailable = {};
 };
 
 // Where a register sits: a fixed address, optionally shifted by a selector's value times a stride.
@@ -214,6 +216,10 @@ public:
             if (!e.description.empty())
             {
                 o << "      <Description>" << Escape(e.description) << "</Description>\n";
+            }
+            if (!e.isAvailable.empty())
+            {
+                o << "      <pIsAvailable>" << e.isAvailable << "</pIsAvailable>\n";
             }
             o << "      <Value>" << e.value << "</Value>\n    </EnumEntry>\n";
         }
@@ -520,8 +526,14 @@ void AcquisitionSection(XmlWriter& x)
                   "Source of the trigger.",
                   {{"Software", val::SourceSoftware, ""},
                    {"Line0", val::SourceLine0, ""},
+                   {"Line1", val::SourceLine1, "The flash output; listed, never available as a trigger source.",
+                    "TriggerSourceLine1Available"},
                    {"Line2", val::SourceLine2, ""},
                    {"Line3", val::SourceLine3, ""}});
+    // Line1 is an output: the family's XML lists it as a source but never lets it be chosen.
+    x.Head("Integer", "TriggerSourceLine1Available", "", "Invisible");
+    x.El("Value", "0");
+    x.Tail("Integer");
     x.Enumeration("TriggerActivation", {kTriggerBlock + TriggerActivationOffset, trig, kTriggerStride},
                   "Signal edge or level that triggers.",
                   {{"RisingEdge", val::RisingEdge, ""},

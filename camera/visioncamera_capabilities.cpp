@@ -715,10 +715,14 @@ void VisionCameraOpenWorker::ApplyOptimalSettings(VisionCamera* cam, bool resetT
                 map->FindNode<nodes::EnumerationNode>("UserSetSelector")->SetCurrentEntryBySymbolicValue("Default");
             if (camera::IsNodeAccessible(map, "UserSetLoad"))
                 camera::ExecuteAndWait(map, "UserSetLoad", kUserSetLoadTimeoutMs);
-            cam->UpdatePixelFormatSource();
-            cam->QueryImageGeometry();
-            if (cam->dataStream && !cam->isAcquiring)
-                cam->AllocBuffers();
+            // What derives from the settings matters only to a camera that can stream.
+            if (cam->dataStream)
+            {
+                cam->UpdatePixelFormatSource();
+                cam->QueryImageGeometry();
+                if (!cam->isAcquiring)
+                    cam->AllocBuffers();
+            }
         }
     }
     catch (const std::exception& e)

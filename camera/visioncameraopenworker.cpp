@@ -109,8 +109,8 @@ void VisionCameraOpenWorker::OnCameraOpen()
     cam->hasBrightnessAutoInCamera = cam->HasCameraBrightnessAuto();
 
     // 18: events for the lifetime of the open camera.
-    if (!cam->eventThread.isRunning())
-        cam->eventThread.start(QThread::InheritPriority);
+    if (!cam->eventThread->isRunning())
+        cam->eventThread->start(QThread::InheritPriority);
 
     // 19
     cam->waitTimeout = ~uint64_t(0);

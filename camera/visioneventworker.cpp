@@ -63,9 +63,13 @@ void VisionEventWorker::OnStart()
         LogMessageSender::Error(camera->keyText, kStartContext, QString::fromUtf8(e.what()));
     }
     {
+        // A Stop that came before this start (the camera closed while the thread was starting) wins.
         QMutexLocker lock(&controllerMutex);
+        if (stopRequested)
+            return;
         eventController = controller;
         connectionController = connection;
+        running = true;
     }
     if (!controller)
         return;
@@ -79,16 +83,11 @@ void VisionEventWorker::OnStart()
         debugNames.insert(37139, QStringLiteral("DBG_ID_MARK"));
     }
 
-    running = true;
+    remoteMap = map;
     while (running)
     {
         try
         {
-            if (!camera->device)
-            {
-                QThread::msleep(kWaitSliceMs);
-                continue;
-            }
             // Remote events come through the controller of their type, the transport's connection events
             // through their own; the wait on the first ends after a slice so the second is looked at too.
             std::shared_ptr<orna::core::Event> event;
@@ -131,8 +130,9 @@ void VisionEventWorker::OnStart()
 
 void VisionEventWorker::Stop()
 {
-    running = false;
     QMutexLocker lock(&controllerMutex);
+    stopRequested = true;
+    running = false;
     for (const auto& controller : {eventController, connectionController})
     {
         if (!controller)
@@ -154,7 +154,7 @@ QString VisionEventWorker::EventName(uint64_t id)
     if (known != eventNames.constEnd())
         return known.value();
     QString name;
-    auto map = camera->remoteDeviceNodeMap;
+    const auto& map = remoteMap;
     try
     {
         if (map && map->GetHasNode("EventSelector"))
@@ -201,7 +201,7 @@ void VisionEventWorker::HandleRemoteDeviceEvent(const std::shared_ptr<orna::core
         Q_EMIT Signal_RemoteDeviceEvent(QStringLiteral("HostDrop"), 0, 0, QString::number(dropped));
     ++eventCount;
 
-    auto map = camera->remoteDeviceNodeMap;
+    const auto& map = remoteMap;
     try
     {
         map->UpdateEventNodes(event);

@@ -3,8 +3,9 @@
 //
 // Threads: made on the GUI thread by VisionCamera and moved to eventThread; OnStart runs there until Stop.
 // Stop may be called from any thread (the GUI thread when the camera closes): it clears the running flag and
-// ends a blocked event wait through KillWait. controllerMutex guards the two controller pointers, which
-// OnStart replaces and Stop reads; the rate window and the name tables belong to eventThread alone.
+// ends a blocked event wait through KillWait. controllerMutex guards the two controller pointers and
+// stopRequested, which OnStart sets and Stop reads; the rate window, the name tables and remoteMap belong to
+// eventThread alone.
 #pragma once
 
 #include "camera/eventratelimiter.h"
@@ -24,6 +25,7 @@ class VisionCamera;
 namespace orna::core {
 class Event;
 class EventController;
+class NodeMap;
 } // namespace orna::core
 
 
@@ -56,6 +58,10 @@ private:
 
     std::atomic<bool> running{false};
     mutable QMutex controllerMutex;
+    // Set by Stop under controllerMutex; a start after it ends at once.
+    bool stopRequested = false;
+    // The remote node map, taken once by OnStart (event thread only).
+    std::shared_ptr<orna::core::NodeMap> remoteMap;
     // Remote device events (type mode) and the transport's connection events of the device.
     std::shared_ptr<orna::core::EventController> eventController;
     std::shared_ptr<orna::core::EventController> connectionController;

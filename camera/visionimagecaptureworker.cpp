@@ -1,0 +1,719 @@
+// One pass of the capture loop (ProcessFrame), in order:
+//  1. WaitForFinishedBuffer(waitTimeout) on the camera's data stream; KillWait ends an endless wait.
+//  2. BufferRequeue arms: the buffer goes back to the stream when the pass ends, on every path.
+//  3. An incomplete buffer is counted and processed all the same.
+//  4. CheckTransportStatus: leader (GigE Vision) and trailer status of the buffer.
+//  5. CheckMultiImage: once per acquisition, finds several images in one buffer.
+//  6. Frame and processing timers.
+//  7. With processing off the pass only counts (step 17).
+//  8. Chunks of the buffer reach the remote node map.
+//  9. MakeFrameRecord: the buffer wrapped as an image, or unpacked into a pool image.
+// 10. Host stages on the source image (binning or decimation, digital black, gain, hot pixels).
+// 11. Asynchronous consumers (auto features, inference, sharpness) get the image, copied first while it
+//     still wraps the buffer.
+// 12. Conversion to the destination format; a failure is counted and leaves an empty image.
+// 13. Host stages on the destination image (colour correction, edge enhancement, gamma, transformation).
+// 14. Histogram.
+// 15. The last image (never a view of device memory), the display image in its 8-bit form, video.
+// 16. Frame callback (single frame) or Signal_UpdateDisplay.
+// 17. Counters and Signal_UpdateCounters.
+// 18. The guard queues the buffer.
+#include "camera/visionimagecaptureworker.h"
+
+#include "app/logmessagesender.h"
+#include "camera/imagebuffermanager.h"
+#include "camera/visioncamera.h"
+#include "camera/pixelformattable.h"
+#include "orna/core/buffer.h"
+#include "orna/core/datastream.h"
+#include "orna/core/device.h"
+#include "orna/core/exception.h"
+#include "orna/core/nodemap.h"
+#include "orna/core/nodes.h"
+#include "orna/ipl/image.h"
+#include "orna/ipl/imageconverter.h"
+#include "orna/ipl/pixelformat.h"
+#include "processing/aflmanager.h"
+#include "processing/iflfeatureprovider.h"
+#include "processing/iplbinningfeatureprovider.h"
+#include "processing/iplcolorcorrectionfeatureprovider.h"
+#include "processing/ipldecimationfeatureprovider.h"
+#include "processing/ipledgeenhancementfeatureprovider.h"
+#include "processing/iplgainfeatureprovider.h"
+#include "processing/iplgammafeatureprovider.h"
+#include "processing/iplhotpixelfeatureprovider.h"
+#include "processing/iplsaturationfeatureprovider.h"
+#include "processing/iplsharpnessfeatureprovider.h"
+#include "processing/ipltransformationfeatureprovider.h"
+#include "processing/videofeatureprovider.h"
+
+#include <QThread>
+
+#include <algorithm>
+#include <chrono>
+#include <ctime>
+#include <future>
+#include <thread>
+
+using orna::ipl::Image;
+using orna::ipl::PixelFormat;
+
+namespace {
+
+const QString kProcessFrameContext = QStringLiteral("void VisionImageCaptureWorker::ProcessFrame()");
+
+int64_t SteadyNow_ns()
+{
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+int64_t ThreadCpu_ns()
+{
+    timespec ts{};
+    if (clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts) != 0)
+        return 0;
+    return int64_t(ts.tv_sec) * 1000000000 + ts.tv_nsec;
+}
+
+// Queues the buffer of a pass back into its stream when the pass ends, whichever way it ends. The buffer's
+// memory belongs to the stream again afterwards, so every view of it must be gone or copied by then.
+class BufferRequeue
+{
+public:
+    BufferRequeue(std::shared_ptr<orna::core::DataStream> stream, std::shared_ptr<orna::core::Buffer> buffer,
+                  QString origin)
+        : stream(std::move(stream)), buffer(std::move(buffer)), origin(std::move(origin))
+    {
+    }
+    ~BufferRequeue()
+    {
+        try
+        {
+            stream->QueueBuffer(buffer);
+        }
+        catch (const std::exception& e)
+        {
+            LogMessageSender::Error(origin, kProcessFrameContext, QString::fromStdString(e.what()));
+        }
+    }
+    BufferRequeue(const BufferRequeue&) = delete;
+    BufferRequeue& operator=(const BufferRequeue&) = delete;
+
+private:
+    std::shared_ptr<orna::core::DataStream> stream;
+    std::shared_ptr<orna::core::Buffer> buffer;
+    QString origin;
+};
+
+// The 8-bit form of a format's family, which the display works on; the format itself when it has 8 significant
+// bits per channel already, is "RGB10p32" (the display takes it as it is) or YUV.
+uint32_t DisplayFormatOf(uint32_t format)
+{
+    using namespace orna::ipl;
+    if (format == RGB10p32 || PixelFormat::IsYUV(format))
+        return format;
+    if (PixelFormat::GetNumSignificantBitsPerChannel(format) == 8)
+        return format;
+    if (PixelFormat::IsMono(format))
+        return Mono8;
+    if (PixelFormat::IsBayered(format))
+        return PixelFormat::BayerFormat(PixelFormat::GetBayerPattern(format), 8);
+    if (format == BGR10p32)
+        return BGR8;
+    const bool alpha = PixelFormat::HasAlpha(format);
+    if (PixelFormat::IsRGBOrder(format))
+        return alpha ? RGBa8 : RGB8;
+    return alpha ? BGRa8 : BGR8;
+}
+
+} // namespace
+
+// --- FrameStageClock
+
+void FrameStageClock::Publish(const FrameStageTimes& times)
+{
+    const uint64_t start = sequence.load(std::memory_order_relaxed);
+    sequence.store(start + 1, std::memory_order_relaxed);
+    std::atomic_thread_fence(std::memory_order_release);
+    frame.store(times.frame, std::memory_order_relaxed);
+    imageTimestamp.store(times.imageTimestamp, std::memory_order_relaxed);
+    bufferFinished.store(times.bufferFinished_ns, std::memory_order_relaxed);
+    processed.store(times.processed_ns, std::memory_order_relaxed);
+    handedToDisplay.store(times.handedToDisplay_ns, std::memory_order_relaxed);
+    sequence.store(start + 2, std::memory_order_release);
+}
+
+FrameStageTimes FrameStageClock::Read() const
+{
+    FrameStageTimes times;
+    for (;;)
+    {
+        const uint64_t before = sequence.load(std::memory_order_acquire);
+        if (before & 1u)
+        {
+            std::this_thread::yield();
+            continue;
+        }
+        times.frame = frame.load(std::memory_order_relaxed);
+        times.imageTimestamp = imageTimestamp.load(std::memory_order_relaxed);
+        times.bufferFinished_ns = bufferFinished.load(std::memory_order_relaxed);
+        times.processed_ns = processed.load(std::memory_order_relaxed);
+        times.handedToDisplay_ns = handedToDisplay.load(std::memory_order_relaxed);
+        std::atomic_thread_fence(std::memory_order_acquire);
+        if (sequence.load(std::memory_order_relaxed) == before)
+            return times;
+    }
+}
+
+// --- Construction and control
+
+VisionImageCaptureWorker::VisionImageCaptureWorker(VisionCamera* camera) : camera(camera)
+{
+    frameTimer.start();
+    processingTimer.start();
+    extraTimer.start();
+}
+
+VisionImageCaptureWorker::~VisionImageCaptureWorker() = default;
+
+void VisionImageCaptureWorker::SetFrameCallback(FrameCallback callback)
+{
+    QMutexLocker lock(&callbackMutex);
+    frameCallback = std::move(callback);
+}
+
+void VisionImageCaptureWorker::ResetFrameCallback()
+{
+    QMutexLocker lock(&callbackMutex);
+    frameCallback = nullptr;
+}
+
+void VisionImageCaptureWorker::SetProcessingEnabled(bool enabled)
+{
+    processingEnabled.store(enabled);
+    processingJustOff.store(!enabled);
+}
+
+std::shared_ptr<Image> VisionImageCaptureWorker::GetLastDisplayImage() const
+{
+    return std::atomic_load(&lastDisplayImage);
+}
+
+void VisionImageCaptureWorker::PublishDisplayImage(const std::shared_ptr<Image>& image)
+{
+    std::atomic_store(&lastDisplayImage, image);
+}
+
+void VisionImageCaptureWorker::Start()
+{
+    running.store(true);
+    frameTimer.restart();
+    while (running.load())
+    {
+        // Without device and stream the loop turns at once: StartAcquisition starts the thread only after
+        // the stream exists.
+        if (camera->GetDevice() && camera->GetDataStream())
+            ProcessFrame();
+    }
+}
+
+void VisionImageCaptureWorker::Stop()
+{
+    running.store(false);
+}
+
+void VisionImageCaptureWorker::Log(const QString& context, const QString& message) const
+{
+    LogMessageSender::Error(camera->GetKeyText(), context, message);
+}
+
+// --- The pass
+
+void VisionImageCaptureWorker::ProcessFrame()
+{
+    try
+    {
+        auto stream = camera->GetDataStream();
+        if (!stream)
+            return;
+        auto buffer = stream->WaitForFinishedBuffer(camera->GetWaitTimeout());
+        const int64_t finished_ns = SteadyNow_ns();
+        {
+            BufferRequeue requeue(stream, buffer, camera->GetKeyText());
+            ProcessBuffer(buffer, finished_ns);
+        }
+    }
+    catch (const orna::core::AbortedException&)
+    {
+        // KillWait ended the wait: the normal way out of a blocked pass.
+    }
+    catch (const orna::core::TimeoutException& e)
+    {
+        camera->IncrementTimeoutCounter();
+        emit Signal_UpdateCounters(true, 0, 0, 0, 0, 0);
+        Log(kProcessFrameContext, QString::fromStdString(e.what()));
+    }
+    catch (const std::exception& e)
+    {
+        Log(kProcessFrameContext, QString::fromStdString(e.what()));
+        // A camera that has gone bad must not flood the log.
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+    threadCpu_ns.store(ThreadCpu_ns());
+    passCount.fetch_add(1);
+}
+
+void VisionImageCaptureWorker::ProcessBuffer(const std::shared_ptr<orna::core::Buffer>& buffer, int64_t finished_ns)
+{
+    if (buffer->GetIsIncomplete())
+        camera->IncrementIncompleteCounter();
+    CheckTransportStatus(buffer);
+    CheckMultiImage(buffer);
+
+    frameTime_ms.store(double(frameTimer.nsecsElapsed()) / 1e6);
+    frameTimer.restart();
+    processingTimer.restart();
+
+    if (processingEnabled.load())
+    {
+        if (buffer->GetHasChunks())
+        {
+            buffer->UpdateChunks();
+            if (auto remote = camera->GetRemoteDeviceNodeMap())
+                remote->UpdateChunkNodes(buffer);
+        }
+
+        FrameRecord record = MakeFrameRecord(buffer);
+        std::shared_ptr<Image> image = record.image;
+        RunSourceStages(record);
+
+        // Asynchronous consumers keep the image beyond this pass. A view of the buffer is copied for them now;
+        // an image of our own that they hold is left alone by the later in-place stages through a conversion
+        // into a new image.
+        AflManager* afl = camera->GetAflManager();
+        IflFeatureProvider* ifl = camera->GetIflFeatureProvider();
+        IplSharpnessFeatureProvider* sharpness = camera->GetIplSharpnessFeatureProvider();
+        const bool aflWants = afl->WantsFrame();
+        const bool iflWants = ifl->WantsFrame();
+        const bool async = aflWants || iflWants || sharpness->WantsFrame();
+        bool forceNewImage = false;
+        if (async && !record.converted)
+        {
+            *image = PooledCopy(*image);
+            record.converted = true;
+        }
+        else
+        {
+            forceNewImage = async || !record.converted;
+        }
+        if (aflWants)
+        {
+            std::shared_ptr<Image> lent = image;
+            afl->Process(lent);
+        }
+        if (iflWants)
+        {
+            std::shared_ptr<Image> lent = image;
+            ifl->Process(lent);
+        }
+        {
+            // Also without a measurement due: the provider counts the frames between two measurements.
+            std::shared_ptr<Image> lent = image;
+            sharpness->Process(lent);
+        }
+
+        // Destination image. A view of the buffer always becomes a pool image here, so that nothing after this
+        // point refers to device memory.
+        const uint32_t destination = camera->GetPixelFormatDestination();
+        if (image->GetPixelFormat() != destination || forceNewImage)
+        {
+            try
+            {
+                image = camera->GetImageBufferManager()->AddImage(PooledConvert(*image, destination));
+            }
+            catch (const std::exception& e)
+            {
+                camera->IncrementProcessingErrorCounter();
+                Log(kProcessFrameContext,
+                    QStringLiteral("Failed to convert image to destination pixel format. %1").arg(e.what()));
+                image = std::make_shared<Image>();
+            }
+        }
+
+        if (!image->IsEmpty())
+            RunDestinationStages(image);
+        const int64_t processed_ns = SteadyNow_ns();
+
+        // The histogram calculation is not part of this build: IsHistogramEnabled stays false until it is.
+
+        // A failed conversion leaves the last image as it was: there is nothing new to show or save.
+        ImageBufferManager* manager = camera->GetImageBufferManager();
+        if (!image->IsEmpty())
+            manager->SetLastImage(image);
+
+        std::shared_ptr<Image> display;
+        if (displayEnabled.load() && !image->IsEmpty())
+        {
+            const uint32_t displayFormat = DisplayFormatOf(image->GetPixelFormat());
+            if (displayFormat == image->GetPixelFormat())
+                display = image;
+            else
+                display = manager->AddImage(PooledConvert(*image, displayFormat));
+        }
+        VideoFeatureProvider* video = camera->GetVideoFeatureProvider();
+        if (display && video->IsRecording())
+        {
+            // Both appends are deliberate: for an 8-bit destination they are the same image.
+            video->AppendImage(display);
+            if (video->IsRecording())
+                video->AppendImage(image);
+        }
+        if (!image->IsEmpty())
+            camera->SetHasImage(true);
+        PublishDisplayImage(display);
+
+        FrameCallback callback;
+        {
+            QMutexLocker lock(&callbackMutex);
+            callback = frameCallback;
+        }
+        stageClock.Publish(FrameStageTimes{++publishedFrames, image->GetTimestamp(), finished_ns, processed_ns,
+                                           SteadyNow_ns()});
+        if (callback && display)
+            callback(display);
+        else
+            emit Signal_UpdateDisplay();
+    }
+    else
+    {
+        processingJustOff.store(false);
+    }
+
+    processingTime_ms.store(double(processingTimer.nsecsElapsed()) / 1e6);
+    const int frames = camera->IncrementFrameCounter();
+    emit Signal_UpdateCounters(false, frameTime_ms.load(), processingTime_ms.load(), frames,
+                               camera->GetProcessingErrorCounter(), camera->GetIncompleteCounter());
+}
+
+// --- Host stages
+
+void VisionImageCaptureWorker::RunSourceStages(FrameRecord& record)
+{
+    // Binning or decimation (never both on one frame) makes a new, smaller image of our own.
+    IplBinningFeatureProvider* binning = camera->GetIplBinningFeatureProvider();
+    IplDecimationFeatureProvider* decimation = camera->GetIplDecimationFeatureProvider();
+    if (binning->IsActive())
+    {
+        binning->Process(record.image);
+        record.converted = true;
+    }
+    else if (decimation->IsActive())
+    {
+        decimation->Process(record.image);
+        record.converted = true;
+    }
+    // Mirror and rotation work on the raw image, which is why the destination tables pass every Bayer format
+    // through the transformation's mapping.
+    IplTransformationFeatureProvider* transformation = camera->GetIplTransformationFeatureProvider();
+    if (transformation->IsActive())
+        transformation->Process(record.image);
+    IplGainFeatureProvider* gain = camera->GetIplGainFeatureProvider();
+    if (camera->IsHostGainRequired() && gain->IsAnyGainActive())
+        gain->Process(record.image);
+    IplHotpixelFeatureProvider* hotpixel = camera->GetIplHotpixelFeatureProvider();
+    if (hotpixel->IsActive())
+        hotpixel->Process(record.image);
+}
+
+void VisionImageCaptureWorker::RunDestinationStages(std::shared_ptr<Image>& image)
+{
+    const uint32_t destination = image->GetPixelFormat();
+    IplColorCorrectionFeatureProvider* colorCorrection = camera->GetIplColorCorrectionFeatureProvider();
+    // One library call does colour correction and saturation together.
+    if (colorCorrection->IsSupported(destination) &&
+        (colorCorrection->IsMatrixActive() || camera->GetIplSaturationFeatureProvider()->IsActive()))
+        colorCorrection->Process(image);
+    IplEdgeEnhancementFeatureProvider* edge = camera->GetIplEdgeEnhancementFeatureProvider();
+    if (edge->IsActive())
+        edge->Process(image);
+    // Gamma (and digital black) decide by themselves whether they change the image.
+    camera->GetIplGammaFeatureProvider()->Process(image, camera->GetPixelFormatSource());
+}
+
+// --- Transport status and multi-image check
+
+int32_t VisionImageCaptureWorker::ReadStatusInfo(const std::shared_ptr<orna::core::Buffer>& buffer, int32_t command)
+{
+    try
+    {
+        const orna::core::BufferInfo info = buffer->GetInfo(command);
+        if (info.type != orna::core::InfoDataType::Int32)
+        {
+            Log(kProcessFrameContext, QStringLiteral("%1 has wrong datatype (%2, expected: %3).")
+                                          .arg(command == 1000 ? QStringLiteral("BUFFER_INFO_LEADER_STATUS")
+                                                               : QStringLiteral("BUFFER_INFO_TRAILER_STATUS"))
+                                          .arg(int(info.type))
+                                          .arg(int(orna::core::InfoDataType::Int32)));
+            return 0;
+        }
+        return info.AsInt32();
+    }
+    catch (const std::exception&)
+    {
+        return 0;
+    }
+}
+
+void VisionImageCaptureWorker::CheckTransportStatus(const std::shared_ptr<orna::core::Buffer>& buffer)
+{
+    const QString transport = camera->GetTransportType();
+    const bool checkLeader = transport == QLatin1String("GEV");
+    const bool checkTrailer = checkLeader || transport == QLatin1String("U3V");
+    if (checkLeader)
+    {
+        const int32_t leader = ReadStatusInfo(buffer, 1000);
+        if (leader < 0)
+            Log(kProcessFrameContext, QStringLiteral("Buffer leader error for frame: %1 with error code: 0x%2.")
+                                          .arg(buffer->GetFrameID())
+                                          .arg(uint32_t(leader) & 0xFFFFu, 0, 16));
+    }
+    if (checkTrailer)
+    {
+        const int32_t trailer = ReadStatusInfo(buffer, 1001);
+        if (trailer < 0)
+            Log(kProcessFrameContext, QStringLiteral("Buffer trailer error for frame: %1 with error code: 0x%2.")
+                                          .arg(buffer->GetFrameID())
+                                          .arg(uint32_t(trailer) & 0xFFFFu, 0, 16));
+    }
+}
+
+void VisionImageCaptureWorker::CheckMultiImage(const std::shared_ptr<orna::core::Buffer>& buffer)
+{
+    if (camera->GetImagesPerBuffer() != -1)
+        return;
+    // First buffer of an acquisition: sizes and formats may have changed since the pools were prepared.
+    preparedPools.clear();
+    camera->SetImagesPerBuffer(1);
+    const int64_t bufferHeight = int64_t(buffer->GetHeight());
+    if (bufferHeight == camera->GetImageHeight())
+        return;
+    int64_t nodeHeight = 0;
+    if (!camera->GetIntegerValue("Height", ReadValueType::Value, nodeHeight) || nodeHeight <= 0)
+        return;
+    camera->SetImagesPerBuffer(int(bufferHeight / nodeHeight));
+    camera->QueryImageGeometry();
+    camera->CreateImageBuffer();
+}
+
+// --- Images
+
+FrameRecord VisionImageCaptureWorker::MakeFrameRecord(const std::shared_ptr<orna::core::Buffer>& buffer)
+{
+    FrameRecord record;
+    const uint32_t source = camera->GetPixelFormatSource();
+    const uint32_t unpacked = camera->GetPixelFormatUnpacked();
+    const size_t offset = buffer->GetImageOffset();
+    const size_t size = buffer->GetSize() > offset ? buffer->GetSize() - offset : 0;
+    Image view = Image::ConstructFromBuffer(source, uint32_t(buffer->GetWidth()), uint32_t(buffer->GetHeight()),
+                                            buffer->GetBasePtr() + offset, size);
+    view.SetTimestamp(buffer->GetTimestamp_ns());
+    if (source == unpacked)
+    {
+        record.image = camera->GetImageBufferManager()->AddImage(std::move(view));
+        record.converted = false;
+    }
+    else
+    {
+        record.image = camera->GetImageBufferManager()->AddImage(PooledConvert(view, unpacked));
+        record.converted = true;
+    }
+    return record;
+}
+
+void VisionImageCaptureWorker::PreparePool(uint32_t sourceFormat, uint32_t destinationFormat, uint32_t width,
+                                           uint32_t height)
+{
+    orna::ipl::ImageConverter* converter = camera->GetConverter();
+    const auto key = std::make_tuple(static_cast<const orna::ipl::ImageConverter*>(converter), sourceFormat,
+                                     destinationFormat, width, height);
+    if (std::find(preparedPools.begin(), preparedPools.end(), key) != preparedPools.end())
+        return;
+    // A converter made anew (buffers rebuilt) starts without pools: forget those of the old one.
+    preparedPools.erase(std::remove_if(preparedPools.begin(), preparedPools.end(),
+                                       [converter](const auto& entry) { return std::get<0>(entry) != converter; }),
+                        preparedPools.end());
+    converter->PreAllocateConversion(sourceFormat, destinationFormat, width, height, kPoolImages);
+    preparedPools.push_back(key);
+}
+
+Image VisionImageCaptureWorker::PooledConvert(const Image& image, uint32_t format)
+{
+    PreparePool(image.GetPixelFormat(), format, image.GetWidth(), image.GetHeight());
+    return camera->GetConverter()->Convert(image, format);
+}
+
+Image VisionImageCaptureWorker::PooledCopy(const Image& image)
+{
+    // A conversion into the same format is a copy into the pool of that geometry.
+    return PooledConvert(image, image.GetPixelFormat());
+}
+
+// --- One-shot routines
+
+bool VisionImageCaptureWorker::PrivateStart(uint64_t frames)
+{
+    try
+    {
+        auto stream = camera->GetDataStream();
+        if (!camera->GetDevice() || !stream)
+            return false;
+        stream->StartAcquisition(orna::core::AcquisitionStartMode::Default, frames);
+        if (!camera->ExecuteCommandAndWait("AcquisitionStart", 500))
+        {
+            stream->StopAcquisition();
+            return false;
+        }
+        return true;
+    }
+    catch (const std::exception& e)
+    {
+        Log(QStringLiteral("bool VisionImageCaptureWorker::PrivateStart(uint64_t)"), QString::fromStdString(e.what()));
+        return false;
+    }
+}
+
+void VisionImageCaptureWorker::PrivateStop()
+{
+    camera->ExecuteCommandAndWait("AcquisitionStop", 500);
+    try
+    {
+        if (auto stream = camera->GetDataStream())
+            stream->StopAcquisition();
+    }
+    catch (const std::exception& e)
+    {
+        Log(QStringLiteral("void VisionImageCaptureWorker::PrivateStop()"), QString::fromStdString(e.what()));
+    }
+}
+
+void VisionImageCaptureWorker::SingleFrame()
+{
+    if (!PrivateStart(1))
+        return;
+    if (camera->GetTriggerMode() == camera::TriggerMode::Software)
+        camera->ExecuteCommand("TriggerSoftware");
+    ProcessFrame();
+    PrivateStop();
+}
+
+// The frame pass: frames go to the auto feature manager until both its brightness and its white balance flag
+// have gone false. The auto feature controllers are still in their off state in this build, so the flags are
+// never set and the pass ends after its first frame with true. That is the honest result of controllers that
+// are off: nothing was adjusted, and nothing is claimed to be.
+bool VisionImageCaptureWorker::AdjustFramePass()
+{
+    adjustFramePasses.fetch_add(1);
+    AflManager* afl = camera->GetAflManager();
+    IplGainFeatureProvider* gain = camera->GetIplGainFeatureProvider();
+    try
+    {
+        for (int i = 0; i < kAdjustMaxFrames; ++i)
+        {
+            auto stream = camera->GetDataStream();
+            if (!camera->GetDevice() || !stream)
+                return false;
+            auto buffer = stream->WaitForFinishedBuffer(2000);
+            {
+                BufferRequeue requeue(stream, buffer, camera->GetKeyText());
+                FrameRecord record = MakeFrameRecord(buffer);
+                if (camera->IsHostGainRequired() && gain->IsAnyGainActive())
+                    gain->Process(record.image);
+                // The blocking hand-over to the auto feature library: the manager's own processing in its off
+                // state leaves the frame alone.
+                afl->Process(record.image);
+            }
+            adjustFramesSeen.fetch_add(1);
+            if (!afl->IsBrightnessAutoActive() && !afl->IsWhiteBalanceAutoActive())
+                return true;
+        }
+        return false;
+    }
+    catch (const std::exception& e)
+    {
+        Log(QStringLiteral("bool VisionImageCaptureWorker::AdjustLoop()"), QString::fromStdString(e.what()));
+        return false;
+    }
+}
+
+void VisionImageCaptureWorker::RestoreAfterAdjust()
+{
+    camera->RestoreSavedTriggerModes();
+    // The optimise start saved the camera's auto modes by their enumeration values and wrote them off.
+    const std::pair<const char*, int> autoModes[] = {{"ExposureAuto", camera->savedExposureAuto},
+                                                     {"GainAuto", camera->savedGainAuto},
+                                                     {"BalanceWhiteAuto", camera->savedBalanceWhiteAuto}};
+    auto remote = camera->GetRemoteDeviceNodeMap();
+    for (const auto& [name, value] : autoModes)
+    {
+        try
+        {
+            if (!remote || !remote->GetHasNode(name))
+                continue;
+            if (auto node = remote->FindNode<orna::core::nodes::EnumerationNode>(name))
+                node->SetCurrentEntryByValue(value);
+        }
+        catch (const std::exception& e)
+        {
+            Log(QStringLiteral("bool VisionImageCaptureWorker::AdjustLoop()"), QString::fromStdString(e.what()));
+        }
+    }
+    if (!camera->savedColorCorrectionMode.empty())
+        camera->SetEnumerationEntry("ColorCorrectionMode", camera->savedColorCorrectionMode);
+}
+
+bool VisionImageCaptureWorker::AdjustLoop()
+{
+    adjustFramePasses.store(0);
+    adjustFramesSeen.store(0);
+    if (!PrivateStart(orna::core::DataStream::kInfinite))
+    {
+        // Nothing was changed.
+        emit Signal_AdjustLoopFinished(true);
+        return true;
+    }
+    // The manager's controllers are in their off state: it has no one-shot mode to switch on yet, so the pass
+    // below sees both flags false.
+    AflManager* afl = camera->GetAflManager();
+    bool result = AdjustFramePass();
+    // White balance needs colour: the destination of a colour camera is a three or four channel format, that of
+    // a monochrome one is not (the source format would call a packed 10-bit mono camera colour).
+    if (result && camera::GetPackingClass(camera->GetPixelFormatDestination()) == 3)
+    {
+        if (!AdjustFramePass())
+        {
+            result = false;
+            camera->GetIplGainFeatureProvider()->ResetGains();
+        }
+    }
+    afl->SwitchAllOff();
+    // The hot pixel correction that the routine enables afterwards arrives with the provider's processing; the
+    // provider in its off state has no sensitivity mode or detection request to take.
+    PrivateStop();
+    RestoreAfterAdjust();
+    emit Signal_AdjustLoopFinished(result);
+    return result;
+}
+
+// --- VisionCamera's single frame entry (the task it launches lives here)
+
+void VisionCamera::AcquireSingleFrame()
+{
+    if (IsOneShotRunning())
+        return;
+    // A single frame is measured when sharpness measurement is on: no frames to skip.
+    iplSharpnessFeatureProvider->SetFrameSkip(0);
+    GetTriggerMode(true);
+    VisionImageCaptureWorker* worker = captureWorker;
+    SetOneShotTask(std::async(std::launch::async, [worker] { worker->SingleFrame(); }));
+}

@@ -1,0 +1,194 @@
+// Opening simulated cameras the way the application does (open on openThread, results queued to the main
+// window): a locked camera stops at the lock test with the exact text, a service camera opens without data
+// stream and acquisition, a colour camera opens and acquires and its event worker passes the camera's test
+// event on, and a camera with a boot error reaches the main window's boot status report.
+#include "app/applicationglobals.h"
+#include "app/logmessagesender.h"
+#include "app/mainwindow.h"
+#include "app/settings.h"
+#include "camera/visioncamera.h"
+#include "camera/visioncameraopenworker.h"
+#include "camera/visioneventworker.h"
+#include "simdescriptors.h"
+
+#include "orna/core/sim/simregistry.h"
+
+#include <QSettings>
+#include <QSignalSpy>
+#include <QtTest>
+
+// Stands in for the main window: records the open results by the slot names the camera connects to.
+class OpenResults : public QWidget
+{
+    Q_OBJECT
+
+public:
+    QStringList opened, service, cannot;
+    QStringList errors;
+
+public Q_SLOTS:
+    void OnHasOpenedCamera(QString name, QWidget*) { opened << name; }
+    void OnHasOpenedCameraInServiceFirmware(QString name, QWidget*) { service << name; }
+    void OnCannotOpenCamera(QString name, QString error, QWidget*)
+    {
+        cannot << name;
+        errors << error;
+    }
+};
+
+class TestOpenWorkerSim : public QObject
+{
+    Q_OBJECT
+
+private:
+    testcams::Transport sim;
+    QStringList logErrors;
+
+    std::unique_ptr<VisionCamera> Open(const char* serial, QWidget* window, QWidget* mainWindow, bool acquire)
+    {
+        auto descriptor = sim.BySerial(serial);
+        if (!descriptor)
+            return nullptr;
+        return std::make_unique<VisionCamera>(window, mainWindow, descriptor, acquire, false, true);
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        ::setenv("ORNA_TRANSPORTS", "sim", 1);
+        ::setenv(orna::core::sim::kSimCamerasEnvironmentVariable, "color,locked,service,booterror", 1);
+        orna::Library::Initialize();
+        if (!sim.Open("sim:"))
+            QSKIP("the sim: producer is not offered");
+        connect(&LogMessageSender::Instance(), &LogMessageSender::Signal_LogOrnaError, this,
+                [this](QString, QString thread, QString message, int) { logErrors << thread + " " + message; });
+    }
+
+    void init() { logErrors.clear(); }
+
+    void lockedCameraStopsAtTheLockTest()
+    {
+        OpenResults results;
+        auto camera = Open("LVSL00001", &results, &results, true);
+        QVERIFY(camera);
+        QTRY_COMPARE(results.cannot.size(), 1);
+        QCOMPARE(results.errors.front(),
+                 QStringLiteral("The camera is password protected. To be able to open the camera, use the tool "
+                                "kvx_devicepassword to unlock the camera."));
+        QVERIFY(results.opened.isEmpty() && results.service.isEmpty());
+        QVERIFY(camera->IsOpen()); // the steps before stay done; closing copes with it
+        QVERIFY(!camera->GetDataStream());
+        QVERIFY(!camera->IsAcquiring());
+        QVERIFY(!camera->GetEventThread()->isRunning());
+    }
+
+    void serviceCameraOpensWithoutStreamOrAcquisition()
+    {
+        OpenResults results;
+        auto camera = Open("LVSS00001", &results, &results, true);
+        QVERIFY(camera);
+        QTRY_COMPARE(results.service.size(), 1);
+        QVERIFY(results.service.front().toLower().contains("service"));
+        QVERIFY(results.opened.isEmpty() && results.cannot.isEmpty());
+        QVERIFY(camera->IsOpen());
+        QVERIFY(!camera->GetDataStream());
+        QVERIFY(!camera->IsAcquiring());
+        QCOMPARE(camera->GetBootStatusText(), QStringLiteral("OK"));
+        QTRY_VERIFY(!camera->GetOpenThread()->isRunning());
+
+        // The reduced description has no user sets and no trigger: the optimise routine, with and without
+        // the reset to defaults, goes on without touching either, and only says that no adjust loop ran.
+        logErrors.clear();
+        QVERIFY(!camera->IsUserSetCommandLoadAvailable());
+        QVERIFY(!camera->HasNode("TriggerSelector"));
+        VisionCameraOpenWorker::ApplyOptimalSettings(camera.get(), true);
+        VisionCameraOpenWorker::ApplyOptimalSettings(camera.get(), false);
+        QVERIFY2(logErrors.size() == 2, qPrintable(logErrors.join("\n")));
+        for (const QString& line : logErrors)
+            QVERIFY2(line.contains("adjust routine"), qPrintable(line));
+    }
+
+    void colorCameraOpensAcquiresAndPassesEventsOn()
+    {
+        OpenResults results;
+        auto camera = Open("LVSC00001", &results, &results, true);
+        QVERIFY(camera);
+        QSignalSpy opened(camera.get(), &VisionCamera::Signal_Opened);
+        QTRY_COMPARE(results.opened.size(), 1);
+        QVERIFY(results.cannot.isEmpty() && results.service.isEmpty());
+        QTRY_COMPARE(opened.size(), 1);
+        QVERIFY(camera->IsAcquiring());
+        QVERIFY(camera->GetDataStream());
+        QVERIFY(camera->IsColorCamera());
+        QCOMPARE(camera->GetWaitTimeout(), ~uint64_t(0));
+        QCOMPARE(camera->GetCameraName(), results.opened.front());
+        QCOMPARE(camera->GetModelName(), QStringLiteral("LVS-2300C"));
+        QVERIFY(camera->GetFirmwareVersion() != QLatin1String("unknown"));
+        QTRY_VERIFY(camera->GetEventThread()->isRunning());
+        QVERIFY2(logErrors.isEmpty(), qPrintable(logErrors.join('\n')));
+
+        auto* worker = camera->GetEventWorker();
+        QVERIFY(worker);
+        QSignalSpy events(worker, &VisionEventWorker::Signal_RemoteDeviceEvent);
+        QVERIFY(camera->SetEnumerationEntry("EventSelector", "Test"));
+        QVERIFY(camera->SetEnumerationEntry("EventNotification", "On"));
+        QVERIFY(camera->ExecuteCommand("TestEventGenerate"));
+        QVERIFY(events.wait(3000));
+        QCOMPARE(events.front().at(0).toString(), QStringLiteral("Test"));
+        int64_t timestamp = 0;
+        QVERIFY(camera->GetIntegerValue("EventTestTimestamp", ReadValueType::Value, timestamp));
+        QCOMPARE(events.front().at(1).toLongLong(), qint64(timestamp));
+
+        // Closing stops the event worker out of its wait.
+        camera.reset();
+    }
+
+    void bootErrorReachesTheMainWindow()
+    {
+        QSettings(settings::kOrganisation, settings::kApplication).clear();
+        ApplicationGlobals::fadeInOutTime = 0;
+        MainWindow window;
+        QWidget cameraWindow;
+        QSignalSpy logLines(&LogMessageSender::Instance(), &LogMessageSender::Signal_LogAnyMessage);
+
+        auto camera = Open("LVSB00001", &cameraWindow, &window, false);
+        QVERIFY(camera);
+        // The camera window owns its camera: the main window finds it there.
+        camera->setParent(&cameraWindow);
+        QSignalSpy opened(camera.get(), &VisionCamera::Signal_Opened);
+        QVERIFY(opened.wait(5000));
+        QCOMPARE(camera->GetBootStatusText(), QStringLiteral("ConfigurationCrcError"));
+        QVERIFY(!camera->GetDeviceBootStatusDescription().isEmpty());
+        QTRY_VERIFY(std::any_of(logLines.begin(), logLines.end(), [](const QList<QVariant>& args) {
+            return args.at(0).toString().contains("ConfigurationCrcError");
+        }));
+        camera->setParent(nullptr);
+        camera.reset();
+
+        // A camera that booted fine gives no report.
+        logLines.clear();
+        auto fine = Open("LVSC00001", &cameraWindow, &window, false);
+        fine->setParent(&cameraWindow);
+        QSignalSpy fineOpened(fine.get(), &VisionCamera::Signal_Opened);
+        QVERIFY(fineOpened.wait(5000));
+        QCOMPARE(fine->GetBootStatusText(), QStringLiteral("OK"));
+        QCoreApplication::processEvents();
+        QVERIFY(std::none_of(logLines.begin(), logLines.end(), [](const QList<QVariant>& args) {
+            return args.at(0).toString().contains("boot status");
+        }));
+        fine->setParent(nullptr);
+        fine.reset();
+        // The main window closes the device library when it goes: the transport goes first.
+        sim = {};
+    }
+
+    void cleanupTestCase()
+    {
+        sim = {};
+        if (orna::Library::IsInitialized())
+            orna::Library::Close();
+    }
+};
+
+QTEST_MAIN(TestOpenWorkerSim)
+#include "test_openworker_sim.moc"

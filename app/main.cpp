@@ -1,6 +1,7 @@
 // Entry point: High-DPI attributes, the command-line scan, the application object, the main window.
 #include "app/commandline.h"
 #include "app/mainwindow.h"
+#include "discovery/cameralistmodel.h"
 
 #include <QApplication>
 #include <QIcon>
@@ -19,8 +20,12 @@ int main(int argc, char** argv)
     int result = 0;
     {
         MainWindow window;
+        // The camera list goes before the window, which releases the device manager after it.
+        CameraListModel cameraList;
+        window.SetCameraList(&cameraList);
         window.show();
         result = QApplication::exec();
+        window.SetCameraList(nullptr);
     }
     return result;
 }

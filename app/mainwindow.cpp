@@ -37,9 +37,11 @@
 #include "camera/visioncamera.h"
 #include "controlelement/controlelement.h"
 #include "controlelement/dockingwidget.h"
+#include "discovery/cameralistmodel.h"
 #include "discovery/devicemanager.h"
 #include "orna/afl/orna_afl.h"
 #include "orna/core/exception.h"
+#include "view/cameraobject.h"
 #include "orna/core/library.h"
 #include "orna/ifl/inference.h"
 #include "widgets/customcombobox.h"
@@ -62,6 +64,7 @@
 #include <QShortcut>
 #include <QStandardPaths>
 #include <QTime>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -684,7 +687,9 @@ bool MainWindow::IsFixed(const ControlElement* element) const
 
 bool MainWindow::AnyOpenInProgress() const
 {
-    // A camera window reports its open in progress; none exist before the camera layer lands.
+    for (ControlElement* element : elements)
+        if (auto* cameraObject = qobject_cast<CameraObject*>(element); cameraObject && cameraObject->IsOpenInProgress())
+            return true;
     return false;
 }
 
@@ -921,12 +926,90 @@ void MainWindow::OnButtonCreateCameraObject()
 
 void MainWindow::OnOpenNewCameraInNewWindow()
 {
-    if (AnyOpenInProgress())
+    if (AnyOpenInProgress() || m_beingDestroyed || m_cameraList == nullptr)
         return;
-    // Opening takes the first available descriptor from the camera manager and runs the camera window's
-    // open; both arrive with the camera layer. Without them there is nothing to open.
-    if (cameraManager == nullptr)
+    const std::shared_ptr<orna::core::DeviceDescriptor> descriptor = m_cameraList->FirstOpenableDevice();
+    if (descriptor == nullptr)
         return;
+    OpenCameraInNewWindow(descriptor);
+}
+
+ControlElement* MainWindow::OpenCameraInNewWindow(std::shared_ptr<orna::core::DeviceDescriptor> descriptor)
+{
+    if (descriptor == nullptr || m_beingDestroyed)
+        return nullptr;
+    buttonOpenCamera->SetBusy(true);
+    CameraObject* cameraObject = nullptr;
+    for (ControlElement* element : elements)
+    {
+        auto* candidate = qobject_cast<CameraObject*>(element);
+        if (candidate != nullptr && candidate->Camera() == nullptr)
+        {
+            cameraObject = candidate;
+            break;
+        }
+    }
+    if (cameraObject == nullptr)
+    {
+        cameraObject = new CameraObject(this);
+        // A window that goes during its open (a failed open removes it) must not leave the button busy.
+        connect(cameraObject, &QObject::destroyed, this,
+                [this] {
+                    if (!m_beingDestroyed)
+                        QTimer::singleShot(0, this, &MainWindow::UpdateOpenBusyState);
+                });
+        cameraObject->SetNeedsFirstPlacement(true);
+        elements.push_back(cameraObject);
+        cameraObject->setEnabled(false);
+        cameraObject->SetParentElement(nullptr);
+    }
+    // The window sizes itself to the image once the open reports success.
+    cameraObject->SetAwaitsSize(cameraObject->NeedsFirstPlacement());
+    cameraObject->OpenDevice(this, descriptor, m_openCameraWithAcquisition, m_openCameraWithOptimalSettings, true);
+    if (cameraObject->NeedsFirstPlacement())
+    {
+        const int g = ApplicationGlobals::gridSize;
+        const QRect area = DockingRect(false);
+        const int side = std::max(g, area.height() / g * g);
+        const QPoint origin = area.topLeft();
+        const int x = ControlElement::SnapX(area.left() + (area.right() - (area.left() + side)) / 2, origin.x(), g);
+        const int y = ControlElement::SnapY(area.top(), origin.y(), g);
+        cameraObject->setGeometry(x, y, side, side);
+        cameraObject->show();
+        cameraObject->UpdateControls();
+        update();
+        UpdateEmptyDeskHint();
+        BringToFront(cameraObject);
+        cameraObject->SetNeedsFirstPlacement(false);
+    }
+    return cameraObject;
+}
+
+void MainWindow::SetCameraList(CameraListModel* list)
+{
+    if (m_cameraList != nullptr)
+        disconnect(m_cameraList, nullptr, this, nullptr);
+    m_cameraList = list;
+    if (list == nullptr)
+    {
+        EnableOpenButton(false);
+        return;
+    }
+    connect(list, &CameraListModel::OpenableDeviceCountChanged, this,
+            [this](int count) { EnableOpenButton(count > 0); });
+    EnableOpenButton(list->OpenableDeviceCount() > 0);
+    list->SetAutoUpdate(m_cameraListAutoUpdate);
+}
+
+CameraListModel* MainWindow::CameraList() const
+{
+    return m_cameraList;
+}
+
+void MainWindow::UpdateOpenBusyState()
+{
+    if (!AnyOpenInProgress())
+        buttonOpenCamera->SetBusy(false);
 }
 
 void MainWindow::EnableOpenButton(bool enable)

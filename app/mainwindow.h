@@ -24,10 +24,16 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <vector>
+
+namespace orna::core {
+class DeviceDescriptor;
+}
 
 class ApplicationInfo;
 class ApplicationSettings;
+class CameraListModel;
 class ControlElement;
 class CustomComboBox;
 class CustomEdit;
@@ -98,6 +104,15 @@ public:
     void ReportBootStatus(const QString& cameraName, const QString& bootStatus, const QString& detail);
     // Takes every element off the desk: at once, or each with its fade-out and delete.
     void ClearDesk(bool withFade);
+    // Opens the camera in the first camera window without a camera, or in a new one; returns that window.
+    ControlElement* OpenCameraInNewWindow(std::shared_ptr<orna::core::DeviceDescriptor> descriptor);
+    // The camera list the open button and CTRL+N take the first openable camera from (not owned). Until the
+    // camera manager panel exists, whoever builds the window hands it over; its openable count enables the
+    // open button.
+    void SetCameraList(CameraListModel* list);
+    CameraListModel* CameraList() const;
+    // Stops the open button's busy animation once no camera window has its open in progress.
+    void UpdateOpenBusyState();
 
     // For tests and the workspace: the two vectors and the fixed elements.
     const std::vector<ControlElement*>& Elements() const { return elements; }
@@ -260,6 +275,7 @@ private:
 
     bool m_beingDestroyed = false;
     bool m_librariesUp = false;
+    QPointer<CameraListModel> m_cameraList;
 
     static std::map<int, ElementFactory>& ElementFactories();
 };

@@ -1,0 +1,290 @@
+// The camera window: the fps smoothing rule, zoom by Ctrl + wheel only, the optimise button's busy state, and
+// the open flow of the main window with a simulated camera (moving images, closing stops the camera, an
+// empty camera window is reused).
+#include "app/applicationglobals.h"
+#include "app/logmessagesender.h"
+#include "app/mainwindow.h"
+#include "app/settings.h"
+#include "camera/visioncamera.h"
+#include "discovery/cameralistmodel.h"
+#include "view/cameraobject.h"
+#include "view/customdisplay.h"
+#include "view/customgraphicsscene.h"
+#include "view/customgraphicsview.h"
+#include "widgets/customdiscretespinbox.h"
+#include "widgets/iconbutton.h"
+
+#include <QPointer>
+#include <QSettings>
+#include <QShortcut>
+#include <QSignalSpy>
+#include <QtTest>
+
+#include <cstdlib>
+#include <set>
+
+namespace {
+
+void Wheel(CustomGraphicsView* view, int angle, Qt::KeyboardModifiers modifiers)
+{
+    const QPoint pos = view->viewport()->rect().center();
+    QWheelEvent event(pos, view->viewport()->mapToGlobal(pos), QPoint(), QPoint(0, angle), Qt::NoButton, modifiers,
+                      Qt::NoScrollPhase, false);
+    QApplication::sendEvent(view->viewport(), &event);
+}
+
+CameraObject* CameraWindowOf(const MainWindow& window)
+{
+    for (ControlElement* element : window.Elements())
+        if (auto* cameraObject = qobject_cast<CameraObject*>(element))
+            return cameraObject;
+    return nullptr;
+}
+
+int CameraWindowCount(const MainWindow& window)
+{
+    int count = 0;
+    for (ControlElement* element : window.Elements())
+        count += qobject_cast<CameraObject*>(element) != nullptr ? 1 : 0;
+    return count;
+}
+
+} // namespace
+
+class TestCameraObject : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QVERIFY2(!qEnvironmentVariableIsEmpty("LUMIVUE_TEST_HOME"), "run through ctest");
+        // Only the simulated transport: no GigE discovery leaves this process.
+        ::setenv("ORNA_TRANSPORTS", "sim", 1);
+        ::setenv("ORNA_SIM_CAMERAS", "1", 1);
+    }
+
+    void init()
+    {
+        QSettings(settings::kOrganisation, settings::kApplication).clear();
+        ApplicationGlobals::FillFonts();
+        ApplicationGlobals::ApplySkin(ApplicationGlobals::Skin::Dark);
+        ApplicationGlobals::fadeInOutTime = 0;
+    }
+
+    void fpsFollowsADropAtOnceAndSmoothsSmallChanges()
+    {
+        CameraObject window(nullptr);
+        for (int i = 0; i < 5; ++i)
+            window.UpdateCounters(false, 10.0, 1.0, i + 1, 0, 0);
+        QCOMPARE(window.SmoothedFps(), 100.0);
+        // 100 -> 98: a step of 2 is smoothed.
+        window.UpdateCounters(false, 1000.0 / 98.0, 1.0, 6, 0, 0);
+        QVERIFY(std::abs(window.SmoothedFps() - (98.0 + 15.0 * 100.0) / 16.0) < 1e-9);
+        // A drop to 20 per second shows at once.
+        window.UpdateCounters(false, 50.0, 1.0, 7, 0, 0);
+        QVERIFY(std::abs(window.SmoothedFps() - 20.0) < 1e-9);
+        // And so does a rise by more than 3.
+        QVERIFY(std::abs(CameraObject::SmoothFps(20.0, 1000.0 / 24.0) - 24.0) < 1e-9);
+        QVERIFY(std::abs(CameraObject::SmoothFps(20.0, 1000.0 / 23.0) - (23.0 + 15 * 20.0) / 16.0) < 1e-9);
+        // The frame counter label follows every call; a time-out (all zeros) keeps the counts.
+        QVERIFY(window.CountersText().contains(QStringLiteral("acquired: 7")));
+        window.UpdateCounters(true, 0, 0, 0, 0, 0);
+        QVERIFY(window.CountersText().contains(QStringLiteral("acquired: 7")));
+        QCOMPARE(window.SmoothedFps(), 0.0);
+    }
+
+    void wheelZoomsOnlyWithCtrl()
+    {
+        CameraObject window(nullptr);
+        window.resize(900, 700);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        window.Display()->SetImageSize(800, 600);
+        window.Display()->SetScaleFactor(1.0);
+        window.ZoomSpinbox()->SetValue(1.0);
+        CustomGraphicsView* view = window.Display()->View();
+
+        Wheel(view, 120, Qt::NoModifier);
+        Wheel(view, -120, Qt::NoModifier);
+        QCOMPARE(window.Display()->GetScaleFactor(), 1.0);
+        QCOMPARE(window.ZoomSpinbox()->Value(), 1.0);
+
+        Wheel(view, 120, Qt::ControlModifier);
+        QCOMPARE(window.Display()->GetScaleFactor(), 1.5);
+        QCOMPARE(window.ZoomSpinbox()->Value(), 1.5);
+        Wheel(view, -120, Qt::ControlModifier);
+        Wheel(view, -120, Qt::ControlModifier);
+        QCOMPARE(window.Display()->GetScaleFactor(), 0.67);
+
+        // The list ends at both sides.
+        for (int i = 0; i < 30; ++i)
+            Wheel(view, 120, Qt::ControlModifier);
+        QCOMPARE(window.Display()->GetScaleFactor(), 24.0);
+
+        // Fit, then 1:1.
+        window.FitInButton()->click();
+        QCOMPARE(window.Display()->GetScaleMode(), 0);
+        window.NormalSizeButton()->click();
+        QCOMPARE(window.Display()->GetScaleMode(), 1);
+        QCOMPARE(window.Display()->GetScaleFactor(), 1.0);
+    }
+
+    void toolbarsCarryTheirTypesAndTips()
+    {
+        CameraObject window(nullptr);
+        QCOMPARE(window.ToolButton(QStringLiteral("camera-play.png")), window.LiveButton());
+        QCOMPARE(window.LiveButton()->toolTip(), QStringLiteral("Start/stop continuous acquisition"));
+        IconButton* nodes = window.ToolButton(QStringLiteral("nodes.png"));
+        QVERIFY(nodes != nullptr);
+        QCOMPARE(nodes->property("Type").toInt(), 4);
+        QVERIFY(nodes->isCheckable());
+        QCOMPARE(window.ToolButton(QStringLiteral("i2c.png"))->property("Type").toInt(), 30);
+        QCOMPARE(window.ToolButton(QStringLiteral("fit-in.png"))->toolTip(), QStringLiteral("Fit to screen"));
+        QCOMPARE(window.ZoomSpinbox()->Value(), 1.0);
+        QCOMPARE(window.MagnifierSpinbox()->Value(), 1.0);
+        // Without a camera nothing acts.
+        QVERIFY(!window.LiveButton()->isEnabled());
+        QVERIFY(!nodes->isEnabled());
+        window.LiveButton()->click();
+        QVERIFY(!window.LiveButton()->isChecked());
+    }
+
+    void openButtonShowsMovingImagesAndCloseStopsTheCamera()
+    {
+#ifndef LUMIVUE_HAS_CAPTURE_WORKER
+        QSKIP("the capture worker is not part of this build: no frames reach the window");
+#endif
+        MainWindow window;
+        window.resize(1400, 1000);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        CameraListModel list;
+        window.SetCameraList(&list);
+        list.RunUpdate();
+        IconButton* open = window.ToolBarButton(QStringLiteral("camera.png"));
+        QVERIFY(open != nullptr);
+        QTRY_VERIFY_WITH_TIMEOUT(open->isEnabled(), 10000);
+
+        QTest::mouseClick(open, Qt::LeftButton);
+        CameraObject* cameraWindow = CameraWindowOf(window);
+        QVERIFY(cameraWindow != nullptr);
+        QVERIFY(cameraWindow->Camera() != nullptr);
+        // A second press while the open runs is ignored.
+        if (cameraWindow->IsOpenInProgress())
+        {
+            QTest::mouseClick(open, Qt::LeftButton);
+            QCOMPARE(CameraWindowCount(window), 1);
+        }
+        QTRY_VERIFY_WITH_TIMEOUT(!cameraWindow->IsOpenInProgress(), 15000);
+        QPointer<VisionCamera> camera = cameraWindow->Camera();
+        QTRY_VERIFY_WITH_TIMEOUT(camera->IsAcquiring(), 10000);
+
+        // Two different frames reach the screen.
+        CustomGraphicsScene* scene = cameraWindow->Display()->Scene();
+        std::set<uint64_t> painted;
+        scene->SetPaintedHook([&painted, scene] { painted.insert(scene->LastPaintedTimestamp()); });
+        QTRY_VERIFY_WITH_TIMEOUT(painted.size() >= 2, 15000);
+        QVERIFY(!cameraWindow->IsWaitingForImage());
+        QVERIFY(cameraWindow->Title().contains(QStringLiteral(" x ")));
+        QVERIFY(cameraWindow->LiveButton()->isChecked());
+        scene->SetPaintedHook({});
+
+        // Live off and on through the button.
+        cameraWindow->LiveButton()->click();
+        QVERIFY(!camera->IsAcquiring());
+        cameraWindow->LiveButton()->click();
+        QVERIFY(camera->IsAcquiring());
+
+        // Closing the window deletes the camera, which stops acquisition and closes the device.
+        QPointer<CameraObject> guard = cameraWindow;
+        cameraWindow->OnButtonClose();
+        QTRY_VERIFY_WITH_TIMEOUT(guard.isNull(), 10000);
+        QVERIFY(camera.isNull());
+        QCOMPARE(CameraWindowCount(window), 0);
+        // The camera can be opened again: the device was released.
+        QTRY_VERIFY_WITH_TIMEOUT(open->isEnabled(), 10000);
+        QTest::mouseClick(open, Qt::LeftButton);
+        QVERIFY(CameraWindowOf(window) != nullptr);
+        QTRY_VERIFY_WITH_TIMEOUT(!CameraWindowOf(window)->IsOpenInProgress(), 15000);
+        QVERIFY(CameraWindowOf(window)->Camera()->IsOpen());
+        window.SetCameraList(nullptr);
+    }
+
+    void emptyCameraWindowIsReused()
+    {
+        MainWindow window;
+        window.resize(1400, 1000);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        CameraListModel list;
+        window.SetCameraList(&list);
+        list.RunUpdate();
+        QTRY_VERIFY_WITH_TIMEOUT(window.ToolBarButton(QStringLiteral("camera.png"))->isEnabled(), 10000);
+
+        auto* empty = new CameraObject(&window);
+        window.AppendElement(empty);
+        QCOMPARE(CameraWindowCount(window), 1);
+        QVERIFY(empty->Camera() == nullptr);
+
+        QShortcut* ctrlN = nullptr;
+        for (QShortcut* shortcut : window.Shortcuts())
+            if (shortcut->key() == QKeySequence(QStringLiteral("CTRL+N")))
+                ctrlN = shortcut;
+        QVERIFY(ctrlN != nullptr);
+        emit ctrlN->activated();
+        QCOMPARE(CameraWindowCount(window), 1);
+        QCOMPARE(CameraWindowOf(window), empty);
+        QVERIFY(empty->Camera() != nullptr);
+        QTRY_VERIFY_WITH_TIMEOUT(!empty->IsOpenInProgress(), 15000);
+        QVERIFY(empty->Camera()->IsOpen());
+        window.SetCameraList(nullptr);
+    }
+
+    void secondOptimisePressHasNoEffect()
+    {
+#ifndef LUMIVUE_HAS_CAPTURE_WORKER
+        QSKIP("the capture worker is not part of this build: the optimise routine never finishes");
+#endif
+        MainWindow window;
+        window.resize(1400, 1000);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        CameraListModel list;
+        window.SetCameraList(&list);
+        list.RunUpdate();
+        QTRY_VERIFY_WITH_TIMEOUT(window.ToolBarButton(QStringLiteral("camera.png"))->isEnabled(), 10000);
+        auto* cameraWindow = qobject_cast<CameraObject*>(window.OpenCameraInNewWindow(list.FirstOpenableDevice()));
+        QVERIFY(cameraWindow != nullptr);
+        QTRY_VERIFY_WITH_TIMEOUT(!cameraWindow->IsOpenInProgress(), 15000);
+        QTRY_VERIFY_WITH_TIMEOUT(cameraWindow->Camera()->IsAcquiring(), 10000);
+
+        // Whether the camera layer could start its optimise routine at all shows in the log.
+        bool routineMissing = false;
+        connect(&LogMessageSender::Instance(), &LogMessageSender::Signal_LogOrnaError, this,
+                [&routineMissing](QString, QString, QString message, int) {
+                    if (message.contains(QStringLiteral("adjust routine")) && message.contains(QStringLiteral("not available")))
+                        routineMissing = true;
+                });
+        cameraWindow->MagicButton()->click();
+        QVERIFY(cameraWindow->MagicButton()->IsBusy());
+        QCOMPARE(cameraWindow->MagicRunCount(), 1);
+        QVERIFY(!cameraWindow->Camera()->IsAcquiring());
+        // The press during the run is ignored; the button is also disabled for it.
+        QMetaObject::invokeMethod(cameraWindow, "OnButtonMagic");
+        QCOMPARE(cameraWindow->MagicRunCount(), 1);
+        QTest::qWait(0);
+        if (routineMissing)
+        {
+            window.SetCameraList(nullptr);
+            QSKIP("the camera layer has no optimise routine in this build, so the run never ends");
+        }
+        QTRY_VERIFY_WITH_TIMEOUT(!cameraWindow->MagicButton()->IsBusy(), 30000);
+        // Acquisition that ran before comes back.
+        QTRY_VERIFY_WITH_TIMEOUT(cameraWindow->Camera()->IsAcquiring(), 5000);
+        window.SetCameraList(nullptr);
+    }
+};
+
+QTEST_MAIN(TestCameraObject)
+#include "test_cameraobject.moc"

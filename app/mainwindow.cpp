@@ -33,6 +33,8 @@
 #include "app/logmessagesender.h"
 #include "app/settings.h"
 #include "app/versioncheck.h"
+#include "camera/cameraopentexts.h"
+#include "camera/visioncamera.h"
 #include "controlelement/controlelement.h"
 #include "controlelement/dockingwidget.h"
 #include "discovery/devicemanager.h"
@@ -936,21 +938,37 @@ void MainWindow::EnableOpenButton(bool enable)
 
 void MainWindow::OnHasOpenedCamera(QString name, QWidget* cameraObject)
 {
-    Q_UNUSED(name)
-    Q_UNUSED(cameraObject)
     if (m_beingDestroyed)
         return;
-    // Sizing, link speed check and boot status report of a new camera window: waiting for the camera
-    // window class. The pieces are ready: desk::CameraWindowSize, CheckLinkSpeed, ReportBootStatus.
+    // Sizing and the link speed check of a new camera window: waiting for the camera window class. The
+    // pieces are ready: desk::CameraWindowSize, CheckLinkSpeed.
+    VisionCamera* camera = cameraObject ? cameraObject->findChild<VisionCamera*>() : nullptr;
+    if (camera == nullptr)
+        return;
+    const QString bootStatus = camera->GetBootStatusText();
+    if (!desk::BootStatusNeedsReport(bootStatus, name))
+        return;
+    const QString description = camera->GetDeviceBootStatusDescription();
+    ReportBootStatus(name, bootStatus, description);
+    InfoDialog dialog(this, tr("Camera boot status"),
+                      camera::BootStatusDialogText(bootStatus, description, desk::DownloadUrl(), desk::SupportUrl()),
+                      IsHeadless() ? 1 : 0);
+    dialog.exec();
 }
 
 void MainWindow::OnHasOpenedCameraInServiceFirmware(QString name, QWidget* cameraObject)
 {
     Q_UNUSED(name)
-    Q_UNUSED(cameraObject)
     if (m_beingDestroyed)
         return;
-    // The service firmware question needs the camera's boot status: waiting for the camera window class.
+    VisionCamera* camera = cameraObject ? cameraObject->findChild<VisionCamera*>() : nullptr;
+    const QString bootStatus = camera ? camera->GetBootStatusText() : QStringLiteral("OK");
+    const QString description = camera ? camera->GetDeviceBootStatusDescription() : QString();
+    InfoDialog dialog(this, tr("Service firmware"),
+                      camera::ServiceFirmwareDialogText(bootStatus, description, desk::DownloadUrl(),
+                                                        desk::SupportUrl()),
+                      IsHeadless() ? 1 : 0);
+    dialog.exec();
 }
 
 void MainWindow::OnCannotOpenCamera(QString name, QString error, QWidget* cameraObject)

@@ -427,6 +427,8 @@ void NodeMap::StoreToFile(const std::string& path) const
         }
         out << name << "\t" << value << "\n";
     }
+    // A reader that finds no end line knows the file was cut short.
+    out << kPersistenceEndLine << "\n";
 
     const std::string temporary = path + ".tmp" + std::to_string(::getpid());
     {

@@ -18,6 +18,9 @@ namespace orna::core {
 class Buffer;
 class Event;
 
+// The last line StoreToFile writes; a file without it was cut short.
+constexpr const char* kPersistenceEndLine = "# End of node map settings";
+
 class NodeMap : public InitOnce
 {
 public:
@@ -47,7 +50,8 @@ public:
     void PollNodes(int64_t elapsedMs);
 
     // GenICam persistence text: a header naming vendor, model and version, then "Name<TAB>Value" for each
-    // streamable readable-writable node, selectors expanded. The file is written atomically.
+    // streamable readable-writable node, selectors expanded, then kPersistenceEndLine. The file is written
+    // atomically.
     void StoreToFile(const std::string& path) const;
     // Writes the values of such a file in file order, with a second pass for writes that failed in the first
     // (a node that depends on one written later). Raises IOException when the file cannot be read and

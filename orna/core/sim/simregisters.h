@@ -248,7 +248,8 @@ enum TriggerSourceValue : uint32_t
     SourceSoftware = 0,
     SourceLine0 = 1,
     SourceLine2 = 2,
-    SourceLine3 = 3
+    SourceLine3 = 3,
+    SourceLine1 = 4 // listed in the XML, never available (the flash output)
 };
 enum TriggerActivationValue : uint32_t
 {

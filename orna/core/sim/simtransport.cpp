@@ -209,7 +209,13 @@ public:
         // Returns after the last delivery into this stream ended.
         m_camera->SetFrameSink(nullptr);
     }
-    size_t MinimumBufferCount() const override { return 1; }
+    // ORNA_SIM_MIN_BUFFERS lets a test ask for a producer that wants more buffers; 1 otherwise.
+    size_t MinimumBufferCount() const override
+    {
+        const char* text = std::getenv("ORNA_SIM_MIN_BUFFERS");
+        const long value = text ? std::strtol(text, nullptr, 10) : 0;
+        return value > 0 ? size_t(value) : 1;
+    }
     detail::StreamCounters Counters() const override
     {
         std::lock_guard<std::mutex> lock(m_mutex);

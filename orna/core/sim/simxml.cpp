@@ -27,6 +27,8 @@ struct Entry
     std::string name;
     int64_t value;
     std::string description;
+    // Node whose value says whether the entry can be chosen now; empty: always.
+    std::string isAvailable = {};
 };
 
 // Where a register sits: a fixed address, optionally shifted by a selector's value times a stride.
@@ -93,6 +95,15 @@ public:
         o << "    <Visibility>" << visibility << "</Visibility>\n";
     }
     void Tail(const char* kind) { o << "  </" << kind << ">\n"; }
+    // Settings the host may save to and load from a parameter file: every read-write value feature except the
+    // transport's own lock, which belongs to the acquisition, not to the settings.
+    void Streamable(const std::string& name, const char* access)
+    {
+        if (std::string(access) == "RW" && name != "TLParamsLocked")
+        {
+            El("Streamable", "Yes");
+        }
+    }
     void Var(const char* name, const std::string& node)
     {
         o << "    <pVariable Name=\"" << name << "\">" << node << "</pVariable>\n";
@@ -148,6 +159,7 @@ public:
         {
             El("pIsLocked", "TLParamsLocked");
         }
+        Streamable(name, access);
         El("pValue", name + "Reg");
         El(IsNode(min) ? "pMin" : "Min", min);
         El(IsNode(max) ? "pMax" : "Max", max);
@@ -168,6 +180,7 @@ public:
         {
             El("pInvalidator", inv);
         }
+        Streamable(name, "RW");
         El("pValue", name + "Reg");
         El("Min", Num(min));
         El(IsNode(max) ? "pMax" : "Max", max);
@@ -204,8 +217,13 @@ public:
             {
                 o << "      <Description>" << Escape(e.description) << "</Description>\n";
             }
+            if (!e.isAvailable.empty())
+            {
+                o << "      <pIsAvailable>" << e.isAvailable << "</pIsAvailable>\n";
+            }
             o << "      <Value>" << e.value << "</Value>\n    </EnumEntry>\n";
         }
+        Streamable(name, access);
         El("pValue", name + "Reg");
         Tail("Enumeration");
     }
@@ -230,6 +248,7 @@ public:
         {
             El("pIsLocked", "TLParamsLocked");
         }
+        Streamable(name, access);
         El("pValue", name + "Reg");
         El("OnValue", "1");
         El("OffValue", "0");
@@ -507,8 +526,14 @@ void AcquisitionSection(XmlWriter& x)
                   "Source of the trigger.",
                   {{"Software", val::SourceSoftware, ""},
                    {"Line0", val::SourceLine0, ""},
+                   {"Line1", val::SourceLine1, "The flash output; listed, never available as a trigger source.",
+                    "TriggerSourceLine1Available"},
                    {"Line2", val::SourceLine2, ""},
                    {"Line3", val::SourceLine3, ""}});
+    // Line1 is an output: the family's XML lists it as a source but never lets it be chosen.
+    x.Head("Integer", "TriggerSourceLine1Available", "", "Invisible");
+    x.El("Value", "0");
+    x.Tail("Integer");
     x.Enumeration("TriggerActivation", {kTriggerBlock + TriggerActivationOffset, trig, kTriggerStride},
                   "Signal edge or level that triggers.",
                   {{"RisingEdge", val::RisingEdge, ""},

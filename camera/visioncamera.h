@@ -1,0 +1,554 @@
+// VisionCamera: the one object that stands for an open camera.
+//
+// It owns the device handles, the five node maps with their node tree models, the data stream and its
+// buffers, the four worker threads with their workers, the host feature providers, the image buffer manager
+// and the image converter. Everything else reaches the camera through it: panels hold a non-owning
+// VisionCamera*, the workers call back through the getters below.
+//
+// Threads:
+//   GUI thread      construction and destruction, InitNodemaps' binding of the node models, StartAcquisition,
+//                   StopAcquisition, ExitCamera, SetPixelFormatSourceOverString, the device slots. Acquisition
+//                   state has no lock because only this thread starts and stops it.
+//   openThread      the open worker calls InitCamera, InitNodemaps, InitDataStream, the probes and
+//                   UpdatePixelFormatSource while the GUI thread leaves the camera alone (it waits for a result
+//                   signal).
+//   captureThread   the capture worker reads the getters (set once in the constructor, no lock), the pixel
+//                   formats, the counters and waitTimeout, runs QueryImageGeometry/CreateImageBuffer once per
+//                   acquisition for a multi-image buffer, and writes the counters, hasImage and imagesPerBuffer
+//                   (atomics).
+//   any thread      the typed node access family (GetIntegerValue ... GetTotalGain): each node call is
+//                   serialised by the node map's own mutex; nothing here raises.
+// Mutexes:
+//   nodeMapMutex    guards the pixel format destination tables (destinationTables) and the trigger mode cache.
+//                   Never held across a device call that could wait for another thread.
+#pragma once
+
+#include "camera/cameratypes.h"
+#include "camera/pixelformattable.h"
+#include "orna/core/interface.h"
+
+#include <QMutex>
+#include <QObject>
+#include <QString>
+#include <QThread>
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <future>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+class QWidget;
+class VisionCameraOpenWorker;
+class VisionImageCaptureWorker;
+class VisionEventWorker;
+class NodePollingWorker;
+class NodeMapAccess;
+class NodeMapModel;
+class NodeMapFilterModel;
+class ImageBufferManager;
+class IplGainFeatureProvider;
+class IplEdgeEnhancementFeatureProvider;
+class IplDecimationFeatureProvider;
+class IplBinningFeatureProvider;
+class IplColorCorrectionFeatureProvider;
+class IplSaturationFeatureProvider;
+class IplSharpnessFeatureProvider;
+class IflFeatureProvider;
+class AflManager;
+class IplHotpixelFeatureProvider;
+class IplGammaFeatureProvider;
+class IplTransformationFeatureProvider;
+class VideoFeatureProvider;
+
+namespace orna::core {
+class Buffer;
+class DataStream;
+class Device;
+class DeviceDescriptor;
+class NodeMap;
+class Port;
+namespace nodes {
+class Node;
+}
+} // namespace orna::core
+
+namespace orna::ipl {
+class ImageConverter;
+}
+
+class VisionCamera : public QObject
+{
+    Q_OBJECT
+
+    // The workers are parts of the camera: they read and write its state directly.
+    friend class VisionCameraOpenWorker;
+    friend class VisionImageCaptureWorker;
+    friend class VisionEventWorker;
+    friend class NodePollingWorker;
+
+public:
+    // parentWindow: the camera window; mainWindow: receives the open worker's result signals (may be null).
+    // With openAsync the open runs on openThread; otherwise the constructor returns after the open.
+    VisionCamera(QWidget* parentWindow, QWidget* mainWindow,
+                 const std::shared_ptr<orna::core::DeviceDescriptor>& deviceDescriptor, bool startAcquisitionOnOpen,
+                 bool applyOptimalSettingsOnOpen, bool openAsync);
+    ~VisionCamera() override;
+
+    VisionCamera(const VisionCamera&) = delete;
+    VisionCamera& operator=(const VisionCamera&) = delete;
+
+    // ---- Lifecycle
+    bool InitCamera();
+    bool InitNodemaps();
+    bool InitAdditionalInfos();
+    bool InitDataStream();
+    bool InitSensorClockFrequency();
+    void CheckDeviceBootStatus();
+    QString GetDeviceBootStatusDescription();
+    bool CheckColorCamera();
+    bool UpdatePixelFormatSource();
+    bool AllocBuffers();
+    void CreateImageBuffer();
+    void ExitCamera();
+    bool StartAcquisition();
+    bool StopAcquisition();
+    bool ResetDevice();
+    void SaveAndResetTriggerModes();
+    void RestoreSavedTriggerModes();
+    // Runs the single frame routine of the capture worker as the one-shot task, unless one still runs.
+    void AcquireSingleFrame();
+
+    // The thread stop rule: quit(), then up to 100 polls of isRunning 10 ms apart. False when the thread still
+    // runs after that; it is never terminated.
+    static bool StopThread(QThread* thread);
+
+    // Reads "OffsetX", "OffsetY", "Width", "Height"; the height is multiplied by imagesPerBuffer when that is
+    // neither 1 nor -1, and an active binning or decimation provider maps the size. False when a read fails.
+    bool QueryImageGeometry();
+    int64_t GetImageOffsetX() const { return imageOffsetX.load(); }
+    int64_t GetImageOffsetY() const { return imageOffsetY.load(); }
+    int64_t GetImageWidth() const { return imageWidth.load(); }
+    int64_t GetImageHeight() const { return imageHeight.load(); }
+
+    // ---- Typed node access (remote device node map unless said otherwise). Never raise; absent nodes give
+    // false without a log line, failing accesses log once.
+    bool GetIntegerValue(const std::string& name, ReadValueType type, int64_t& value) const;
+    bool GetDoubleValue(const std::string& name, ReadValueType type, double& value, double defaultIncrement);
+    bool GetBoolValue(const std::string& name, bool& value);
+    bool GetEnumerationEntry(const std::string& name, std::string& entry) const;
+    bool GetStringValue(const std::string& name, std::string& value) const;
+    bool SetIntegerValue(const std::string& name, int64_t value);
+    bool SetDoubleValue(const std::string& name, double value);
+    bool SetBoolValue(const std::string& name, bool value);
+    bool SetEnumerationEntry(const std::string& name, const std::string& entry);
+    bool SetStringValue(const std::string& name, const std::string& value);
+    bool ExecuteCommand(const std::string& name);
+    // Executes and waits up to timeoutMs until the command is done.
+    bool ExecuteCommandAndWait(const std::string& name, uint64_t timeoutMs);
+    bool HasEnumerationEntry(const std::string& name, const std::string& entry);
+    bool HasNode(const std::string& name) const;
+    bool IsNodeAccessable(std::shared_ptr<orna::core::nodes::Node> node) const;
+    bool IsNodeWritable(std::shared_ptr<orna::core::nodes::Node> node);
+    bool GetSelectedBoolValue(const std::string& name, bool& value, const std::string& selector,
+                              const std::string& selectorEntry, bool restoreSelector);
+    bool SetSelectedBoolValue(const std::string& name, bool value, const std::string& selector,
+                              const std::string& selectorEntry, bool restoreSelector);
+    bool GetSelectedEnumerationEntry(const std::string& name, std::string& entry, const std::string& selector,
+                                     const std::string& selectorEntry, bool restoreSelector);
+    bool SetSelectedEnumerationEntry(const std::string& name, std::string entry, const std::string& selector,
+                                     const std::string& selectorEntry, bool restoreSelector);
+    // Pairs of node name and entry, all under one selector entry. The Get form fills the second of each pair.
+    bool GetSelectedEnumerationEntries(std::vector<std::pair<std::string, std::string>>& entries,
+                                       const std::string& selector, const std::string& selectorEntry,
+                                       bool restoreSelector);
+    bool SetSelectedEnumerationEntries(const std::vector<std::pair<std::string, std::string>>& entries,
+                                       const std::string& selector, const std::string& selectorEntry,
+                                       bool restoreSelector);
+    // True when every node exists under the selector entry and offers its entry.
+    bool HasSelectedEnumerationEntries(const std::vector<std::pair<std::string, std::string>>& entries,
+                                       const std::string& selector, const std::string& selectorEntry,
+                                       bool restoreSelector);
+    bool GetSelectedFloatValues(std::vector<std::pair<std::string, double>>& values, ReadValueType type,
+                                const std::string& selector, const std::string& selectorEntry, bool restoreSelector,
+                                double defaultIncrement);
+    bool SetSelectedFloatValues(const std::vector<std::pair<std::string, double>>& values, const std::string& selector,
+                                const std::string& selectorEntry, bool restoreSelector);
+    bool IsSelectedNodeWritable(const std::string& name, const std::string& selector, const std::string& selectorEntry,
+                                bool restoreSelector);
+    bool GetSensorOperationMode(std::string& mode);
+    bool GetSensorShutterMode(camera::SensorShutterMode& mode);
+    bool GetBinningSourcesSupported(std::vector<camera::BinningSource>& sources);
+    bool GetDecimationSourcesSupported(std::vector<camera::DecimationSource>& sources);
+    bool IsTriggerModeSupported(camera::TriggerMode mode);
+    // The trigger mode; the cached one unless freshRead (the cache is filled by the first read).
+    camera::TriggerMode GetTriggerMode(bool freshRead = false);
+    // Reads the trigger mode from the camera; false when "TriggerMode" cannot be read.
+    bool DetermineTriggerMode(camera::TriggerMode& mode);
+    bool GetSupportedPixelFormatSourceStrings(std::vector<std::string>& names);
+    bool IsPixelFormatSourceSupported(const std::string& name);
+    bool SetPixelFormatSourceOverString(const std::string& name);
+    // Data stream node map: incomplete, dropped and lost frame counts.
+    bool GetDataStreamCounterInfos(int& incomplete, int& dropped, int& lost);
+    bool GetDeviceLinkSpeed_bytes_per_second(int64_t& speed);
+    double GetTotalGain() const;
+
+    // ---- Pixel format destination (host side)
+    uint32_t GetPixelFormatSource() const { return pixelFormatSource.load(); }
+    uint32_t GetPixelFormatUnpacked() const { return pixelFormatUnpacked.load(); }
+    uint32_t GetPixelFormatDestination() const { return pixelFormatDestination.load(); }
+    std::string GetPixelFormatSourceName() const;
+    // No effect when unchanged; otherwise stores it, tells the providers after the conversion and emits
+    // Signal_PixelFormatDestinationChanged.
+    void SetPixelFormatDestination(uint32_t format);
+    // Table look-ups under nodeMapMutex for the current conversion mode.
+    bool IsConversionSupported(const std::string& sourceName, uint32_t destination) const;
+    uint32_t GetDefaultDestination(const std::string& sourceName) const;
+    std::vector<uint32_t> GetAllowedPixelFormatDestinations() const;
+    int GetConversionMode() const { return conversionMode.load(); }
+    void SetConversionMode(int mode);
+
+    // ---- Capabilities and settings transfer
+    bool HasCameraBrightnessAuto() const;
+    bool HasCameraBalanceWhiteAuto();
+    bool HasCameraI2C();
+    bool HasCameraI2CTransmitBuffer();
+    bool HasTriggerDelay();
+    bool HasTriggerDevider();
+    bool HasGain(const std::string& gainSelectorEntry);
+    bool HasSubRegionSelector(const std::string& entry);
+    bool IsFileSelectorAvailable();
+    bool GetFileSelectorEntries(std::vector<std::string>& entries);
+    bool GetUserSetDefaultEntries(std::vector<std::string>& entries);
+    bool GetUserSetSelectorEntries(std::vector<std::string>& entries);
+    bool IsUserSetCommandLoadAvailable();
+    bool IsUserSetCommandSaveAvailable();
+    bool GetChunkGainSelectorEntries(std::vector<std::string>& entries);
+    bool ReadFile(std::string fileName, std::vector<uint8_t>& content, std::string& errorText, int64_t& bytesRead);
+    bool WriteFile(std::string fileName, const std::string& sourcePath, std::string& errorText, int64_t& bytesDone,
+                   int64_t& bytesTotal);
+    bool DeleteFile(std::string fileName, std::string& errorText);
+    bool LoadUserSetFromFile(const std::string& path);
+    bool SaveUserSetToFile(const std::string& path);
+    bool GetXMLContent(XmlModule module, const std::shared_ptr<orna::core::DeviceDescriptor>& deviceDescriptor,
+                       const std::shared_ptr<orna::core::Port>& port, std::string& fileName,
+                       std::vector<uint8_t>& content);
+    void ApplyOptimalSettings();
+    // Probes of the open: sensor flags, gain names, optical filter and colour correction start values, lines.
+    bool InitSensorFlags();
+    bool InitGainNames();
+    bool InitOpticalFilter();
+    bool InitIplColorCorrectionMatrixFromCamera();
+    bool InitLineNames();
+
+    // ---- Handles and node maps
+    std::shared_ptr<orna::core::Device> GetDevice() const { return device; }
+    std::shared_ptr<orna::core::DeviceDescriptor> GetDescriptor() const { return descriptor; }
+    std::shared_ptr<orna::core::DataStream> GetDataStream() const { return dataStream; }
+    std::shared_ptr<orna::core::NodeMap> GetRemoteNodeMap() const { return remoteDeviceNodeMap; }
+    std::shared_ptr<orna::core::NodeMap> GetRemoteDeviceNodeMap() const { return remoteDeviceNodeMap; }
+    std::shared_ptr<orna::core::NodeMap> GetDeviceNodeMap() const { return deviceNodeMap; }
+    std::shared_ptr<orna::core::NodeMap> GetInterfaceNodeMap() const { return interfaceNodeMap; }
+    std::shared_ptr<orna::core::NodeMap> GetSystemNodeMap() const { return systemNodeMap; }
+    std::shared_ptr<orna::core::NodeMap> GetDataStreamNodeMap() const { return dataStreamNodeMap; }
+    std::shared_ptr<orna::core::NodeMap> GetNodeMap(XmlModule module) const;
+    const std::vector<std::shared_ptr<orna::core::Buffer>>& GetBuffers() const { return buffers; }
+    int GetNumBuffers() const { return numBuffers; }
+    int64_t GetPayloadSize() const { return payloadSize.load(); }
+
+    // The node tree models of a node map (GUI thread).
+    NodeMapAccess* GetNodeMapAccess(XmlModule module) const;
+    NodeMapModel* GetNodeMapModel(XmlModule module) const;
+    NodeMapFilterModel* GetNodeMapFilterModel(XmlModule module) const;
+
+    // ---- Workers and threads
+    VisionCameraOpenWorker* GetOpenWorker() const { return openWorker; }
+    VisionImageCaptureWorker* GetCaptureWorker() const { return captureWorker; }
+    VisionEventWorker* GetEventWorker() const { return eventWorker; }
+    NodePollingWorker* GetNodePollingWorker() const { return nodePollingWorker; }
+    // The threads exist from the constructor on; a thread that did not stop when the camera closed is handed
+    // over to itself (freed when it finishes) and the getter then answers null.
+    QThread* GetOpenThread() const { return openThread; }
+    QThread* GetCaptureThread() const { return captureThread; }
+    QThread* GetEventThread() const { return eventThread; }
+    QThread* GetNodePollingThread() const { return nodePollingThread; }
+
+    // ---- Providers (set once in the constructor; no lock needed to read them)
+    IplGainFeatureProvider* GetIplGainFeatureProvider() const { return iplGainFeatureProvider; }
+    IplEdgeEnhancementFeatureProvider* GetIplEdgeEnhancementFeatureProvider() const
+    {
+        return iplEdgeEnhancementFeatureProvider;
+    }
+    IplDecimationFeatureProvider* GetIplDecimationFeatureProvider() const { return iplDecimationFeatureProvider; }
+    IplBinningFeatureProvider* GetIplBinningFeatureProvider() const { return iplBinningFeatureProvider; }
+    IplColorCorrectionFeatureProvider* GetIplColorCorrectionFeatureProvider() const
+    {
+        return iplColorCorrectionFeatureProvider;
+    }
+    IplSaturationFeatureProvider* GetIplSaturationFeatureProvider() const { return iplSaturationFeatureProvider; }
+    IplSharpnessFeatureProvider* GetIplSharpnessFeatureProvider() const { return iplSharpnessFeatureProvider; }
+    IflFeatureProvider* GetIflFeatureProvider() const { return iflFeatureProvider; }
+    AflManager* GetAflManager() const { return aflManager; }
+    IplHotpixelFeatureProvider* GetIplHotpixelFeatureProvider() const { return iplHotpixelFeatureProvider; }
+    // The plain gamma provider or the one with digital black (ApplicationGlobals::useInternalLut).
+    IplGammaFeatureProvider* GetIplGammaFeatureProvider() const { return iplGammaFeatureProvider; }
+    bool HasGammaWithDigitalBlack() const { return gammaWithDigitalBlack; }
+    IplTransformationFeatureProvider* GetIplTransformationFeatureProvider() const
+    {
+        return iplTransformationFeatureProvider;
+    }
+    VideoFeatureProvider* GetVideoFeatureProvider() const { return videoFeatureProvider; }
+    ImageBufferManager* GetImageBufferManager() const { return imageBufferManager; }
+    orna::ipl::ImageConverter* GetConverter() const { return converter.get(); }
+
+    // ---- Texts
+    QString GetKeyText() const { return keyText; }
+    QString GetCameraName() const { return cameraName; }
+    QString GetModelName() const { return modelName; }
+    QString GetVendorName() const { return vendorName; }
+    QString GetSerialNumber() const { return serialNumber; }
+    QString GetDeviceVersion() const { return deviceVersion; }
+    QString GetFirmwareVersion() const { return firmwareVersion; }
+    QString GetUserDefinedName() const { return userDefinedName; }
+    // "GEV", "U3V" or the producer's transport type.
+    QString GetTransportType() const { return transportType; }
+    QString GetIpAddress() const { return ipAddress; }
+    QString GetMacAddress() const { return macAddress; }
+    QString GetSensorName() const { return sensorName; }
+    QString GetFamilyName() const { return familyName; }
+    QString GetOpticalFilterType() const { return opticalFilterType; }
+    QString GetBootStatusText() const { return bootStatusText; }
+    double GetSensorClockFrequency() const { return sensorClockFrequency; }
+
+    // ---- State
+    bool IsAcquiring() const { return isAcquiring; }
+    bool IsOpen() const { return device != nullptr; }
+    bool IsStartAcquisitionOnOpen() const { return startAcquisitionOnOpen; }
+    bool IsApplyOptimalSettingsOnOpen() const { return applyOptimalSettingsOnOpen; }
+    bool IsOpenAsync() const { return openAsync; }
+    uint64_t GetWaitTimeout() const { return waitTimeout.load(); }
+    void SetWaitTimeout(uint64_t timeoutMs) { waitTimeout = timeoutMs; }
+    bool GetHasImage() const { return hasImage.load(); }
+    void SetHasImage(bool has) { hasImage = has; }
+    int GetImagesPerBuffer() const { return imagesPerBuffer.load(); }
+    void SetImagesPerBuffer(int count) { imagesPerBuffer = count; }
+    bool IsLinescan() const { return isLinescan; }
+    bool IsHistogramEnabled() const { return histogramEnabled.load(); }
+    void SetHistogramEnabled(bool enabled) { histogramEnabled = enabled; }
+    // Set by the histogram calculation while it runs; StopAcquisition and ExitCamera wait for it.
+    bool IsHistogramRunning() const { return histogramRunning.load(); }
+    void SetHistogramRunning(bool running) { histogramRunning = running; }
+    bool IsColorCamera() const { return isColorCamera; }
+    bool IsHostGainRequired() const { return hostGainRequired; }
+    const std::string& GetLineTriggerInput() const { return lineTriggerInput; }
+    const std::vector<std::string>& GetLineInputs() const { return lineInputs; }
+    const std::vector<std::string>& GetLineOutputs() const { return lineOutputs; }
+
+    // Counters of the capture loop (atomics: the capture thread writes, the GUI thread reads).
+    int GetFrameCounter() const { return frameCounter.load(); }
+    int GetProcessingErrorCounter() const { return processingErrorCounter.load(); }
+    int GetTimeoutCounter() const { return timeoutCounter.load(); }
+    int GetReconnectCounter() const { return reconnectCounter.load(); }
+    int GetIncompleteCounter() const { return incompleteCounter.load(); }
+    int IncrementFrameCounter() { return ++frameCounter; }
+    int IncrementProcessingErrorCounter() { return ++processingErrorCounter; }
+    int IncrementTimeoutCounter() { return ++timeoutCounter; }
+    int IncrementReconnectCounter() { return ++reconnectCounter; }
+    int IncrementIncompleteCounter() { return ++incompleteCounter; }
+    void ResetFrameCounter() { frameCounter = 0; }
+    void ResetProcessingErrorCounter() { processingErrorCounter = 0; }
+    void ResetTimeoutCounter() { timeoutCounter = 0; }
+    void ResetReconnectCounter() { reconnectCounter = 0; }
+    void ResetIncompleteCounter() { incompleteCounter = 0; }
+
+    // The single frame or optimise task. IsOneShotRunning tests it with a zero time-out.
+    bool IsOneShotRunning() const;
+    void SetOneShotTask(std::future<void>&& task);
+    // Waits up to timeoutMs for the one-shot task; true when none runs any more.
+    bool WaitForOneShotTask(int timeoutMs);
+
+    // Test hook: the number of buffers the last AllocBuffers announced.
+    size_t GetNumBuffersAnnounced() const { return buffers.size(); }
+
+Q_SIGNALS:
+    void Signal_AcquisitionStarted();
+    void Signal_AcquisitionStopped();
+    void Signal_Disconnected(bool deviceLost);
+    void Signal_Reconnected();
+    void Signal_DeviceResetExecuted();
+    void Signal_PixelFormatDestinationChanged();
+    void Signal_ImageSizeDestinationChanged();
+    void Signal_VideoRecordingRunningChanged(bool isRunning);
+    void Signal_Opened();
+    void Signal_Closed();
+    void Signal_IplDecimationAndBinningLeadsToImageSizeSmallerThanMinimum();
+
+public Q_SLOTS:
+    void OnSignalDeviceFound(std::shared_ptr<orna::core::DeviceDescriptor> deviceDescriptor);
+    void OnSignalDeviceLost(std::string key);
+    void OnSignalDeviceDisconnected(std::string key);
+    void OnSignalDeviceReconnected(std::shared_ptr<orna::core::DeviceDescriptor> deviceDescriptor,
+                                   orna::core::DeviceReconnectInformation reconnectInfo);
+
+private:
+    // Acquisition preparation under StartAcquisition: formats, geometry, providers, buffers, converter.
+    bool PrepareAcquisition();
+    // Decides the buffer count from the stream's minimum and the num_buffers_used setting.
+    void UpdateNumBuffers();
+    // Rebuilds the destination tables for the current source (under nodeMapMutex) and fixes the destination.
+    void RebuildDestinationTables();
+    // Frees an object of ownedObjects and removes it from the list.
+    void DeleteOwnedObject(QObject* object);
+    // Stops thread by the stop rule and frees worker (may be null). When the thread does not stop, both are
+    // handed over to the thread's end (deleteLater on finished) and thread becomes null.
+    void RetireThread(QThread*& thread, QObject* worker);
+    // Binds a node map to its node tree models on the GUI thread (queued when called from another thread).
+    void BindNodeMap(XmlModule module, std::shared_ptr<orna::core::NodeMap> map);
+    void LogError(const QString& context, const QString& message) const;
+
+    // ---- Members in the order in which they are built.
+    std::vector<QObject*> ownedObjects;
+    // Threads are held by pointer so that one that does not stop within the stop rule can outlive the camera
+    // (a running QThread must not be destroyed); see RetireThread.
+    VisionCameraOpenWorker* openWorker = nullptr;
+    QThread* openThread = nullptr;
+    VisionImageCaptureWorker* captureWorker = nullptr;
+    QThread* captureThread = nullptr;
+    VisionEventWorker* eventWorker = nullptr;
+    QThread* eventThread = nullptr;
+    // Made by node polling after the first successful open; until that work exists it stays null and
+    // nodePollingThread never runs.
+    NodePollingWorker* nodePollingWorker = nullptr;
+    QThread* nodePollingThread = nullptr;
+
+    QWidget* parentWindow = nullptr;
+    QWidget* mainWindow = nullptr;
+
+    // Texts: the key first ("-1" until the descriptor gives one), then thirteen that start as "unknown".
+    QString keyText = QStringLiteral("-1");
+    QString cameraName = QStringLiteral("unknown");
+    QString modelName = QStringLiteral("unknown");
+    QString vendorName = QStringLiteral("unknown");
+    QString serialNumber = QStringLiteral("unknown");
+    QString deviceVersion = QStringLiteral("unknown");
+    QString firmwareVersion = QStringLiteral("unknown");
+    QString userDefinedName = QStringLiteral("unknown");
+    QString transportType = QStringLiteral("unknown");
+    QString ipAddress = QStringLiteral("unknown");
+    QString macAddress = QStringLiteral("unknown");
+    QString sensorName = QStringLiteral("unknown");
+    QString familyName = QStringLiteral("unknown");
+    QString opticalFilterType = QStringLiteral("unknown");
+    QString bootStatusText = QStringLiteral("OK");
+
+    std::shared_ptr<orna::core::Device> device;
+    std::shared_ptr<orna::core::DeviceDescriptor> descriptor;
+    std::shared_ptr<orna::core::DataStream> dataStream;
+    std::vector<std::shared_ptr<orna::core::Buffer>> buffers;
+    int numBuffers = 5;
+    std::shared_ptr<orna::core::NodeMap> remoteDeviceNodeMap;
+    std::shared_ptr<orna::core::NodeMap> deviceNodeMap;
+    std::shared_ptr<orna::core::NodeMap> interfaceNodeMap;
+    std::shared_ptr<orna::core::NodeMap> systemNodeMap;
+    std::shared_ptr<orna::core::NodeMap> dataStreamNodeMap;
+
+    // One access, model and filter model a node map, indexed by XmlModule.
+    NodeMapAccess* nodeMapAccess[kNumXmlModules] = {};
+    NodeMapModel* nodeMapModel[kNumXmlModules] = {};
+    NodeMapFilterModel* nodeMapFilterModel[kNumXmlModules] = {};
+
+    IplGainFeatureProvider* iplGainFeatureProvider = nullptr;
+    IplEdgeEnhancementFeatureProvider* iplEdgeEnhancementFeatureProvider = nullptr;
+    IplDecimationFeatureProvider* iplDecimationFeatureProvider = nullptr;
+    IplBinningFeatureProvider* iplBinningFeatureProvider = nullptr;
+    IplColorCorrectionFeatureProvider* iplColorCorrectionFeatureProvider = nullptr;
+    IplSaturationFeatureProvider* iplSaturationFeatureProvider = nullptr;
+    IplSharpnessFeatureProvider* iplSharpnessFeatureProvider = nullptr;
+    IflFeatureProvider* iflFeatureProvider = nullptr;
+    AflManager* aflManager = nullptr;
+    IplHotpixelFeatureProvider* iplHotpixelFeatureProvider = nullptr;
+    IplGammaFeatureProvider* iplGammaFeatureProvider = nullptr;
+    bool gammaWithDigitalBlack = false;
+    IplTransformationFeatureProvider* iplTransformationFeatureProvider = nullptr;
+    VideoFeatureProvider* videoFeatureProvider = nullptr;
+
+    ImageBufferManager* imageBufferManager = nullptr;
+    std::unique_ptr<orna::ipl::ImageConverter> converter;
+
+    std::atomic<uint32_t> pixelFormatSource{0};
+    std::atomic<uint32_t> pixelFormatUnpacked{0};
+    std::atomic<uint32_t> pixelFormatDestination{0};
+    std::atomic<int> conversionMode{1};
+
+    bool isAcquiring = false;
+    const bool startAcquisitionOnOpen;
+    const bool applyOptimalSettingsOnOpen;
+    const bool openAsync;
+    std::atomic<uint64_t> waitTimeout{~uint64_t(0)};
+    std::atomic<int> frameCounter{0};
+    std::atomic<int> processingErrorCounter{0};
+    std::atomic<int> timeoutCounter{0};
+    std::atomic<int> reconnectCounter{0};
+    std::atomic<int> incompleteCounter{0};
+    std::atomic<bool> hasImage{false};
+    std::atomic<int> imagesPerBuffer{-1};
+    bool isLinescan = false;
+    std::atomic<int64_t> payloadSize{0};
+    mutable QMutex nodeMapMutex;
+    std::future<void> oneShotTask;
+    bool exited = false;
+
+    // Guarded by nodeMapMutex.
+    camera::PixelFormatDestinationTables destinationTables;
+    camera::TriggerMode cachedTriggerMode = camera::TriggerMode::Off;
+    bool triggerModeCached = false;
+
+    // Image geometry of the last query, and what the previous acquisition ran with.
+    std::atomic<int64_t> imageOffsetX{0};
+    std::atomic<int64_t> imageOffsetY{0};
+    std::atomic<int64_t> imageWidth{0};
+    std::atomic<int64_t> imageHeight{0};
+    int64_t previousOffsetX = -1;
+    int64_t previousOffsetY = -1;
+    int64_t previousWidth = -1;
+    int64_t previousHeight = -1;
+    uint32_t previousPixelFormat = 0;
+    bool reverseX = false;
+    bool reverseY = false;
+    bool previousReverseX = false;
+    bool previousReverseY = false;
+    std::atomic<bool> histogramEnabled{false};
+    std::atomic<bool> histogramRunning{false};
+
+    // ---- Capability state filled by the probes of the open.
+    bool isColorCamera = false;
+    bool hostGainRequired = false;
+    double sensorClockFrequency = 1.0;
+    bool isSensorIMX415 = false;
+    bool isSensorIMX568 = false;
+    bool isSensorIMX662 = false;
+    bool isSensorOnsemiAR1335 = false;
+    bool hasGainDigitalRed = false;
+    bool hasGainAnalogRed = false;
+    bool hasGainDigitalGreen = false;
+    bool hasGainAnalogGreen = false;
+    bool hasGainDigitalBlue = false;
+    bool hasGainAnalogBlue = false;
+    bool hasBrightnessAutoInCamera = false;
+    std::string lineTriggerInput = "Line0";
+    std::vector<std::string> lineInputs;
+    std::vector<std::string> lineOutputs;
+
+    // Saved state of the optimise routine.
+    int savedExposureAuto = 1;
+    int savedGainAuto = 1;
+    int savedBalanceWhiteAuto = 1;
+    std::string savedColorCorrectionMode;
+    // "GainSelector" entry and its "Gain".
+    std::vector<std::pair<std::string, double>> savedGains;
+    // "TriggerSelector" entry and its "TriggerMode".
+    std::vector<std::pair<std::string, std::string>> savedTriggerModes;
+};

@@ -1,0 +1,132 @@
+#include "camera/visioncameraopenworker.h"
+
+#include "app/logmessagesender.h"
+#include "camera/cameraregisters.h"
+#include "camera/devicelib/descriptorhelpers.h"
+#include "camera/visioncamera.h"
+#include "camera/visioneventworker.h"
+#include "processing/aflmanager.h"
+#include "processing/iplgammafeatureprovider.h"
+#include "processing/iplgammafeatureproviderwithdigitalblack.h"
+
+#include <QThread>
+
+namespace {
+
+const QString kContext = QStringLiteral("void VisionCameraOpenWorker::OnCameraOpen()");
+
+} // namespace
+
+VisionCameraOpenWorker::VisionCameraOpenWorker(VisionCamera* camera_) : camera(camera_) {}
+
+VisionCameraOpenWorker::~VisionCameraOpenWorker() = default;
+
+QString VisionCameraOpenWorker::PasswordProtectedText()
+{
+    return tr("The camera is password protected. To be able to open the camera, use the tool %1 to unlock the "
+              "camera.")
+        .arg(QStringLiteral("kvx_devicepassword"));
+}
+
+void VisionCameraOpenWorker::OnCameraOpen()
+{
+    VisionCamera* cam = camera;
+    QWidget* cameraObject = cam->parentWindow;
+    if (cam->cameraName == QLatin1String("unknown") && cam->descriptor)
+        cam->cameraName = helper::GetCameraName(cam->descriptor);
+    auto fail = [&](const QString& text) { Q_EMIT Signal_CannotOpenCamera(cam->cameraName, text, cameraObject); };
+
+    // 1, 2: the device and its node maps.
+    if (!cam->InitCamera())
+        return fail(tr("Camera initialization failed"));
+    if (!cam->InitNodemaps())
+        return fail(tr("Initialization of the nodemaps failed"));
+
+    // 3: a locked camera cannot be used at all; unlocking is the business of a separate tool.
+    if (camera::RegisterReadable(cam->device, camera::kLockRegisterAddress, camera::kLockRegisterLength))
+    {
+        bool ok = false;
+        const auto bytes =
+            camera::RegisterRead(cam->device, camera::kLockRegisterAddress, camera::kLockRegisterLength, &ok);
+        uint32_t value = 0;
+        for (size_t i = 0; ok && i < bytes.size() && i < 4; ++i)
+            value |= uint32_t(bytes[i]) << (8 * i);
+        if (ok && value == 1)
+            return fail(PasswordProtectedText());
+    }
+
+    // 4: the auto feature manager starts with every controller off. Its focus controller, node map binding
+    // and firmware auto feature check arrive with the auto feature stage itself.
+    if (cam->aflManager)
+        cam->aflManager->SwitchAllOff();
+
+    // 5-7: texts, sensor name, boot status. Failures here only log.
+    cam->InitAdditionalInfos();
+    std::string sensor;
+    if (cam->GetStringValue("SensorName", sensor))
+        cam->sensorName = QString::fromStdString(sensor);
+    cam->CheckDeviceBootStatus();
+
+    // 8: service firmware offers device control and file access only: no stream, no acquisition.
+    if (cam->cameraName.toLower().contains(QLatin1String("service")))
+    {
+        Q_EMIT Signal_HasOpenedCameraInServiceFirmware(cam->cameraName, cameraObject);
+        return;
+    }
+
+    // 9-11
+    if (!cam->QueryImageGeometry())
+        return fail(tr("Failed to determine image geometry"));
+    if (!cam->CheckColorCamera())
+        return fail(tr("Failed to determine the camera type (mono, color, ...)"));
+    if (!cam->InitDataStream())
+        return fail(tr("Data stream initialization failed"));
+
+    // 12, 13
+    cam->UpdateNumBuffers();
+    cam->InitSensorClockFrequency();
+
+    // 14
+    if (!cam->UpdatePixelFormatSource())
+        return fail(tr("Pixel format initialization failed"));
+
+    // 15: the probes the panels rely on. Colour correction start values come from the camera's matrix.
+    cam->InitSensorFlags();
+    cam->InitGainNames();
+    cam->InitOpticalFilter();
+    cam->InitLineNames();
+
+    // 16: host gamma starts off at 2.2; the digital black stage keeps its start value of 0.
+    if (auto* gamma = cam->iplGammaFeatureProvider)
+    {
+        gamma->SetGammaEnabled(false);
+        gamma->SetGamma(2.2);
+        if (cam->gammaWithDigitalBlack)
+            static_cast<IplGammaFeatureProviderWithDigitalBlack*>(gamma)->SetDigitalBlack(0);
+    }
+
+    // 17
+    cam->hasBrightnessAutoInCamera = cam->HasCameraBrightnessAuto();
+
+    // 18: events for the lifetime of the open camera.
+    if (!cam->eventThread.isRunning())
+        cam->eventThread.start(QThread::InheritPriority);
+
+    // 19
+    cam->waitTimeout = ~uint64_t(0);
+
+    // 20, 21
+    if (cam->applyOptimalSettingsOnOpen)
+        ApplyOptimalSettings(cam, false);
+    if (cam->startAcquisitionOnOpen)
+    {
+        if (!cam->StartAcquisition())
+            LogMessageSender::Error(cam->keyText, kContext, tr("Starting the acquisition after the open failed"));
+    }
+
+    // 22: node polling starts here once the polling worker exists (reconnect and polling work).
+
+    // 23
+    Q_EMIT Signal_HasOpenedCamera(cam->cameraName, cameraObject);
+    Q_EMIT cam->Signal_Opened();
+}

@@ -1,0 +1,42 @@
+// VisionCameraOpenWorker: takes a freshly built VisionCamera through the steps of opening it and reports the
+// outcome by exactly one of its four signals.
+//
+// Threads: made on the GUI thread by VisionCamera; OnCameraOpen runs on the camera's openThread (or on the
+// caller's thread when the camera is not opened asynchronously). It never touches a widget; its results reach
+// the main window by queued signals. No mutex.
+#pragma once
+
+#include <QObject>
+#include <QString>
+
+class QWidget;
+class VisionCamera;
+
+class VisionCameraOpenWorker : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit VisionCameraOpenWorker(VisionCamera* camera);
+    ~VisionCameraOpenWorker() override;
+
+Q_SIGNALS:
+    void Signal_HasOpenedCamera(QString cameraName, QWidget* cameraObject);
+    void Signal_HasOpenedCameraWithBootError(QString cameraName, QString bootErrorMessage, QWidget* cameraObject);
+    void Signal_HasOpenedCameraInServiceFirmware(QString cameraName, QWidget* cameraObject);
+    void Signal_CannotOpenCamera(QString cameraName, QString error, QWidget* cameraObject);
+
+public Q_SLOTS:
+    void OnCameraOpen();
+
+public:
+    // The optimise routine (VisionCamera::ApplyOptimalSettings) with the CTRL decision made by the caller:
+    // resetToDefaults loads the "Default" user set first instead of saving and switching off the camera's
+    // automatics. Runs on the caller's thread (GUI or openThread).
+    static void ApplyOptimalSettings(VisionCamera* camera, bool resetToDefaults);
+    // The text of the password protection failure, with the unlock tool's name.
+    static QString PasswordProtectedText();
+
+private:
+    VisionCamera* camera;
+};

@@ -1,0 +1,15 @@
+#include "processing/aflmanager.h"
+
+AflManager::AflManager(VisionCamera* camera, QObject* parent) : FeatureProviderBase(camera, parent) {}
+
+AflManager::~AflManager() = default;
+
+void AflManager::SwitchAllOff()
+{
+    // No controller runs in the off state.
+}
+
+void AflManager::ShutdownControllers()
+{
+    // No controller exists in the off state.
+}

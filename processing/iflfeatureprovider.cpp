@@ -1,0 +1,5 @@
+#include "processing/iflfeatureprovider.h"
+
+IflFeatureProvider::IflFeatureProvider(VisionCamera* camera, QObject* parent) : FeatureProviderBase(camera, parent) {}
+
+IflFeatureProvider::~IflFeatureProvider() = default;

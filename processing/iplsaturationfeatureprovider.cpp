@@ -1,0 +1,8 @@
+#include "processing/iplsaturationfeatureprovider.h"
+
+IplSaturationFeatureProvider::IplSaturationFeatureProvider(VisionCamera* camera, QObject* parent)
+    : FeatureProviderBase(camera, parent)
+{
+}
+
+IplSaturationFeatureProvider::~IplSaturationFeatureProvider() = default;

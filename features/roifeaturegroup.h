@@ -21,6 +21,10 @@ public:
         : IntegerSoftwareFeature(name, 0, value, 1, value, parent)
     {
     }
+
+    // SetRange, SetMin, SetMax and SetInc are the slots of IntegerSoftwareFeature.
+public Q_SLOTS:
+    void SetIntValue(const int64_t& value) override { IntegerSoftwareFeature::SetIntValue(value); }
 };
 
 class AflAutoRoiFollow : public BooleanSoftwareFeature
@@ -32,6 +36,9 @@ public:
         : BooleanSoftwareFeature(QStringLiteral("AutoRoiFollow"), value, parent)
     {
     }
+
+public Q_SLOTS:
+    void SetBoolValue(bool value) override { BooleanSoftwareFeature::SetBoolValue(value); }
 };
 
 class RoiFeatureGroup : public QObject

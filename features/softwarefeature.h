@@ -11,6 +11,8 @@
 #include <QPair>
 #include <QVector>
 
+#include <memory>
+
 // Names and texts of a software feature, and whether it may be written.
 class SoftwareFeatureAccessor : public FeatureAccessorInterface
 {
@@ -50,30 +52,40 @@ public:
 template <class Interface> class SoftwareFeatureT : public Interface
 {
 public:
-    SoftwareFeatureT(const QString& name, FeatureType type, QObject* parent) : Interface(parent), m_accessor(name, type)
+    SoftwareFeatureT(const QString& name, FeatureType type, QObject* parent)
+        : Interface(parent), m_accessor(std::make_unique<SoftwareFeatureAccessor>(name, type))
     {
-        m_lastAccess = m_accessor.GetAccess();
+        m_lastAccess = m_accessor->GetAccess();
     }
 
-    FeatureType GetType() const override { return m_accessor.GetType(); }
-    FeatureAccess GetAccess() override { return m_accessor.GetAccess(); }
+    FeatureType GetType() const override { return m_accessor->GetType(); }
+    FeatureAccess GetAccess() override { return m_accessor->GetAccess(); }
     FeatureVisibility GetVisibility() const override { return FeatureVisibility::Beginner; }
-    QString GetName() const override { return m_accessor.GetName(); }
-    QString GetTooltip() const override { return m_accessor.GetTooltip(); }
-    QString GetDescription() const override { return m_accessor.GetDescription(); }
-    QString GetDisplayName() const override { return m_accessor.GetDisplayName(); }
-    bool IsAvailable() const override { return m_accessor.IsAvailable(); }
-    bool IsWriteable() override { return m_accessor.IsWriteable(); }
-    bool IsReadable() override { return m_accessor.IsReadable(); }
-    bool IsAccessible() override { return m_accessor.IsAccessible(); }
+    QString GetName() const override { return m_accessor->GetName(); }
+    QString GetTooltip() const override { return m_accessor->GetTooltip(); }
+    QString GetDescription() const override { return m_accessor->GetDescription(); }
+    QString GetDisplayName() const override { return m_accessor->GetDisplayName(); }
+    bool IsAvailable() const override { return m_accessor->IsAvailable(); }
+    bool IsWriteable() override { return m_accessor->IsWriteable(); }
+    bool IsReadable() override { return m_accessor->IsReadable(); }
+    bool IsAccessible() override { return m_accessor->IsAccessible(); }
     void UpdateValue() override {}
-    FeatureAccessorInterface* GetAccessor() const override { return const_cast<SoftwareFeatureAccessor*>(&m_accessor); }
-    SoftwareFeatureAccessor& Accessor() { return m_accessor; }
+    FeatureAccessorInterface* GetAccessor() const override { return m_accessor.get(); }
+    SoftwareFeatureAccessor& Accessor() { return *m_accessor; }
+    // Replaces the accessor, e.g. by one that asks a provider for availability (AflFeatureAccessorInterface,
+    // IflFeatureAccessorInterface); a null accessor is ignored. Tells the access edge like UpdateAccess.
+    void SetAccessor(std::unique_ptr<SoftwareFeatureAccessor> accessor)
+    {
+        if (!accessor)
+            return;
+        m_accessor = std::move(accessor);
+        UpdateAccess();
+    }
 
     // Call after the availability function's answer or readOnly may have changed: tells the access edge.
     void UpdateAccess() override
     {
-        const FeatureAccess access = m_accessor.GetAccess();
+        const FeatureAccess access = m_accessor->GetAccess();
         if (access == m_lastAccess)
             return;
         const bool wasReadable = IsReadableAccess(m_lastAccess);
@@ -88,17 +100,17 @@ public:
     }
     void SetAvailableFunction(std::function<bool()> function)
     {
-        m_accessor.SetAvailableFunction(std::move(function));
+        m_accessor->SetAvailableFunction(std::move(function));
         UpdateAccess();
     }
     void SetReadOnly(bool readOnly)
     {
-        m_accessor.readOnly = readOnly;
+        m_accessor->readOnly = readOnly;
         UpdateAccess();
     }
 
 protected:
-    SoftwareFeatureAccessor m_accessor;
+    std::unique_ptr<SoftwareFeatureAccessor> m_accessor; // never null
     FeatureAccess m_lastAccess;
 };
 

@@ -185,16 +185,23 @@ void NodeMapAccess::CreateTree()
         Log(kCreateTree, QStringLiteral("Failed to find root node. "), e);
         return;
     }
-    root = new TreeItem(rootNode, this, nullptr);
-    IndexItem(root);
+    {
+        // One hold of the map's mutex for the whole build: every read below re-enters it cheaply instead of
+        // taking it per call. The changed callbacks registered meanwhile only append to m_sink's list.
+        std::lock_guard<NodeMap> mapLock(*nodeMap);
+        itemsByName.reserve(lastItemCount);
+        root = new TreeItem(rootNode, this, nullptr);
+    }
+    lastItemCount = itemsByName.size();
 }
 
 void NodeMapAccess::IndexItem(TreeItem* item)
 {
-    if (!itemsByName.contains(item->name))
+    // The first item of a name wins (a node shown twice is found at its first place): items index themselves
+    // before their children, so this is the order of a depth-first walk.
+    auto it = itemsByName.find(item->name);
+    if (it == itemsByName.end())
         itemsByName.insert(item->name, item);
-    for (TreeItem* child : item->children)
-        IndexItem(child);
 }
 
 void NodeMapAccess::DeleteTree()
@@ -207,9 +214,16 @@ void NodeMapAccess::DeleteTree()
 void NodeMapAccess::PauseWorker()
 {
     worker->Pause();
-    // The worker thread may not have entered its loop yet; then it is idle by construction.
-    while (!worker->IsIdle())
-        QThread::msleep(10);
+    // The worker thread may not have entered its loop yet; then it is idle by construction. A paused worker
+    // is idle again as soon as its current round (if any) ends, usually within microseconds: yield first and
+    // only sleep for a round that reads a slow device.
+    for (int spins = 0; !worker->IsIdle(); ++spins)
+    {
+        if (spins < 100)
+            QThread::yieldCurrentThread();
+        else
+            QThread::msleep(1);
+    }
 }
 
 void NodeMapAccess::ResumeWorker()
@@ -329,6 +343,43 @@ bool NodeMapAccess::RegisterCallback(TreeItem* item) const
 
 // --- Update group
 
+bool NodeMapAccess::StoreAccess(TreeItem* item, uint8_t access, bool forced, bool* readableChanged, bool* readable)
+{
+    QMutexLocker lock(&item->accessMutex);
+    if (!forced && access == item->access)
+    {
+        if (readable)
+            *readable = item->readable;
+        return false;
+    }
+    item->access = access;
+    const bool wasReadable = item->readable;
+    switch (static_cast<FeatureAccess>(access))
+    {
+    case FeatureAccess::WriteOnly:
+        item->readable = false;
+        item->writeable = !item->applicationLock;
+        break;
+    case FeatureAccess::ReadOnly:
+        item->readable = true;
+        item->writeable = false;
+        break;
+    case FeatureAccess::ReadWrite:
+        item->readable = true;
+        item->writeable = !item->applicationLock;
+        break;
+    default:
+        item->readable = false;
+        item->writeable = false;
+        break;
+    }
+    item->locked = item->applicationLock;
+    *readableChanged = wasReadable != item->readable;
+    if (readable)
+        *readable = item->readable;
+    return true;
+}
+
 bool NodeMapAccess::UpdateAccess(TreeItem* item, UpdateMode mode) const
 {
     if (!item)
@@ -348,49 +399,24 @@ bool NodeMapAccess::UpdateAccess(TreeItem* item, UpdateMode mode) const
         return false;
     // As in UpdateValue: read, store and signal under the map's mutex, so concurrent updates stay in order.
     std::lock_guard<NodeMap> mapLock(*map);
+    return UpdateAccessOf(item, *node, mode);
+}
+
+// The caller holds the map's mutex and has checked the connection.
+bool NodeMapAccess::UpdateAccessOf(TreeItem* item, const nodes::Node& node, UpdateMode mode, bool* readable) const
+{
     uint8_t access = 0;
     try
     {
-        access = static_cast<uint8_t>(node->GetAccessStatus());
+        access = static_cast<uint8_t>(node.GetAccessStatus());
     }
     catch (const std::exception& e)
     {
         Log(kUpdateAccess, QStringLiteral("Failed to read access status of node %1. ").arg(item->name), e);
         return false;
     }
-    bool changed = false;
     bool readableChanged = false;
-    {
-        QMutexLocker lock(&item->accessMutex);
-        if (mode == UpdateMode::Forced || access != item->access)
-        {
-            changed = true;
-            item->access = access;
-            const bool wasReadable = item->readable;
-            switch (static_cast<FeatureAccess>(access))
-            {
-            case FeatureAccess::WriteOnly:
-                item->readable = false;
-                item->writeable = !item->applicationLock;
-                break;
-            case FeatureAccess::ReadOnly:
-                item->readable = true;
-                item->writeable = false;
-                break;
-            case FeatureAccess::ReadWrite:
-                item->readable = true;
-                item->writeable = !item->applicationLock;
-                break;
-            default:
-                item->readable = false;
-                item->writeable = false;
-                break;
-            }
-            item->locked = item->applicationLock;
-            readableChanged = wasReadable != item->readable;
-        }
-    }
-    if (changed && mode != UpdateMode::Quiet)
+    if (StoreAccess(item, access, mode == UpdateMode::Forced, &readableChanged, readable) && mode != UpdateMode::Quiet)
     {
         emit item->accessChanged(static_cast<FeatureAccess>(access));
         Notify(item, RoleAccessStatus);
@@ -400,30 +426,58 @@ bool NodeMapAccess::UpdateAccess(TreeItem* item, UpdateMode mode) const
     return true;
 }
 
+void NodeMapAccess::ReadAccessQuietly(TreeItem* item) const
+{
+    if (item->node && connected)
+        UpdateAccessOf(item, *item->node, UpdateMode::Quiet);
+}
+
 QVariant NodeMapAccess::ReadNodeValue(TreeItem* item) const
 {
     auto node = item->GetNode();
+    return node ? ReadNodeValueOf(item, *node) : QVariant();
+}
+
+// Typed by the item's type (fixed at construction), so a plain cast is enough; a node of another class than its
+// type says would be a library fault and reads as no value.
+QVariant NodeMapAccess::ReadNodeValueOf(const TreeItem* item, const nodes::Node& node)
+{
     switch (item->type)
     {
     case FeatureType::Integer:
-        return QVariant::fromValue<qlonglong>(nodes::NodeCast<nodes::IntegerNode>(node)->GetValue());
+        if (auto* n = dynamic_cast<const nodes::IntegerNode*>(&node))
+            return QVariant::fromValue<qlonglong>(n->GetValue());
+        break;
     case FeatureType::Boolean:
-        return QVariant(nodes::NodeCast<nodes::BooleanNode>(node)->GetValue());
+        if (auto* n = dynamic_cast<const nodes::BooleanNode*>(&node))
+            return QVariant(n->GetValue());
+        break;
     case FeatureType::Float:
-        return QVariant(nodes::NodeCast<nodes::FloatNode>(node)->GetValue());
+        if (auto* n = dynamic_cast<const nodes::FloatNode*>(&node))
+            return QVariant(n->GetValue());
+        break;
     case FeatureType::String:
-        return QVariant(QString::fromStdString(nodes::NodeCast<nodes::StringNode>(node)->GetValue()));
-    case FeatureType::Register: {
-        const auto bytes = nodes::NodeCast<nodes::RegisterNode>(node)->Read();
-        return QVariant(QByteArray(reinterpret_cast<const char*>(bytes.data()), static_cast<int>(bytes.size())));
-    }
-    case FeatureType::Enumeration: {
-        auto entry = nodes::NodeCast<nodes::EnumerationNode>(node)->GetCurrentEntry();
-        return entry ? QVariant(QString::fromStdString(entry->GetSymbolicValue())) : QVariant();
-    }
+        if (auto* n = dynamic_cast<const nodes::StringNode*>(&node))
+            return QVariant(QString::fromStdString(n->GetValue()));
+        break;
+    case FeatureType::Register:
+        if (auto* n = dynamic_cast<const nodes::RegisterNode*>(&node))
+        {
+            const auto bytes = n->Read();
+            return QVariant(QByteArray(reinterpret_cast<const char*>(bytes.data()), static_cast<int>(bytes.size())));
+        }
+        break;
+    case FeatureType::Enumeration:
+        if (auto* n = dynamic_cast<const nodes::EnumerationNode*>(&node))
+        {
+            auto entry = n->GetCurrentEntry();
+            return entry ? QVariant(QString::fromStdString(entry->GetSymbolicValue())) : QVariant();
+        }
+        break;
     default:
-        return QVariant();
+        break;
     }
+    return QVariant();
 }
 
 // The selector entry a selector-dependent item's value belongs to: the selector's current value as a key.
@@ -463,24 +517,27 @@ bool NodeMapAccess::UpdateValue(TreeItem* item, UpdateMode mode, bool forced) co
         return false;
 
     auto map = GetMap();
-    if (!map)
+    auto node = item->GetNode();
+    if (!map || !node)
         return false;
     // Read, store and signal in one hold of the map's mutex: a read-back on the write thread and a re-read on
     // the worker cannot then store or report an older value after a newer one. (Map mutex before item mutex,
     // never the other way round.)
     std::lock_guard<NodeMap> mapLock(*map);
+    return UpdateValueOf(item, *node, mode, forced);
+}
+
+// The caller holds the map's mutex and has checked that the item is readable and has a value.
+bool NodeMapAccess::UpdateValueOf(TreeItem* item, const nodes::Node& node, UpdateMode mode, bool forced) const
+{
     QVariant value;
     QString selectorKey;
     try
     {
-        bool selected = false;
-        {
-            QMutexLocker lock(&item->valueMutex);
-            selected = !item->selectorValues.isEmpty();
-        }
-        if (selected && item->parent && item->parent->GetNode())
+        // selectorValueCount is fixed at construction and non-zero exactly when selectorValues has keys.
+        if (item->selectorValueCount > 0 && item->parent && item->parent->GetNode())
             selectorKey = SelectorKey(item->parent->GetNode());
-        value = ReadNodeValue(item);
+        value = ReadNodeValueOf(item, node);
     }
     catch (const std::exception& e)
     {
@@ -512,129 +569,166 @@ bool NodeMapAccess::UpdateValue(TreeItem* item, UpdateMode mode, bool forced) co
 
 namespace {
 
-enum class RangePart
+enum RangePart : int
 {
-    Minimum,
-    Maximum,
-    Increment
+    RangeMinimum = 1,
+    RangeMaximum = 2,
+    RangeIncrement = 4,
+    RangeAll = 7,
 };
 
-QVariant ReadRange(TreeItem* item, RangePart part)
+QVariant ReadRangeOf(FeatureType type, const nodes::Node& node, RangePart part)
 {
-    auto node = item->GetNode();
-    if (item->type == FeatureType::Integer)
+    if (type == FeatureType::Integer)
     {
-        auto integer = nodes::NodeCast<nodes::IntegerNode>(node);
-        switch (part)
+        if (auto* integer = dynamic_cast<const nodes::IntegerNode*>(&node))
         {
-        case RangePart::Minimum:
-            return QVariant::fromValue<qlonglong>(integer->GetMinimum());
-        case RangePart::Maximum:
-            return QVariant::fromValue<qlonglong>(integer->GetMaximum());
-        case RangePart::Increment:
-            return QVariant::fromValue<qlonglong>(integer->GetIncrement());
+            switch (part)
+            {
+            case RangeMinimum:
+                return QVariant::fromValue<qlonglong>(integer->GetMinimum());
+            case RangeMaximum:
+                return QVariant::fromValue<qlonglong>(integer->GetMaximum());
+            case RangeIncrement:
+                return QVariant::fromValue<qlonglong>(integer->GetIncrement());
+            default:
+                break;
+            }
         }
     }
-    if (item->type == FeatureType::Float)
+    if (type == FeatureType::Float)
     {
-        auto floating = nodes::NodeCast<nodes::FloatNode>(node);
-        switch (part)
+        if (auto* floating = dynamic_cast<const nodes::FloatNode*>(&node))
         {
-        case RangePart::Minimum:
-            return QVariant(floating->GetMinimum());
-        case RangePart::Maximum:
-            return QVariant(floating->GetMaximum());
-        case RangePart::Increment:
-            return floating->GetHasConstantIncrement() ? QVariant(floating->GetIncrement()) : QVariant();
+            switch (part)
+            {
+            case RangeMinimum:
+                return QVariant(floating->GetMinimum());
+            case RangeMaximum:
+                return QVariant(floating->GetMaximum());
+            case RangeIncrement:
+                return floating->GetHasConstantIncrement() ? QVariant(floating->GetIncrement()) : QVariant();
+            default:
+                break;
+            }
         }
     }
     return QVariant();
 }
 
+QVariant ReadRange(TreeItem* item, RangePart part)
+{
+    auto node = item->GetNode();
+    return node ? ReadRangeOf(item->type, *node, part) : QVariant();
+}
+
 } // namespace
 
-static bool UpdateRangePart(const NodeMapAccess* access, TreeItem* item, NodeMapAccess::UpdateMode mode, RangePart part,
-                            const char* context, const QString& text, int role,
-                            const std::function<void(const char*, const QString&, const std::exception&)>& log,
-                            const std::function<void(TreeItem*, int)>& notify)
+// Reads the parts of the range named by parts (a RangePart mask), stores them under one hold of the item's
+// range mutex and tells the change once: rangeChanged with all three, and each changed part's role.
+bool NodeMapAccess::UpdateRangeOf(TreeItem* item, const nodes::Node& node, UpdateMode mode, int parts) const
 {
-    Q_UNUSED(access);
     if (item->type != FeatureType::Integer && item->type != FeatureType::Float)
         return false;
-    QVariant value;
-    try
+    static const RangePart kOrder[] = {RangeMaximum, RangeIncrement, RangeMinimum};
+    QVariant read[3];
+    for (int i = 0; i < 3; ++i)
     {
-        value = ReadRange(item, part);
+        if (!(parts & kOrder[i]))
+            continue;
+        try
+        {
+            read[i] = ReadRangeOf(item->type, node, kOrder[i]);
+        }
+        catch (const std::exception& e)
+        {
+            const char* context = kOrder[i] == RangeMaximum     ? kUpdateMaximum
+                                  : kOrder[i] == RangeIncrement ? kUpdateIncrement
+                                                                : kUpdateMinimum;
+            const QString text = kOrder[i] == RangeMaximum     ? QStringLiteral("Failed to read maximum of node %1. ")
+                                 : kOrder[i] == RangeIncrement ? QStringLiteral("Failed to read increment of node %1. ")
+                                                               : QStringLiteral("Failed to read minimum of node %1. ");
+            Log(context, text.arg(item->name), e);
+            // A failing part keeps its cached value; the others are still stored.
+            parts &= ~kOrder[i];
+        }
     }
-    catch (const std::exception& e)
-    {
-        log(context, text.arg(item->name), e);
-        return false;
-    }
-    bool changed = false;
+    int changedRoles[3];
+    int changedCount = 0;
     QVariant minimum, maximum, increment;
     {
         QMutexLocker lock(&item->rangeMutex);
-        QVariant& slot = part == RangePart::Minimum   ? item->minimum
-                         : part == RangePart::Maximum ? item->maximum
-                                                      : item->increment;
-        if (mode == NodeMapAccess::UpdateMode::Forced || !Same(slot, value))
+        for (int i = 0; i < 3; ++i)
         {
-            changed = true;
-            slot = value;
+            if (!(parts & kOrder[i]))
+                continue;
+            QVariant& slot = kOrder[i] == RangeMinimum   ? item->minimum
+                             : kOrder[i] == RangeMaximum ? item->maximum
+                                                         : item->increment;
+            if (mode == UpdateMode::Forced || !Same(slot, read[i]))
+            {
+                slot = read[i];
+                changedRoles[changedCount++] = kOrder[i] == RangeMinimum   ? RoleMinimum
+                                               : kOrder[i] == RangeMaximum ? RoleMaximum
+                                                                           : RoleIncrement;
+            }
         }
-        minimum = item->minimum;
-        maximum = item->maximum;
-        increment = item->increment;
+        if (changedCount > 0)
+        {
+            minimum = item->minimum;
+            maximum = item->maximum;
+            increment = item->increment;
+        }
     }
-    if (changed && mode != NodeMapAccess::UpdateMode::Quiet)
+    if (changedCount > 0 && mode != UpdateMode::Quiet)
     {
         emit item->rangeChanged(minimum, maximum, increment, static_cast<int>(item->type));
-        notify(item, role);
+        for (int i = 0; i < changedCount; ++i)
+            Notify(item, changedRoles[i]);
     }
-    return true;
+    return parts != 0;
+}
+
+bool NodeMapAccess::UpdateRangePart(TreeItem* item, UpdateMode mode, int part) const
+{
+    if (!Guard(item))
+        return false;
+    auto node = item->GetNode();
+    return node && UpdateRangeOf(item, *node, mode, part);
 }
 
 bool NodeMapAccess::UpdateMinimum(TreeItem* item, UpdateMode mode) const
 {
-    if (!Guard(item))
-        return false;
-    return UpdateRangePart(
-        this, item, mode, RangePart::Minimum, kUpdateMinimum, QStringLiteral("Failed to read minimum of node %1. "),
-        RoleMinimum, [this](const char* c, const QString& m, const std::exception& e) { Log(c, m, e); },
-        [this](TreeItem* i, int r) { Notify(i, r); });
+    return UpdateRangePart(item, mode, RangeMinimum);
 }
 
 bool NodeMapAccess::UpdateMaximum(TreeItem* item, UpdateMode mode) const
 {
-    if (!Guard(item))
-        return false;
-    return UpdateRangePart(
-        this, item, mode, RangePart::Maximum, kUpdateMaximum, QStringLiteral("Failed to read maximum of node %1. "),
-        RoleMaximum, [this](const char* c, const QString& m, const std::exception& e) { Log(c, m, e); },
-        [this](TreeItem* i, int r) { Notify(i, r); });
+    return UpdateRangePart(item, mode, RangeMaximum);
 }
 
 bool NodeMapAccess::UpdateIncrement(TreeItem* item, UpdateMode mode) const
 {
-    if (!Guard(item))
-        return false;
-    return UpdateRangePart(
-        this, item, mode, RangePart::Increment, kUpdateIncrement,
-        QStringLiteral("Failed to read increment of node %1. "), RoleIncrement,
-        [this](const char* c, const QString& m, const std::exception& e) { Log(c, m, e); },
-        [this](TreeItem* i, int r) { Notify(i, r); });
+    return UpdateRangePart(item, mode, RangeIncrement);
 }
 
 bool NodeMapAccess::UpdateEntries(TreeItem* item, UpdateMode mode) const
 {
     if (!Guard(item) || item->type != FeatureType::Enumeration)
         return false;
+    auto node = item->GetNode();
+    return node && UpdateEntriesOf(item, *node, mode);
+}
+
+bool NodeMapAccess::UpdateEntriesOf(TreeItem* item, const nodes::Node& node, UpdateMode mode) const
+{
+    const auto* enumeration = dynamic_cast<const nodes::EnumerationNode*>(&node);
+    if (!enumeration)
+        return false;
     QStringList entries;
     QStringList descriptions;
     try
     {
-        auto enumeration = nodes::NodeCast<nodes::EnumerationNode>(item->GetNode());
         for (const auto& entry : enumeration->GetEntries())
         {
             const auto status = entry->GetAccessStatus();
@@ -671,24 +765,46 @@ bool NodeMapAccess::UpdateEntries(TreeItem* item, UpdateMode mode) const
 
 void NodeMapAccess::UpdateItem(TreeItem* item, UpdateMode mode, bool recursive) const
 {
-    if (!item || !item->GetNode())
+    if (!item)
+        return;
+    auto map = GetMap();
+    UpdateItemOf(item, map.get(), mode, recursive);
+}
+
+// One item per hold of the map's mutex: access, then range, value and entries from the one node handle, so a
+// walk pays one lock and one handle copy per item instead of one per read. The map is loaded once per walk.
+void NodeMapAccess::UpdateItemOf(TreeItem* item, NodeMap* map, UpdateMode mode, bool recursive) const
+{
+    const auto node = item->GetNode();
+    if (!node)
         return;
     const bool skip = (item->visibility == 3 && !invisibleNodesPolled) || (item->busy && !updateBusyNodes);
     if (!skip)
     {
-        UpdateAccess(item, mode);
-        if (item->IsReadable() && item->type != FeatureType::Command && item->type != FeatureType::Category)
+        if (!connected || !map)
         {
-            UpdateMaximum(item, mode);
-            UpdateIncrement(item, mode);
-            UpdateMinimum(item, mode);
-            UpdateValue(item, mode, false);
-            UpdateEntries(item, mode);
+            UpdateAccess(item, mode);
+        }
+        else
+        {
+            std::lock_guard<NodeMap> mapLock(*map);
+            // A failed access read keeps the cached access, and the item is read by it as before.
+            bool readable = false;
+            if (!UpdateAccessOf(item, *node, mode, &readable))
+                readable = item->IsReadable();
+            if (readable && item->type != FeatureType::Command && item->type != FeatureType::Category &&
+                item->type != FeatureType::Unknown)
+            {
+                UpdateRangeOf(item, *node, mode, RangeAll);
+                UpdateValueOf(item, *node, mode, false);
+                if (item->type == FeatureType::Enumeration)
+                    UpdateEntriesOf(item, *node, mode);
+            }
         }
     }
     if (recursive)
-        for (TreeItem* child : item->children)
-            UpdateItem(child, mode, true);
+        for (TreeItem* child : qAsConst(item->children))
+            UpdateItemOf(child, map, mode, true);
 }
 
 void NodeMapAccess::OnUpdateRequested()
@@ -1231,13 +1347,13 @@ QVariant NodeMapAccess::GetSelectedValueGeneric(TreeItem* item, const QString& s
             result = ReadNodeValue(item);
             break;
         case ReturnValueType::Minimum:
-            result = ReadRange(item, RangePart::Minimum);
+            result = ReadRange(item, RangeMinimum);
             break;
         case ReturnValueType::Maximum:
-            result = ReadRange(item, RangePart::Maximum);
+            result = ReadRange(item, RangeMaximum);
             break;
         case ReturnValueType::Increment:
-            result = ReadRange(item, RangePart::Increment);
+            result = ReadRange(item, RangeIncrement);
             break;
         }
         if (restore && selector && !previous.isEmpty())

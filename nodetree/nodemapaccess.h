@@ -223,6 +223,7 @@ private:
     void QueueChanged(TreeItem* item) const;
     void QueueDependents(TreeItem* item) const;
     bool RegisterCallback(TreeItem* item) const;
+    // TreeItem's constructor (GUI thread, in CreateTree): enters the item into itemsByName.
     void IndexItem(TreeItem* item);
     void DeleteTree();
     void PauseWorker();
@@ -233,6 +234,22 @@ private:
     void DrainWrites();
     bool WriteNode(TreeItem* item, const QVariant& value, const char* context);
     QVariant ReadNodeValue(TreeItem* item) const;
+    static QVariant ReadNodeValueOf(const TreeItem* item, const orna::core::nodes::Node& node);
+    // Stores a read access into the item's cache (its accessMutex only); true when it changed or forced.
+    // readable (optional) receives the item's readable flag after the store, changed or not.
+    static bool StoreAccess(TreeItem* item, uint8_t access, bool forced, bool* readableChanged,
+                            bool* readable = nullptr);
+    // The *Of forms read from the given node handle and expect the caller to hold the node map's mutex and to
+    // have checked the connection; they store and signal like their public counterparts.
+    bool UpdateAccessOf(TreeItem* item, const orna::core::nodes::Node& node, UpdateMode mode,
+                        bool* readable = nullptr) const;
+    bool UpdateValueOf(TreeItem* item, const orna::core::nodes::Node& node, UpdateMode mode, bool forced) const;
+    bool UpdateRangeOf(TreeItem* item, const orna::core::nodes::Node& node, UpdateMode mode, int parts) const;
+    bool UpdateRangePart(TreeItem* item, UpdateMode mode, int part) const;
+    bool UpdateEntriesOf(TreeItem* item, const orna::core::nodes::Node& node, UpdateMode mode) const;
+    void UpdateItemOf(TreeItem* item, orna::core::NodeMap* map, UpdateMode mode, bool recursive) const;
+    // TreeItem's constructor: the first access read, no signals (CreateTree holds the map's mutex).
+    void ReadAccessQuietly(TreeItem* item) const;
     TreeItem* SelectorOf(TreeItem* item) const;
     bool SelectEntry(TreeItem* selector, const QString& entry, QString* previous);
     void StoreItemValues(TreeItem* item);
@@ -245,6 +262,7 @@ private:
     QString moduleName;
     TreeItem* root = nullptr;
     QHash<QString, TreeItem*> itemsByName;
+    int lastItemCount = 0; // size of the previous tree, to size the index of the next one
 
     mutable QVector<TreeItem*> pendingRoleItems;
     mutable QVector<int> pendingRoles;

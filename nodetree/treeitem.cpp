@@ -3,9 +3,11 @@
 #include "app/logmessagesender.h"
 #include "nodetree/nodemapaccess.h"
 
-#include <QSet>
 
+#include <algorithm>
 #include <exception>
+#include <string>
+#include <vector>
 
 using namespace orna::core;
 
@@ -39,6 +41,18 @@ FeatureType TypeOf(nodes::NodeType type)
     }
 }
 
+// The two namespaces as shared texts, so that no item allocates its own copy.
+QString NamespaceText(const std::string& text)
+{
+    static const QString standard = QStringLiteral("Standard");
+    static const QString custom = QStringLiteral("Custom");
+    if (text == "Standard")
+        return standard;
+    if (text == "Custom")
+        return custom;
+    return QString::fromStdString(text);
+}
+
 // Selector discovery walks an integer selector from its minimum to its maximum; a selector of absurd range
 // (a 32-bit index) would make the item unusable, so the walk ends here.
 constexpr int64_t kMaxIntegerSelectorKeys = 4096;
@@ -50,13 +64,17 @@ TreeItem::TreeItem(std::shared_ptr<nodes::Node> node, NodeMapAccess* nodeMapAcce
 {
     if (!this->node)
         return;
+    // The node is read directly here, not through GetNode(): nobody else sees the item before the constructor
+    // returns. NodeMapAccess::CreateTree holds the node map's mutex over the whole build.
+    const nodes::Node& n = *this->node;
+    std::string displayText;
     try
     {
-        type = TypeOf(this->node->GetType());
-        name = QString::fromStdString(this->node->GetName());
-        visibility = static_cast<int>(this->node->GetVisibility());
-        namespaceName = QString::fromStdString(this->node->GetNamespace());
-        displayName = QString::fromStdString(this->node->GetDisplayName());
+        type = TypeOf(n.GetType());
+        name = QString::fromStdString(n.GetName());
+        visibility = static_cast<int>(n.GetVisibility());
+        namespaceName = NamespaceText(n.GetNamespace());
+        displayText = n.GetDisplayName();
     }
     catch (const std::exception& e)
     {
@@ -64,35 +82,68 @@ TreeItem::TreeItem(std::shared_ptr<nodes::Node> node, NodeMapAccess* nodeMapAcce
                                 QString::fromUtf8(e.what()));
         return;
     }
+    // Most nodes have no display name of their own and the library hands back the name: share its text.
+    displayName = name == QLatin1String(displayText.data(), int(displayText.size()))
+                      ? name
+                      : QString::fromStdString(displayText);
     if (!nodeMapAccess)
         return;
 
-    tooltip = nodeMapAccess->GetTooltip(this);
-    if (type != FeatureType::Category)
-    {
-        description = nodeMapAccess->GetDescription(this);
-        unit = nodeMapAccess->GetUnit(this);
-        representation = nodeMapAccess->GetRepresentation(this);
-        precision = nodeMapAccess->GetPrecision(this);
-    }
-    nodeMapAccess->UpdateAccess(this, NodeMapAccess::UpdateMode::Quiet);
+    nodeMapAccess->IndexItem(this);
+    ReadDescriptionTexts();
+    nodeMapAccess->ReadAccessQuietly(this);
     if (type == FeatureType::Register)
-    {
-        try
-        {
+        ReadText("Failed to read register length of node %1. ", [this] {
             registerLength = nodes::NodeCast<nodes::RegisterNode>(this->node)->GetLength();
-        }
-        catch (const std::exception& e)
-        {
-            LogMessageSender::Error(nodeMapAccess->logOrigin, kConstructorContext, QString::fromUtf8(e.what()));
-        }
-    }
+        });
     if (type != FeatureType::Category)
     {
         nodeMapAccess->RegisterCallback(this);
         DiscoverSelectors();
     }
     CreateChildren();
+}
+
+template <class Read> void TreeItem::ReadText(const char* failure, Read read)
+{
+    try
+    {
+        read();
+    }
+    catch (const std::exception& e)
+    {
+        LogMessageSender::Error(nodeMapAccess->logOrigin, kConstructorContext,
+                                QString::fromLatin1(failure).arg(name) + QString::fromUtf8(e.what()));
+    }
+}
+
+// Texts and number formats of the description, read once: they come from the XML and do not change.
+void TreeItem::ReadDescriptionTexts()
+{
+    const nodes::Node& n = *node;
+    ReadText("Failed to read tooltip of node %1. ", [&] { tooltip = QString::fromStdString(n.GetToolTip()); });
+    if (type == FeatureType::Category)
+        return;
+    ReadText("Failed to read description of node %1. ",
+             [&] { description = QString::fromStdString(n.GetDescription()); });
+    if (type == FeatureType::Integer)
+    {
+        const auto* integer = dynamic_cast<const nodes::IntegerNode*>(&n);
+        if (!integer)
+            return;
+        ReadText("Failed to read unit of node %1. ", [&] { unit = QString::fromStdString(integer->GetUnit()); });
+        ReadText("Failed to read representation of node %1. ",
+                 [&] { representation = static_cast<qint8>(integer->GetRepresentation()); });
+    }
+    else if (type == FeatureType::Float)
+    {
+        const auto* floating = dynamic_cast<const nodes::FloatNode*>(&n);
+        if (!floating)
+            return;
+        ReadText("Failed to read unit of node %1. ", [&] { unit = QString::fromStdString(floating->GetUnit()); });
+        ReadText("Failed to read precision of node %1. ",
+                 [&] { precision = static_cast<int>(floating->GetPrecision()); });
+    }
 }
 
 TreeItem::~TreeItem()
@@ -143,7 +194,7 @@ void TreeItem::DiscoverSelectors()
             for (size_t i = 0; i < count; ++i)
             {
                 auto selecting = levelNode->GetSelectingNode(i);
-                if (!selecting || QString::fromStdString(selecting->GetName()) != above->name)
+                if (!selecting || above->name != QString::fromStdString(selecting->GetName()))
                     continue;
                 if (above->type == FeatureType::Enumeration)
                 {
@@ -186,7 +237,7 @@ void TreeItem::DiscoverSelectors()
     }
 }
 
-bool TreeItem::HasAncestorNamed(const QString& nodeName) const
+bool TreeItem::HasAncestorNamed(QLatin1String nodeName) const
 {
     for (const TreeItem* p = this; p; p = p->parent)
         if (p->name == nodeName)
@@ -197,18 +248,20 @@ bool TreeItem::HasAncestorNamed(const QString& nodeName) const
 // Children: a category's features in document order, except those selected by a sibling in the same category,
 // which go under their selector (the deepest one when several select them), so that a selector shows the
 // values it selects. A node named by one of its own ancestors is left out (a cyclic description).
+//
+// Names stay std::string here (GenICam names are ASCII, compared as Latin-1 against the items' texts), and the
+// category's member names are only collected when some candidate has selecting nodes at all: most features
+// have none, and then they simply belong to their category.
 void TreeItem::CreateChildren()
 {
     try
     {
         std::vector<std::shared_ptr<nodes::Node>> candidates;
-        QSet<QString> categoryNames;
+        std::shared_ptr<nodes::Node> categoryNode;
         if (type == FeatureType::Category)
         {
             candidates = nodes::NodeCast<nodes::CategoryNode>(node)->GetSubNodes();
-            for (const auto& sub : candidates)
-                if (sub)
-                    categoryNames.insert(QString::fromStdString(sub->GetName()));
+            categoryNode = node;
         }
         else
         {
@@ -220,24 +273,40 @@ void TreeItem::CreateChildren()
                 category = category->parent;
             if (!category || !category->node)
                 return;
-            for (const auto& sub : nodes::NodeCast<nodes::CategoryNode>(category->node)->GetSubNodes())
-                if (sub)
-                    categoryNames.insert(QString::fromStdString(sub->GetName()));
+            categoryNode = category->node;
+            candidates.reserve(count);
             for (size_t i = 0; i < count; ++i)
                 candidates.push_back(node->GetSelectedNode(i));
         }
 
+        std::vector<std::string> members; // sorted, filled on first need
+        bool membersRead = false;
+        auto isMember = [&](const std::string& memberName) {
+            if (!membersRead)
+            {
+                membersRead = true;
+                const auto subs = type == FeatureType::Category
+                                      ? candidates
+                                      : nodes::NodeCast<nodes::CategoryNode>(categoryNode)->GetSubNodes();
+                members.reserve(subs.size());
+                for (const auto& sub : subs)
+                    if (sub)
+                        members.push_back(sub->GetName());
+                std::sort(members.begin(), members.end());
+            }
+            return std::binary_search(members.begin(), members.end(), memberName);
+        };
+
+        children.reserve(int(candidates.size()));
         for (const auto& sub : candidates)
         {
             if (!sub)
                 continue;
-            const QString subName = QString::fromStdString(sub->GetName());
-            if (HasAncestorNamed(subName))
-                continue;
-            if (type == FeatureType::Category && !categoryNames.contains(subName))
+            const std::string subName = sub->GetName();
+            if (HasAncestorNamed(QLatin1String(subName.data(), int(subName.size()))))
                 continue;
             // The owner among the selecting siblings: the one that is itself selected by most.
-            QString owner;
+            std::string owner;
             size_t ownerDepth = 0;
             if (sub->GetType() != nodes::NodeType::Category)
             {
@@ -247,18 +316,20 @@ void TreeItem::CreateChildren()
                     auto selecting = sub->GetSelectingNode(i);
                     if (!selecting)
                         continue;
-                    const QString selectingName = QString::fromStdString(selecting->GetName());
-                    if (selectingName == subName || !categoryNames.contains(selectingName))
+                    std::string selectingName = selecting->GetName();
+                    if (selectingName == subName || !isMember(selectingName))
                         continue;
                     const size_t depth = selecting->GetNumSelectingNodes();
-                    if (owner.isEmpty() || depth > ownerDepth)
+                    if (owner.empty() || depth > ownerDepth)
                     {
-                        owner = selectingName;
+                        owner = std::move(selectingName);
                         ownerDepth = depth;
                     }
                 }
             }
-            const bool placeHere = type == FeatureType::Category ? owner.isEmpty() : owner == name;
+            const bool placeHere = type == FeatureType::Category
+                                       ? owner.empty()
+                                       : name == QLatin1String(owner.data(), int(owner.size()));
             if (!placeHere)
                 continue;
             children.append(new TreeItem(sub, nodeMapAccess, this));

@@ -117,9 +117,12 @@ Q_SIGNALS:
     void executed();
 
 private:
+    void ReadDescriptionTexts();
+    // Runs read; a failure is logged with the constructor's context and the text failure (with the name).
+    template <class Read> void ReadText(const char* failure, Read read);
     void DiscoverSelectors();
     void CreateChildren();
-    bool HasAncestorNamed(const QString& nodeName) const;
+    bool HasAncestorNamed(QLatin1String nodeName) const;
 };
 
 Q_DECLARE_METATYPE(TreeItem*)

@@ -138,6 +138,34 @@ private Q_SLOTS:
         QCOMPARE(width.Clamp(649), int64_t(648));
     }
 
+    // The camera accepts any exposure in range but stores the nearest whole step of its exposure clock: the
+    // control ends with what the camera took, not with what was typed, on both write paths.
+    void exposureWriteComesBackAsTheCameraRoundedIt()
+    {
+        auto node = device->GetRemoteDevice()->GetNodeMap()->FindNode<nodes::FloatNode>("ExposureTime");
+        DoubleCameraFeature exposure;
+        exposure.SetSource(Item("ExposureTime"), remote.get());
+        QVERIFY(exposure.IsWriteable());
+        FeatureControls::DoubleSlider slider;
+        slider.SetWriteAsync(false);
+        slider.SetFeature(&exposure);
+        QVERIFY(slider.isEnabled());
+
+        QSignalSpy told(&exposure, &DoubleFeatureInterface::DoubleValueChanged);
+        Q_EMIT slider.EditBox()->Signal_EditingFinished(QStringLiteral("1234.4"));
+        QTRY_COMPARE(exposure.GetDoubleValue(false), 1234.0);
+        QCOMPARE(node->GetValue(), 1234.0);
+        QCOMPARE(slider.Value(), 1234.0);
+        QVERIFY(!told.isEmpty());
+        QCOMPARE(told.last().at(0).toDouble(), 1234.0);
+
+        slider.SetWriteAsync(true);
+        Q_EMIT slider.Signal_ValueChanged(2000.6);
+        QTRY_COMPARE(slider.Value(), 2001.0);
+        QCOMPARE(node->GetValue(), 2001.0);
+        QCOMPARE(exposure.GetDoubleValue(false), 2001.0);
+    }
+
     void selectorDependentFeaturesReread()
     {
         EnumerationCameraFeature selector;

@@ -33,6 +33,13 @@ std::map<std::string, std::string>& UserIds()
     return ids;
 }
 
+// The exposure the sensor can realise closest to us (whole steps of its exposure clock), kept inside the range.
+double QuantiseExposure(double us)
+{
+    const double stepped = std::round(us / limits::ExposureStep) * limits::ExposureStep;
+    return std::clamp(stepped, limits::ExposureMin, limits::ExposureMax);
+}
+
 void PutLE(uint8_t* p, uint64_t v, size_t n)
 {
     for (size_t i = 0; i < n; ++i)
@@ -628,6 +635,11 @@ bool SimCamera::WriteMemory(uint64_t address, const void* data, size_t size)
         {
             return false;
         }
+        if (start == reg::ExposureTime && r->kind == Kind::Float)
+        {
+            // Accepted as written, stored as the sensor realises it: a read-back tells the host what it got.
+            PutLE(bytes.data(), AsBits(QuantiseExposure(AsDouble(GetLE(bytes.data(), 8)))), 8);
+        }
         std::vector<uint8_t> old = std::move(r->bytes);
         r->bytes = std::move(bytes);
         if (!ApplyWrite(start, &pending))
@@ -909,7 +921,7 @@ void SimCamera::ApplyAuto(const double mean[3])
         const double e = F64(ExposureTime);
         if (!converged)
         {
-            const double next = std::clamp(e * remaining, limits::ExposureMin, kAutoExposureMaxUs);
+            const double next = QuantiseExposure(std::clamp(e * remaining, limits::ExposureMin, kAutoExposureMaxUs));
             SetF64(ExposureTime, next);
             remaining *= e / next;
         }

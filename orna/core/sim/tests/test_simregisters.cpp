@@ -115,6 +115,21 @@ TEST_F(SimRegisters, TLParamsLockedRejectsSizeWritesOnly)
     EXPECT_TRUE(WriteU32(cam, reg::Width, 640));
 }
 
+TEST_F(SimRegisters, ExposureIsStoredInWholeSensorSteps)
+{
+    // Off-step values are accepted and rounded to the nearest step; the range is still checked first.
+    ASSERT_TRUE(WriteF64(cam, reg::ExposureTime, 1234.4));
+    EXPECT_DOUBLE_EQ(ReadF64(cam, reg::ExposureTime), 1234.0);
+    ASSERT_TRUE(WriteF64(cam, reg::ExposureTime, 1234.6));
+    EXPECT_DOUBLE_EQ(ReadF64(cam, reg::ExposureTime), 1235.0);
+    ASSERT_TRUE(WriteF64(cam, reg::ExposureTime, limits::ExposureMin + 0.3));
+    EXPECT_DOUBLE_EQ(ReadF64(cam, reg::ExposureTime), limits::ExposureMin);
+    ASSERT_TRUE(WriteF64(cam, reg::ExposureTime, limits::ExposureMax - 0.2));
+    EXPECT_DOUBLE_EQ(ReadF64(cam, reg::ExposureTime), limits::ExposureMax);
+    EXPECT_FALSE(WriteF64(cam, reg::ExposureTime, limits::ExposureMin - 0.5));
+    EXPECT_DOUBLE_EQ(ReadF64(cam, reg::ExposureTime), limits::ExposureMax) << "a refused write stores nothing";
+}
+
 TEST_F(SimRegisters, GainStagesAddUp)
 {
     ASSERT_TRUE(WriteF64(cam, reg::Gain + 8 * val::GainAll, 30.0));

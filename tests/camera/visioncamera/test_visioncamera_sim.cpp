@@ -475,6 +475,27 @@ private Q_SLOTS:
         QCOMPARE(closed.count(), 1);
     }
 
+    void deviceListEventsOfThisCameraArePassedOn()
+    {
+        auto camera = OpenCamera(mono);
+        QVERIFY(camera->IsOpen());
+        QSignalSpy disconnected(camera.get(), &VisionCamera::Signal_Disconnected);
+        QSignalSpy reconnected(camera.get(), &VisionCamera::Signal_Reconnected);
+        camera->OnSignalDeviceLost("another camera");
+        camera->OnSignalDeviceDisconnected("another camera");
+        camera->OnSignalDeviceReconnected(color, DeviceReconnectInformation());
+        QCOMPARE(disconnected.count(), 0);
+        QCOMPARE(reconnected.count(), 0);
+        camera->OnSignalDeviceLost(mono->GetKey());
+        camera->OnSignalDeviceDisconnected(mono->GetKey());
+        QCOMPARE(disconnected.count(), 2);
+        QCOMPARE(disconnected.at(0).at(0).toBool(), true);
+        QCOMPARE(disconnected.at(1).at(0).toBool(), false);
+        camera->OnSignalDeviceReconnected(mono, DeviceReconnectInformation());
+        QCOMPARE(reconnected.count(), 1);
+        QCOMPARE(camera->GetReconnectCounter(), 1);
+    }
+
     void closingReleasesTheDeviceForTheNextOpen()
     {
         {

@@ -159,7 +159,7 @@ private Q_SLOTS:
         auto camera = Open("LVSB00001", &cameraWindow, &window, false);
         QVERIFY(camera);
         // The camera window owns its camera: the main window finds it there.
-        camera->setParent(&cameraWindow);
+        QCOMPARE(camera->parent(), &cameraWindow);
         QSignalSpy opened(camera.get(), &VisionCamera::Signal_Opened);
         QVERIFY(opened.wait(5000));
         QCOMPARE(camera->GetBootStatusText(), QStringLiteral("ConfigurationCrcError"));
@@ -167,13 +167,11 @@ private Q_SLOTS:
         QTRY_VERIFY(std::any_of(logLines.begin(), logLines.end(), [](const QList<QVariant>& args) {
             return args.at(0).toString().contains("ConfigurationCrcError");
         }));
-        camera->setParent(nullptr);
         camera.reset();
 
         // A camera that booted fine gives no report.
         logLines.clear();
         auto fine = Open("LVSC00001", &cameraWindow, &window, false);
-        fine->setParent(&cameraWindow);
         QSignalSpy fineOpened(fine.get(), &VisionCamera::Signal_Opened);
         QVERIFY(fineOpened.wait(5000));
         QCOMPARE(fine->GetBootStatusText(), QStringLiteral("OK"));
@@ -181,7 +179,6 @@ private Q_SLOTS:
         QVERIFY(std::none_of(logLines.begin(), logLines.end(), [](const QList<QVariant>& args) {
             return args.at(0).toString().contains("boot status");
         }));
-        fine->setParent(nullptr);
         fine.reset();
         // The main window closes the device library when it goes: the transport goes first.
         sim = {};

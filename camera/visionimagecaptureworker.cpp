@@ -22,8 +22,8 @@
 
 #include "app/logmessagesender.h"
 #include "camera/imagebuffermanager.h"
-#include "camera/visioncamera.h"
 #include "camera/pixelformattable.h"
+#include "camera/visioncamera.h"
 #include "orna/core/buffer.h"
 #include "orna/core/datastream.h"
 #include "orna/core/device.h"
@@ -207,20 +207,27 @@ void VisionImageCaptureWorker::PublishDisplayImage(const std::shared_ptr<Image>&
 
 void VisionImageCaptureWorker::Start()
 {
-    running.store(true);
+    int expected = kIdle;
+    if (!running.compare_exchange_strong(expected, kRunning))
+    {
+        // Stopped before the thread came here.
+        running.store(kIdle);
+        return;
+    }
     frameTimer.restart();
-    while (running.load())
+    while (running.load() == kRunning)
     {
         // Without device and stream the loop turns at once: StartAcquisition starts the thread only after
         // the stream exists.
         if (camera->GetDevice() && camera->GetDataStream())
             ProcessFrame();
     }
+    running.store(kIdle);
 }
 
 void VisionImageCaptureWorker::Stop()
 {
-    running.store(false);
+    running.store(kStopRequested);
 }
 
 void VisionImageCaptureWorker::Log(const QString& context, const QString& message) const
@@ -378,8 +385,8 @@ void VisionImageCaptureWorker::ProcessBuffer(const std::shared_ptr<orna::core::B
             QMutexLocker lock(&callbackMutex);
             callback = frameCallback;
         }
-        stageClock.Publish(FrameStageTimes{++publishedFrames, image->GetTimestamp(), finished_ns, processed_ns,
-                                           SteadyNow_ns()});
+        stageClock.Publish(
+            FrameStageTimes{++publishedFrames, image->GetTimestamp(), finished_ns, processed_ns, SteadyNow_ns()});
         if (callback && display)
             callback(display);
         else

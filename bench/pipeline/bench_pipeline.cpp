@@ -297,8 +297,7 @@ void RunSimOverhead(const Producer& sim)
     Print("pipeline_sim_overhead", ours, baseline, ours > 0 ? baseline / ours : 0, "ms");
     std::printf("# pipeline_sim_overhead: %d frames in %.1f s (%.1f frames/s) at %ux%u BayerRG8 -> BGRa8, capture "
                 "thread %.3f ms/frame, bare conversion %.3f ms/frame (image kernels on one thread)\n",
-                to.frames - from.frames, seconds, (to.frames - from.frames) / seconds, kWidth, kHeight, ours,
-                baseline);
+                to.frames - from.frames, seconds, (to.frames - from.frames) / seconds, kWidth, kHeight, ours, baseline);
     std::fflush(stdout);
 }
 
@@ -345,9 +344,8 @@ void RunDisplayLatency(const Producer& sim)
     bool measuring = false;
     uint64_t lastPainted = 0;
     display.widget.Scene()->SetPaintedHook([&] {
-        const int64_t painted = std::chrono::duration_cast<std::chrono::nanoseconds>(
-                                    Clock::now().time_since_epoch())
-                                    .count();
+        const int64_t painted =
+            std::chrono::duration_cast<std::chrono::nanoseconds>(Clock::now().time_since_epoch()).count();
         const uint64_t timestamp = display.widget.Scene()->LastPaintedTimestamp();
         if (!measuring || timestamp == lastPainted)
             return; // a repaint of a frame already counted

@@ -292,8 +292,9 @@ void VisionImageCaptureWorker::ProcessBuffer(const std::shared_ptr<orna::core::B
         }
 
         FrameRecord record = MakeFrameRecord(buffer);
+        // Binning or decimation replace the image and force the destination conversion.
+        const bool forcedByStage = RunSourceStages(record);
         std::shared_ptr<Image> image = record.image;
-        RunSourceStages(record);
 
         // Asynchronous consumers keep the image beyond this pass. A view of the buffer is copied for them now;
         // an image of our own that they hold is left alone by the later in-place stages through a conversion
@@ -304,7 +305,7 @@ void VisionImageCaptureWorker::ProcessBuffer(const std::shared_ptr<orna::core::B
         const bool aflWants = afl->WantsFrame();
         const bool iflWants = ifl->WantsFrame();
         const bool async = aflWants || iflWants || sharpness->WantsFrame();
-        bool forceNewImage = false;
+        bool forceNewImage = forcedByStage;
         if (async && !record.converted)
         {
             *image = PooledCopy(*image);
@@ -312,7 +313,7 @@ void VisionImageCaptureWorker::ProcessBuffer(const std::shared_ptr<orna::core::B
         }
         else
         {
-            forceNewImage = async || !record.converted;
+            forceNewImage = forceNewImage || async || !record.converted;
         }
         if (aflWants)
         {
@@ -405,8 +406,9 @@ void VisionImageCaptureWorker::ProcessBuffer(const std::shared_ptr<orna::core::B
 
 // --- Host stages
 
-void VisionImageCaptureWorker::RunSourceStages(FrameRecord& record)
+bool VisionImageCaptureWorker::RunSourceStages(FrameRecord& record)
 {
+    bool replaced = false;
     // Binning or decimation (never both on one frame) makes a new, smaller image of our own.
     IplBinningFeatureProvider* binning = camera->GetIplBinningFeatureProvider();
     IplDecimationFeatureProvider* decimation = camera->GetIplDecimationFeatureProvider();
@@ -414,11 +416,13 @@ void VisionImageCaptureWorker::RunSourceStages(FrameRecord& record)
     {
         binning->Process(record.image);
         record.converted = true;
+        replaced = true;
     }
     else if (decimation->IsActive())
     {
         decimation->Process(record.image);
         record.converted = true;
+        replaced = true;
     }
     // Mirror and rotation work on the raw image, which is why the destination tables pass every Bayer format
     // through the transformation's mapping.
@@ -431,6 +435,7 @@ void VisionImageCaptureWorker::RunSourceStages(FrameRecord& record)
     IplHotpixelFeatureProvider* hotpixel = camera->GetIplHotpixelFeatureProvider();
     if (hotpixel->IsActive())
         hotpixel->Process(record.image);
+    return replaced;
 }
 
 void VisionImageCaptureWorker::RunDestinationStages(std::shared_ptr<Image>& image)

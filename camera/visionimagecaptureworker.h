@@ -140,7 +140,8 @@ Q_SIGNALS:
 
 private:
     void ProcessBuffer(const std::shared_ptr<orna::core::Buffer>& buffer, int64_t finished_ns);
-    void RunSourceStages(FrameRecord& record);
+    // Returns true when a stage replaced the image (binning, decimation).
+    bool RunSourceStages(FrameRecord& record);
     void RunDestinationStages(std::shared_ptr<orna::ipl::Image>& image);
     void CheckTransportStatus(const std::shared_ptr<orna::core::Buffer>& buffer);
     int32_t ReadStatusInfo(const std::shared_ptr<orna::core::Buffer>& buffer, int32_t command);

@@ -70,7 +70,8 @@ QString ModuleName(XmlModule module)
 }
 
 // Connects a result signal of the open worker to the main window's slot of that name, when the window has it.
-[[maybe_unused]] void ConnectToMainWindow(QObject* sender, const char* signal, QWidget* mainWindow, const char* slotSignature)
+[[maybe_unused]] void ConnectToMainWindow(QObject* sender, const char* signal, QWidget* mainWindow,
+                                          const char* slotSignature)
 {
     if (!mainWindow)
         return;
@@ -85,19 +86,19 @@ QString ModuleName(XmlModule module)
 VisionCamera::VisionCamera(QWidget* parentWindow_, QWidget* mainWindow_,
                            const std::shared_ptr<orna::core::DeviceDescriptor>& deviceDescriptor,
                            bool startAcquisitionOnOpen_, bool applyOptimalSettingsOnOpen_, bool openAsync_)
-    : parentWindow(parentWindow_), mainWindow(mainWindow_), descriptor(deviceDescriptor),
+    : QObject(parentWindow_), parentWindow(parentWindow_), mainWindow(mainWindow_), descriptor(deviceDescriptor),
       startAcquisitionOnOpen(startAcquisitionOnOpen_), applyOptimalSettingsOnOpen(applyOptimalSettingsOnOpen_),
       openAsync(openAsync_)
 {
     // 1. Threads, texts, providers, image buffer manager.
-    openThread = new QThread;
-    openThread->setObjectName(QStringLiteral("openThread"));
-    captureThread = new QThread;
-    captureThread->setObjectName(QStringLiteral("captureThread"));
-    eventThread = new QThread;
-    eventThread->setObjectName(QStringLiteral("eventThread"));
-    nodePollingThread = new QThread;
-    nodePollingThread->setObjectName(QStringLiteral("nodePollingThread"));
+    for (auto [thread, name] : {std::pair<CameraThread*, const char*>{&openThread, "openThread"},
+                                {&captureThread, "captureThread"},
+                                {&eventThread, "eventThread"},
+                                {&nodePollingThread, "nodePollingThread"}})
+    {
+        thread->thread = new QThread;
+        thread->thread->setObjectName(QString::fromLatin1(name));
+    }
 
     if (descriptor)
     {
@@ -190,7 +191,7 @@ VisionCamera::VisionCamera(QWidget* parentWindow_, QWidget* mainWindow_,
     ConnectToMainWindow(openWorker, SIGNAL(Signal_CannotOpenCamera(QString, QString, QWidget*)), mainWindow,
                         "OnCannotOpenCamera(QString,QString,QWidget*)");
     // Every outcome ends the open thread (direct: quit only posts to that thread's loop).
-    QThread* thread = openThread;
+    QThread* thread = openThread.get();
     auto quitOpen = [thread] { thread->quit(); };
     connect(openWorker, &VisionCameraOpenWorker::Signal_HasOpenedCamera, openWorker, quitOpen, Qt::DirectConnection);
     connect(openWorker, &VisionCameraOpenWorker::Signal_HasOpenedCameraWithBootError, openWorker, quitOpen,
@@ -231,7 +232,7 @@ VisionCamera::~VisionCamera()
     for (auto it = ownedObjects.rbegin(); it != ownedObjects.rend(); ++it)
         delete *it;
     ownedObjects.clear();
-    for (QThread** thread : {&openThread, &captureThread, &eventThread, &nodePollingThread})
+    for (CameraThread* thread : {&openThread, &captureThread, &eventThread, &nodePollingThread})
         RetireThread(*thread, nullptr);
 }
 
@@ -260,8 +261,10 @@ bool VisionCamera::StopThread(QThread* thread)
     return !thread->isRunning();
 }
 
-void VisionCamera::RetireThread(QThread*& thread, QObject* worker)
+void VisionCamera::RetireThread(CameraThread& cameraThread, QObject* worker)
 {
+    QThread* thread = cameraThread.thread;
+    cameraThread.thread = nullptr;
     if (!thread)
     {
         DeleteOwnedObject(worker);
@@ -287,7 +290,6 @@ void VisionCamera::RetireThread(QThread*& thread, QObject* worker)
         }
         QObject::connect(thread, &QThread::finished, thread, &QObject::deleteLater);
     }
-    thread = nullptr;
 }
 
 void VisionCamera::BindNodeMap(XmlModule module, std::shared_ptr<orna::core::NodeMap> map)
@@ -535,6 +537,8 @@ bool VisionCamera::StartAcquisition()
     const int64_t lastWidth = imageWidth, lastHeight = imageHeight, lastOffsetX = imageOffsetX,
                   lastOffsetY = imageOffsetY;
     const uint32_t lastFormat = pixelFormatSource;
+    // Unknown until the first buffer of this run; the geometry query must not use the previous run's count.
+    imagesPerBuffer = -1;
 
     if (!PrepareAcquisition())
         return false;
@@ -556,7 +560,6 @@ bool VisionCamera::StartAcquisition()
 
     const camera::TriggerMode triggerMode = GetTriggerMode(true);
     iplSharpnessFeatureProvider->SetFrameSkip(triggerMode == camera::TriggerMode::Off ? 9 : 0);
-    imagesPerBuffer = -1;
 
     try
     {
@@ -585,6 +588,22 @@ bool VisionCamera::StartAcquisition()
     {
         LogError(QString::fromLatin1(context), QString::fromUtf8(e.what()));
         LogError(QString::fromLatin1(context), QStringLiteral("Execute camera 'AcquisitionStart' failed!"));
+        // Leave nothing running: StopAcquisition returns at once while not acquiring, so undo the steps here.
+#ifdef LUMIVUE_HAS_CAPTURE_WORKER
+        if (captureWorker)
+            captureWorker->Stop();
+#endif
+        try
+        {
+            dataStream->KillWait();
+            StopThread(captureThread);
+            remoteDeviceNodeMap->FindNode<orna::core::nodes::IntegerNode>("TLParamsLocked")->SetValue(0);
+            dataStream->StopAcquisition(orna::core::AcquisitionStopMode::Default);
+        }
+        catch (const std::exception& undo)
+        {
+            LogError(QString::fromLatin1(context), QString::fromUtf8(undo.what()));
+        }
         return false;
     }
 
@@ -764,8 +783,18 @@ void VisionCamera::ExitCamera()
     // 9. The event worker.
     QObject* eventObject = eventWorker;
 #ifdef LUMIVUE_HAS_EVENT_WORKER
-    if (eventWorker)
-        eventWorker->Stop();
+    // The worker's loop may still be starting on its thread when the camera closes right after the open, and
+    // a Stop that comes before the loop sets its flag is lost: repeat Stop on every poll of the stop rule.
+    if (eventWorker && eventThread.isRunning())
+    {
+        for (int poll = 0; poll < 100 && eventThread.isRunning(); ++poll)
+        {
+            eventWorker->Stop();
+            eventThread->quit();
+            if (eventThread->wait(10))
+                break;
+        }
+    }
 #endif
     eventWorker = nullptr;
     RetireThread(eventThread, eventObject);

@@ -80,6 +80,27 @@ namespace orna::ipl {
 class ImageConverter;
 }
 
+// One worker thread of a camera. The QThread is held by pointer so that a thread that does not stop within the
+// stop rule can outlive the camera (a running QThread must never be destroyed); the forwards keep the use of a
+// plain QThread member. Null after the camera retired it. Same threads as VisionCamera.
+class CameraThread
+{
+public:
+    QThread* get() const { return thread; }
+    QThread* operator->() const { return thread; }
+    operator QThread*() const { return thread; }
+    bool isRunning() const { return thread && thread->isRunning(); }
+    void start(QThread::Priority priority = QThread::InheritPriority)
+    {
+        if (thread)
+            thread->start(priority);
+    }
+
+private:
+    friend class VisionCamera;
+    QThread* thread = nullptr;
+};
+
 class VisionCamera : public QObject
 {
     Q_OBJECT
@@ -91,7 +112,8 @@ class VisionCamera : public QObject
     friend class NodePollingWorker;
 
 public:
-    // parentWindow: the camera window; mainWindow: receives the open worker's result signals (may be null).
+    // parentWindow: the camera window, also the QObject parent (the main window finds the camera among the
+    // window's children); mainWindow: receives the open worker's result signals (may be null).
     // With openAsync the open runs on openThread; otherwise the constructor returns after the open.
     VisionCamera(QWidget* parentWindow, QWidget* mainWindow,
                  const std::shared_ptr<orna::core::DeviceDescriptor>& deviceDescriptor, bool startAcquisitionOnOpen,
@@ -404,7 +426,7 @@ private:
     void DeleteOwnedObject(QObject* object);
     // Stops thread by the stop rule and frees worker (may be null). When the thread does not stop, both are
     // handed over to the thread's end (deleteLater on finished) and thread becomes null.
-    void RetireThread(QThread*& thread, QObject* worker);
+    void RetireThread(CameraThread& thread, QObject* worker);
     // Binds a node map to its node tree models on the GUI thread (queued when called from another thread).
     void BindNodeMap(XmlModule module, std::shared_ptr<orna::core::NodeMap> map);
     void LogError(const QString& context, const QString& message) const;
@@ -414,15 +436,15 @@ private:
     // Threads are held by pointer so that one that does not stop within the stop rule can outlive the camera
     // (a running QThread must not be destroyed); see RetireThread.
     VisionCameraOpenWorker* openWorker = nullptr;
-    QThread* openThread = nullptr;
+    CameraThread openThread;
     VisionImageCaptureWorker* captureWorker = nullptr;
-    QThread* captureThread = nullptr;
+    CameraThread captureThread;
     VisionEventWorker* eventWorker = nullptr;
-    QThread* eventThread = nullptr;
+    CameraThread eventThread;
     // Made by node polling after the first successful open; until that work exists it stays null and
     // nodePollingThread never runs.
     NodePollingWorker* nodePollingWorker = nullptr;
-    QThread* nodePollingThread = nullptr;
+    CameraThread nodePollingThread;
 
     QWidget* parentWindow = nullptr;
     QWidget* mainWindow = nullptr;

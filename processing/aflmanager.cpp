@@ -13,3 +13,13 @@ void AflManager::ShutdownControllers()
 {
     // No controller exists in the off state.
 }
+
+bool AflManager::ProcessImage(const std::shared_ptr<orna::ipl::Image>&)
+{
+    return false;
+}
+
+void AflManager::ProcessImageBlocking(const orna::ipl::Image&)
+{
+    // No controller runs in the off state.
+}

@@ -24,4 +24,14 @@ public:
     void SwitchAllOff();
     // Releases the controllers before the camera closes.
     void ShutdownControllers();
+
+    // The optimise routine: brightness (and then white balance) in one-shot mode, then back. While off no
+    // controller starts, so both flags stay false.
+    void BeginAdjust() {}
+    void BeginBalanceWhiteAdjust() {}
+    void EndAdjust() {}
+    // The asynchronous path of the frame pipeline; false: the image was not taken (always, while off).
+    bool ProcessImage(const std::shared_ptr<orna::ipl::Image>& image);
+    // The optimise routine's blocking path; no effect while off.
+    void ProcessImageBlocking(const orna::ipl::Image& image);
 };

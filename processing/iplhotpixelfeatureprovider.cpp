@@ -11,3 +11,8 @@ void IplHotpixelFeatureProvider::ForgetHotpixels()
 {
     // No list is kept while the stage is off.
 }
+
+void IplHotpixelFeatureProvider::RequestDetection(double)
+{
+    // No detection exists in the off state.
+}

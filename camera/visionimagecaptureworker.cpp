@@ -316,10 +316,7 @@ void VisionImageCaptureWorker::ProcessBuffer(const std::shared_ptr<orna::core::B
             forceNewImage = forceNewImage || async || !record.converted;
         }
         if (aflWants)
-        {
-            std::shared_ptr<Image> lent = image;
-            afl->Process(lent);
-        }
+            afl->ProcessImage(image);
         if (iflWants)
         {
             std::shared_ptr<Image> lent = image;
@@ -641,9 +638,7 @@ bool VisionImageCaptureWorker::AdjustFramePass()
                 FrameRecord record = MakeFrameRecord(buffer);
                 if (camera->IsHostGainRequired() && gain->IsAnyGainActive())
                     gain->Process(record.image);
-                // The blocking hand-over to the auto feature library: the manager's own processing in its off
-                // state leaves the frame alone.
-                afl->Process(record.image);
+                afl->ProcessImageBlocking(*record.image);
             }
             adjustFramesSeen.fetch_add(1);
             if (!afl->IsBrightnessAutoActive() && !afl->IsWhiteBalanceAutoActive())
@@ -694,23 +689,25 @@ bool VisionImageCaptureWorker::AdjustLoop()
         emit Signal_AdjustLoopFinished(true);
         return true;
     }
-    // The manager's controllers are in their off state: it has no one-shot mode to switch on yet, so the pass
-    // below sees both flags false.
     AflManager* afl = camera->GetAflManager();
+    afl->BeginAdjust();
     bool result = AdjustFramePass();
     // White balance needs colour: the destination of a colour camera is a three or four channel format, that of
     // a monochrome one is not (the source format would call a packed 10-bit mono camera colour).
     if (result && camera::GetPackingClass(camera->GetPixelFormatDestination()) == 3)
     {
+        afl->BeginBalanceWhiteAdjust();
         if (!AdjustFramePass())
         {
             result = false;
             camera->GetIplGainFeatureProvider()->ResetGains();
         }
     }
-    afl->SwitchAllOff();
-    // The hot pixel correction that the routine enables afterwards arrives with the provider's processing; the
-    // provider in its off state has no sensitivity mode or detection request to take.
+    afl->EndAdjust();
+    IplHotpixelFeatureProvider* hotpixel = camera->GetIplHotpixelFeatureProvider();
+    hotpixel->SetSensitivityMode(3);
+    hotpixel->RequestDetection(camera->GetTotalGain());
+    hotpixel->SetEnabled(true);
     PrivateStop();
     RestoreAfterAdjust();
     emit Signal_AdjustLoopFinished(result);

@@ -5,6 +5,7 @@
 
 #include "orna/core/datastream.h"
 #include "orna/ipl/image.h"
+#include "processing/iplhotpixelfeatureprovider.h"
 
 #include <QSignalSpy>
 #include <QtTest>
@@ -326,6 +327,9 @@ private Q_SLOTS:
         QCOMPARE(Worker()->GetAdjustFramesSeen(), passes);
         QTRY_COMPARE(recorder.adjustResults.size(), size_t(1));
         QVERIFY(recorder.adjustResults.front());
+        // Afterwards hot pixel correction is on, at sensitivity 3.
+        QCOMPARE(camera->GetIplHotpixelFeatureProvider()->GetSensitivityMode(), 3);
+        QVERIFY(camera->GetIplHotpixelFeatureProvider()->IsEnabled());
         // The stream was stopped again: the camera can acquire as before.
         QVERIFY(!camera->GetDataStream()->GetIsGrabbing());
         const int before = camera->GetFrameCounter();

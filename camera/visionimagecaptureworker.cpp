@@ -22,8 +22,8 @@
 
 #include "app/logmessagesender.h"
 #include "camera/imagebuffermanager.h"
-#include "camera/visioncamera.h"
 #include "camera/pixelformattable.h"
+#include "camera/visioncamera.h"
 #include "orna/core/buffer.h"
 #include "orna/core/datastream.h"
 #include "orna/core/device.h"
@@ -207,20 +207,27 @@ void VisionImageCaptureWorker::PublishDisplayImage(const std::shared_ptr<Image>&
 
 void VisionImageCaptureWorker::Start()
 {
-    running.store(true);
+    int expected = kIdle;
+    if (!running.compare_exchange_strong(expected, kRunning))
+    {
+        // Stopped before the thread came here.
+        running.store(kIdle);
+        return;
+    }
     frameTimer.restart();
-    while (running.load())
+    while (running.load() == kRunning)
     {
         // Without device and stream the loop turns at once: StartAcquisition starts the thread only after
         // the stream exists.
         if (camera->GetDevice() && camera->GetDataStream())
             ProcessFrame();
     }
+    running.store(kIdle);
 }
 
 void VisionImageCaptureWorker::Stop()
 {
-    running.store(false);
+    running.store(kStopRequested);
 }
 
 void VisionImageCaptureWorker::Log(const QString& context, const QString& message) const
@@ -285,8 +292,9 @@ void VisionImageCaptureWorker::ProcessBuffer(const std::shared_ptr<orna::core::B
         }
 
         FrameRecord record = MakeFrameRecord(buffer);
+        // Binning or decimation replace the image and force the destination conversion.
+        const bool forcedByStage = RunSourceStages(record);
         std::shared_ptr<Image> image = record.image;
-        RunSourceStages(record);
 
         // Asynchronous consumers keep the image beyond this pass. A view of the buffer is copied for them now;
         // an image of our own that they hold is left alone by the later in-place stages through a conversion
@@ -297,7 +305,7 @@ void VisionImageCaptureWorker::ProcessBuffer(const std::shared_ptr<orna::core::B
         const bool aflWants = afl->WantsFrame();
         const bool iflWants = ifl->WantsFrame();
         const bool async = aflWants || iflWants || sharpness->WantsFrame();
-        bool forceNewImage = false;
+        bool forceNewImage = forcedByStage;
         if (async && !record.converted)
         {
             *image = PooledCopy(*image);
@@ -305,13 +313,10 @@ void VisionImageCaptureWorker::ProcessBuffer(const std::shared_ptr<orna::core::B
         }
         else
         {
-            forceNewImage = async || !record.converted;
+            forceNewImage = forceNewImage || async || !record.converted;
         }
         if (aflWants)
-        {
-            std::shared_ptr<Image> lent = image;
-            afl->Process(lent);
-        }
+            afl->ProcessImage(image);
         if (iflWants)
         {
             std::shared_ptr<Image> lent = image;
@@ -378,8 +383,8 @@ void VisionImageCaptureWorker::ProcessBuffer(const std::shared_ptr<orna::core::B
             QMutexLocker lock(&callbackMutex);
             callback = frameCallback;
         }
-        stageClock.Publish(FrameStageTimes{++publishedFrames, image->GetTimestamp(), finished_ns, processed_ns,
-                                           SteadyNow_ns()});
+        stageClock.Publish(
+            FrameStageTimes{++publishedFrames, image->GetTimestamp(), finished_ns, processed_ns, SteadyNow_ns()});
         if (callback && display)
             callback(display);
         else
@@ -398,8 +403,9 @@ void VisionImageCaptureWorker::ProcessBuffer(const std::shared_ptr<orna::core::B
 
 // --- Host stages
 
-void VisionImageCaptureWorker::RunSourceStages(FrameRecord& record)
+bool VisionImageCaptureWorker::RunSourceStages(FrameRecord& record)
 {
+    bool replaced = false;
     // Binning or decimation (never both on one frame) makes a new, smaller image of our own.
     IplBinningFeatureProvider* binning = camera->GetIplBinningFeatureProvider();
     IplDecimationFeatureProvider* decimation = camera->GetIplDecimationFeatureProvider();
@@ -407,11 +413,13 @@ void VisionImageCaptureWorker::RunSourceStages(FrameRecord& record)
     {
         binning->Process(record.image);
         record.converted = true;
+        replaced = true;
     }
     else if (decimation->IsActive())
     {
         decimation->Process(record.image);
         record.converted = true;
+        replaced = true;
     }
     // Mirror and rotation work on the raw image, which is why the destination tables pass every Bayer format
     // through the transformation's mapping.
@@ -424,6 +432,7 @@ void VisionImageCaptureWorker::RunSourceStages(FrameRecord& record)
     IplHotpixelFeatureProvider* hotpixel = camera->GetIplHotpixelFeatureProvider();
     if (hotpixel->IsActive())
         hotpixel->Process(record.image);
+    return replaced;
 }
 
 void VisionImageCaptureWorker::RunDestinationStages(std::shared_ptr<Image>& image)
@@ -629,9 +638,7 @@ bool VisionImageCaptureWorker::AdjustFramePass()
                 FrameRecord record = MakeFrameRecord(buffer);
                 if (camera->IsHostGainRequired() && gain->IsAnyGainActive())
                     gain->Process(record.image);
-                // The blocking hand-over to the auto feature library: the manager's own processing in its off
-                // state leaves the frame alone.
-                afl->Process(record.image);
+                afl->ProcessImageBlocking(*record.image);
             }
             adjustFramesSeen.fetch_add(1);
             if (!afl->IsBrightnessAutoActive() && !afl->IsWhiteBalanceAutoActive())
@@ -682,23 +689,25 @@ bool VisionImageCaptureWorker::AdjustLoop()
         emit Signal_AdjustLoopFinished(true);
         return true;
     }
-    // The manager's controllers are in their off state: it has no one-shot mode to switch on yet, so the pass
-    // below sees both flags false.
     AflManager* afl = camera->GetAflManager();
+    afl->BeginAdjust();
     bool result = AdjustFramePass();
     // White balance needs colour: the destination of a colour camera is a three or four channel format, that of
     // a monochrome one is not (the source format would call a packed 10-bit mono camera colour).
     if (result && camera::GetPackingClass(camera->GetPixelFormatDestination()) == 3)
     {
+        afl->BeginBalanceWhiteAdjust();
         if (!AdjustFramePass())
         {
             result = false;
             camera->GetIplGainFeatureProvider()->ResetGains();
         }
     }
-    afl->SwitchAllOff();
-    // The hot pixel correction that the routine enables afterwards arrives with the provider's processing; the
-    // provider in its off state has no sensitivity mode or detection request to take.
+    afl->EndAdjust();
+    IplHotpixelFeatureProvider* hotpixel = camera->GetIplHotpixelFeatureProvider();
+    hotpixel->SetSensitivityMode(3);
+    hotpixel->RequestDetection(camera->GetTotalGain());
+    hotpixel->SetEnabled(true);
     PrivateStop();
     RestoreAfterAdjust();
     emit Signal_AdjustLoopFinished(result);

@@ -96,7 +96,7 @@ public:
 
     void SetFrameCallback(FrameCallback callback);
     void ResetFrameCallback();
-    bool IsRunning() const { return running.load(); }
+    bool IsRunning() const { return running.load() == kRunning; }
 
     // Writing processingEnabled also sets processingJustOff to its opposite.
     void SetProcessingEnabled(bool enabled);
@@ -140,7 +140,8 @@ Q_SIGNALS:
 
 private:
     void ProcessBuffer(const std::shared_ptr<orna::core::Buffer>& buffer, int64_t finished_ns);
-    void RunSourceStages(FrameRecord& record);
+    // Returns true when a stage replaced the image (binning, decimation).
+    bool RunSourceStages(FrameRecord& record);
     void RunDestinationStages(std::shared_ptr<orna::ipl::Image>& image);
     void CheckTransportStatus(const std::shared_ptr<orna::core::Buffer>& buffer);
     int32_t ReadStatusInfo(const std::shared_ptr<orna::core::Buffer>& buffer, int32_t command);
@@ -158,7 +159,12 @@ private:
     void Log(const QString& context, const QString& message) const;
     void PublishDisplayImage(const std::shared_ptr<orna::ipl::Image>& image);
 
-    std::atomic<bool> running{false};
+    // The loop's flag, with a third state: a Stop() that comes before the thread got to Start() (acquisition
+    // stopped right after it started) must still end that Start(), or the loop would wait for ever.
+    static constexpr int kIdle = 0;
+    static constexpr int kRunning = 1;
+    static constexpr int kStopRequested = 2;
+    std::atomic<int> running{kIdle};
     std::atomic<bool> processingEnabled{true};
     std::atomic<bool> displayEnabled{true};
     VisionCamera* camera;
@@ -176,7 +182,7 @@ private:
     std::vector<std::tuple<const orna::ipl::ImageConverter*, uint32_t, uint32_t, uint32_t, uint32_t>> preparedPools;
 
     FrameStageClock stageClock;
-    uint64_t publishedFrames = 0; // frame's thread only
+    uint64_t publishedFrames = 0;                       // frame's thread only
     std::shared_ptr<orna::ipl::Image> lastDisplayImage; // atomic_load/atomic_store only
     std::atomic<int64_t> threadCpu_ns{0};
     std::atomic<uint64_t> passCount{0};

@@ -58,24 +58,27 @@ public:
     {
         Detach();
         attached = worker;
-        connect(worker, &VisionImageCaptureWorker::Signal_UpdateDisplay, this,
-                [this] {
-                    ++displays;
-                    sequence += QLatin1Char('D');
-                },
-                Qt::QueuedConnection);
-        connect(worker, &VisionImageCaptureWorker::Signal_UpdateCounters, this,
-                [this](bool exception, double frameTime, double processingTime, int frames, int errors,
-                       int incomplete) {
-                    counters.push_back({exception, frameTime, processingTime, frames, errors, incomplete});
-                    sequence += QLatin1Char('C');
-                },
-                Qt::QueuedConnection);
-        connect(worker, &VisionImageCaptureWorker::Signal_AdjustLoopFinished, this,
-                [this](bool result) { adjustResults.push_back(result); }, Qt::QueuedConnection);
-        connect(&LogMessageSender::Instance(), &LogMessageSender::Signal_LogOrnaError, this,
-                [this](QString, QString context, QString message, int) { log << context + QLatin1String(": ") + message; },
-                Qt::QueuedConnection);
+        connect(
+            worker, &VisionImageCaptureWorker::Signal_UpdateDisplay, this,
+            [this] {
+                ++displays;
+                sequence += QLatin1Char('D');
+            },
+            Qt::QueuedConnection);
+        connect(
+            worker, &VisionImageCaptureWorker::Signal_UpdateCounters, this,
+            [this](bool exception, double frameTime, double processingTime, int frames, int errors, int incomplete) {
+                counters.push_back({exception, frameTime, processingTime, frames, errors, incomplete});
+                sequence += QLatin1Char('C');
+            },
+            Qt::QueuedConnection);
+        connect(
+            worker, &VisionImageCaptureWorker::Signal_AdjustLoopFinished, this,
+            [this](bool result) { adjustResults.push_back(result); }, Qt::QueuedConnection);
+        connect(
+            &LogMessageSender::Instance(), &LogMessageSender::Signal_LogOrnaError, this,
+            [this](QString, QString context, QString message, int) { log << context + QLatin1String(": ") + message; },
+            Qt::QueuedConnection);
     }
     // Drops every connection to this recorder, the log's included.
     void Detach()

@@ -101,9 +101,12 @@ private Q_SLOTS:
         QTest::addColumn<QString>("serial");
         QTest::addColumn<QString>("source");
         QTest::addColumn<uint>("destination");
-        QTest::newRow("mono8 view") << "LVSM00001" << "Mono8" << uint(orna::ipl::Mono8);
-        QTest::newRow("mono12 with display conversion") << "LVSM00001" << "Mono12" << uint(orna::ipl::Mono12);
-        QTest::newRow("bayer to bgra8") << "LVSC00001" << "BayerRG8" << uint(orna::ipl::BGRa8);
+        QTest::newRow("mono8 view") << "LVSM00001"
+                                    << "Mono8" << uint(orna::ipl::Mono8);
+        QTest::newRow("mono12 with display conversion") << "LVSM00001"
+                                                        << "Mono12" << uint(orna::ipl::Mono12);
+        QTest::newRow("bayer to bgra8") << "LVSC00001"
+                                        << "BayerRG8" << uint(orna::ipl::BGRa8);
     }
     void steadyStreamAllocatesNoImageMemory()
     {
@@ -129,8 +132,10 @@ private Q_SLOTS:
         const int frames = camera->GetFrameCounter() - from;
         QVERIFY(camera->StopAcquisition());
         QCoreApplication::processEvents();
-        QVERIFY2(largeAllocations.load() == 0,
-                 qPrintable(QStringLiteral("%1 frame-sized allocations in %2 frames").arg(largeAllocations.load()).arg(frames)));
+        QVERIFY2(
+            largeAllocations.load() == 0,
+            qPrintable(
+                QStringLiteral("%1 frame-sized allocations in %2 frames").arg(largeAllocations.load()).arg(frames)));
         QVERIFY(recorder.displays >= 60);
         QVERIFY2(recorder.log.isEmpty(), qPrintable(recorder.log.join(QLatin1Char('\n'))));
         auto shown = camera->GetCaptureWorker()->GetLastDisplayImage();

@@ -4,6 +4,7 @@
 // shows. Meant for the sanitizer build as well: scripts/test --asan --slow. LUMIVUE_SOAK_SECONDS shortens it.
 #include "capturefixture.h"
 
+#include <QApplication>
 #include <QtTest>
 
 #include <unistd.h>
@@ -93,7 +94,7 @@ private Q_SLOTS:
                 std::fprintf(stderr, "soak: %3llds rss=%.1f MiB frames=%d incomplete=%d\n",
                              (long long)(timer.elapsed() / 1000), rss, camera->GetFrameCounter(),
                              camera->GetIncompleteCounter());
-                nextSample += 10000;
+                nextSample = timer.elapsed() + 10000;
             }
         }
         const int frames = camera->GetFrameCounter();
@@ -110,5 +111,14 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TestCaptureSoak)
+int main(int argc, char** argv)
+{
+    // QtTest ends a test function after five minutes unless told otherwise.
+    if (!qEnvironmentVariableIsSet("QTEST_FUNCTION_TIMEOUT"))
+        qputenv("QTEST_FUNCTION_TIMEOUT", QByteArray::number((SoakSeconds() + 300) * 1000));
+    QApplication app(argc, argv);
+    TestCaptureSoak test;
+    QTEST_SET_MAIN_SOURCE_PATH
+    return QTest::qExec(&test, argc, argv);
+}
 #include "test_capture_soak.moc"

@@ -5,6 +5,7 @@
 
 #include "orna/core/datastream.h"
 #include "orna/ipl/image.h"
+#include "processing/iplhotpixelfeatureprovider.h"
 
 #include <QSignalSpy>
 #include <QtTest>
@@ -103,7 +104,8 @@ private Q_SLOTS:
         QVERIFY(camera->GetTimeoutCounter() >= 2);
         QCOMPARE(camera->GetFrameCounter(), 0);
         QVERIFY(!recorder.log.isEmpty());
-        QVERIFY2(recorder.log.first().contains(QLatin1String("No buffer within 50 ms")), qPrintable(recorder.log.first()));
+        QVERIFY2(recorder.log.first().contains(QLatin1String("No buffer within 50 ms")),
+                 qPrintable(recorder.log.first()));
         SetSoftwareTrigger(camera.get(), false);
         camera->SetWaitTimeout(orna::core::DataStream::kInfinite);
     }
@@ -210,7 +212,8 @@ private Q_SLOTS:
         QTest::newRow("mono12 shown as mono8") << "LVSM00001" << uint(orna::ipl::Mono12) << uint(orna::ipl::Mono8);
         QTest::newRow("bgra8 kept") << "LVSC00001" << uint(orna::ipl::BGRa8) << uint(orna::ipl::BGRa8);
         QTest::newRow("rgb12 shown as rgb8") << "LVSC00001" << uint(orna::ipl::RGB12) << uint(orna::ipl::RGB8);
-        QTest::newRow("bayer12 shown as bayer8") << "LVSC00001" << uint(orna::ipl::BayerRG12) << uint(orna::ipl::BayerRG8);
+        QTest::newRow("bayer12 shown as bayer8")
+            << "LVSC00001" << uint(orna::ipl::BayerRG12) << uint(orna::ipl::BayerRG8);
     }
     void displayImageRuleAndStageStamps()
     {
@@ -324,6 +327,9 @@ private Q_SLOTS:
         QCOMPARE(Worker()->GetAdjustFramesSeen(), passes);
         QTRY_COMPARE(recorder.adjustResults.size(), size_t(1));
         QVERIFY(recorder.adjustResults.front());
+        // Afterwards hot pixel correction is on, at sensitivity 3.
+        QCOMPARE(camera->GetIplHotpixelFeatureProvider()->GetSensitivityMode(), 3);
+        QVERIFY(camera->GetIplHotpixelFeatureProvider()->IsEnabled());
         // The stream was stopped again: the camera can acquire as before.
         QVERIFY(!camera->GetDataStream()->GetIsGrabbing());
         const int before = camera->GetFrameCounter();

@@ -53,10 +53,13 @@ CameraObject::~CameraObject()
         timerUpdateCounters->stop();
     if (camera != nullptr)
     {
-        // The display must not ask a dying camera for images.
+        // Nobody may reach the dying camera: not the display, not the panels that follow this window.
         display->SetCamera(nullptr);
         VisionCamera* dying = camera;
         camera = nullptr;
+        SetCamera(nullptr);
+        emit Signal_CameraChanged(nullptr);
+        emit CameraChanged(nullptr);
         delete dying;
     }
 }
@@ -387,7 +390,7 @@ void CameraObject::OnCameraOpened()
         host->UpdateOpenBusyState();
     isServiceFirmware = camera->GetCameraName().contains(QStringLiteral("service"), Qt::CaseInsensitive);
     isSpecialFamily = camera->GetFamilyName() == QLatin1String("RT-KM");
-    SetStatusWaiting(camera->IsAcquiring() || camera->IsStartAcquisitionOnOpen());
+    SetStatusWaiting(camera->IsAcquiring() && display->Scene()->PaintedFrames() == 0);
     RefreshTitle();
     UpdateControls();
 }
@@ -505,7 +508,7 @@ void CameraObject::UpdateControls()
     buttonFitIn->setEnabled(!isServiceFirmware);
     buttonNormalSize->setEnabled(!isServiceFirmware);
     spinboxScaleFactor->setEnabled(!isServiceFirmware);
-    if (!acquiring && waitingForImage && camera != nullptr && !camera->IsStartAcquisitionOnOpen())
+    if (!acquiring && waitingForImage && !openInProgress)
         SetStatusWaiting(false);
 }
 

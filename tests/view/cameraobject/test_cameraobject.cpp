@@ -238,6 +238,18 @@ private Q_SLOTS:
         QVERIFY(empty->Camera() != nullptr);
         QTRY_VERIFY_WITH_TIMEOUT(!empty->IsOpenInProgress(), 15000);
         QVERIFY(empty->Camera()->IsOpen());
+
+        // A lost camera that comes back: the title says so meanwhile, and the live button returns.
+        QTRY_VERIFY_WITH_TIMEOUT(empty->Camera()->IsAcquiring(), 10000);
+        QVERIFY(!empty->Title().contains(QStringLiteral("disconnected")));
+        empty->OnDisconnectDevice(false);
+        QVERIFY(empty->Title().endsWith(QStringLiteral(" (disconnected)")));
+        QVERIFY(empty->LiveButton()->IsBusy());
+        QVERIFY(!empty->LiveButton()->isEnabled());
+        empty->OnReconnectDevice();
+        QVERIFY(!empty->Title().contains(QStringLiteral("disconnected")));
+        QVERIFY(!empty->LiveButton()->IsBusy());
+        QVERIFY(empty->LiveButton()->isEnabled());
         window.SetCameraList(nullptr);
     }
 

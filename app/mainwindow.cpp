@@ -952,16 +952,19 @@ ControlElement* MainWindow::OpenCameraInNewWindow(std::shared_ptr<orna::core::De
     if (cameraObject == nullptr)
     {
         cameraObject = new CameraObject(this);
-        // A window that goes during its open (a failed open removes it) must not leave the button busy.
-        connect(cameraObject, &QObject::destroyed, this,
-                [this] {
-                    if (!m_beingDestroyed)
-                        QTimer::singleShot(0, this, &MainWindow::UpdateOpenBusyState);
-                });
         cameraObject->SetNeedsFirstPlacement(true);
         elements.push_back(cameraObject);
         cameraObject->setEnabled(false);
         cameraObject->SetParentElement(nullptr);
+    }
+    // A window that goes during its open (a failed open removes it) must not leave the button busy.
+    if (!cameraObject->property("openBusyWatched").toBool())
+    {
+        cameraObject->setProperty("openBusyWatched", true);
+        connect(cameraObject, &QObject::destroyed, this, [this] {
+            if (!m_beingDestroyed)
+                QTimer::singleShot(0, this, &MainWindow::UpdateOpenBusyState);
+        });
     }
     // The window sizes itself to the image once the open reports success.
     cameraObject->SetAwaitsSize(cameraObject->NeedsFirstPlacement());

@@ -177,6 +177,8 @@ private Q_SLOTS:
             QCOMPARE(CameraWindowCount(window), 1);
         }
         QTRY_VERIFY_WITH_TIMEOUT(!cameraWindow->IsOpenInProgress(), 15000);
+        QTRY_VERIFY(!open->IsBusy());
+        QVERIFY(cameraWindow->isEnabled());
         QPointer<VisionCamera> camera = cameraWindow->Camera();
         QTRY_VERIFY_WITH_TIMEOUT(camera->IsAcquiring(), 10000);
 
@@ -251,6 +253,34 @@ private Q_SLOTS:
         QVERIFY(!empty->LiveButton()->IsBusy());
         QVERIFY(empty->LiveButton()->isEnabled());
         window.SetCameraList(nullptr);
+    }
+
+    void serviceFirmwareLeavesOnlyTheGenericParameters()
+    {
+        ::setenv("ORNA_SIM_CAMERAS", "service", 1);
+        MainWindow window;
+        window.resize(1400, 1000);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        CameraListModel list;
+        window.SetCameraList(&list);
+        list.RunUpdate();
+        QTRY_VERIFY_WITH_TIMEOUT(list.FirstOpenableDevice() != nullptr, 10000);
+        auto* cameraWindow = qobject_cast<CameraObject*>(window.OpenCameraInNewWindow(list.FirstOpenableDevice()));
+        QVERIFY(cameraWindow != nullptr);
+        // A service camera ends its open without a stream; the window still leaves the open state.
+        QTRY_VERIFY_WITH_TIMEOUT(!cameraWindow->IsOpenInProgress(), 15000);
+        QVERIFY(cameraWindow->IsServiceFirmware());
+        QVERIFY(!cameraWindow->LiveButton()->isEnabled());
+        QVERIFY(!cameraWindow->FreezeButton()->isEnabled());
+        QVERIFY(!cameraWindow->MagicButton()->isEnabled());
+        QVERIFY(!cameraWindow->ToolButton(QStringLiteral("brightness.png"))->isEnabled());
+        QVERIFY(cameraWindow->ToolButton(QStringLiteral("nodes.png"))->isEnabled());
+        // A double click does not switch a service camera's view.
+        cameraWindow->OnMouseDoubleClicked();
+        QVERIFY(cameraWindow->LiveButton()->parentWidget()->isVisibleTo(cameraWindow));
+        window.SetCameraList(nullptr);
+        ::setenv("ORNA_SIM_CAMERAS", "1", 1);
     }
 
     void secondOptimisePressHasNoEffect()

@@ -66,7 +66,7 @@ CameraObject::~CameraObject()
 
 const QVector<double>& CameraObject::ZoomFactors()
 {
-    static const QVector<double> factors = {0.03, 0.05, 0.07, 0.1, 0.15, 0.2,  0.33, 0.5,  0.67, 1.0,
+    static const QVector<double> factors = {0.03, 0.05, 0.07, 0.1, 0.15, 0.2, 0.33, 0.5,  0.67, 1.0,
                                             1.5,  2.0,  3.0,  4.0, 6.0,  8.0, 12.0, 16.0, 24.0};
     return factors;
 }
@@ -179,7 +179,8 @@ void CameraObject::CreateControls()
     auto* upperLayout = new QHBoxLayout(upperToolbar);
     upperLayout->setContentsMargins(0, 0, 0, 0);
     upperLayout->setSpacing(2);
-    buttonDisplayOff = AddUpperButton(QStringLiteral("display_off.png"), tr("Disable image processing and display"), true);
+    buttonDisplayOff =
+        AddUpperButton(QStringLiteral("display_off.png"), tr("Disable image processing and display"), true);
     buttonFitIn = AddUpperButton(QStringLiteral("fit-in.png"), tr("Fit to screen"), false);
     buttonNormalSize = AddUpperButton(QStringLiteral("zoom-original.png"), tr("Original size"), false);
     spinboxScaleFactor = new CustomDiscreteSpinbox(upperToolbar);
@@ -290,10 +291,9 @@ void CameraObject::ConnectControls()
 
 void CameraObject::DisconnectControls()
 {
-    for (QObject* sender : std::initializer_list<QObject*>{buttonLive, buttonFreeze, buttonMagic, buttonDisplayOff,
-                                                            buttonFitIn, buttonNormalSize, buttonNoToolbar,
-                                                            spinboxScaleFactor, spinboxMagnifierFactor,
-                                                            display->View(), display})
+    for (QObject* sender : std::initializer_list<QObject*>{
+             buttonLive, buttonFreeze, buttonMagic, buttonDisplayOff, buttonFitIn, buttonNormalSize, buttonNoToolbar,
+             spinboxScaleFactor, spinboxMagnifierFactor, display->View(), display})
         disconnect(sender, nullptr, this, nullptr);
     for (IconButton* button : panelButtons)
         disconnect(button, nullptr, this, nullptr);

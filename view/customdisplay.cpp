@@ -42,8 +42,7 @@ void CustomDisplay::SetCamera(VisionCamera* camera)
     ImageBufferManager* buffers = camera->GetImageBufferManager();
     m_scene->SetImageSource([buffers] { return buffers->GetLastImage(); });
     // The manager dies with the camera; from then on there is nothing to paint.
-    m_cameraConnections.append(
-        connect(camera, &QObject::destroyed, this, [this] { m_scene->SetImageSource({}); }));
+    m_cameraConnections.append(connect(camera, &QObject::destroyed, this, [this] { m_scene->SetImageSource({}); }));
 }
 
 void CustomDisplay::SetImageSource(CustomGraphicsScene::ImageSource source)

@@ -305,7 +305,8 @@ private Q_SLOTS:
         bool routineMissing = false;
         connect(&LogMessageSender::Instance(), &LogMessageSender::Signal_LogOrnaError, this,
                 [&routineMissing](QString, QString, QString message, int) {
-                    if (message.contains(QStringLiteral("adjust routine")) && message.contains(QStringLiteral("not available")))
+                    if (message.contains(QStringLiteral("adjust routine")) &&
+                        message.contains(QStringLiteral("not available")))
                         routineMissing = true;
                 });
         cameraWindow->MagicButton()->click();

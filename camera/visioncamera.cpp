@@ -537,6 +537,8 @@ bool VisionCamera::StartAcquisition()
     const int64_t lastWidth = imageWidth, lastHeight = imageHeight, lastOffsetX = imageOffsetX,
                   lastOffsetY = imageOffsetY;
     const uint32_t lastFormat = pixelFormatSource;
+    // Unknown until the first buffer of this run; the geometry query must not use the previous run's count.
+    imagesPerBuffer = -1;
 
     if (!PrepareAcquisition())
         return false;
@@ -558,7 +560,6 @@ bool VisionCamera::StartAcquisition()
 
     const camera::TriggerMode triggerMode = GetTriggerMode(true);
     iplSharpnessFeatureProvider->SetFrameSkip(triggerMode == camera::TriggerMode::Off ? 9 : 0);
-    imagesPerBuffer = -1;
 
     try
     {
@@ -587,6 +588,22 @@ bool VisionCamera::StartAcquisition()
     {
         LogError(QString::fromLatin1(context), QString::fromUtf8(e.what()));
         LogError(QString::fromLatin1(context), QStringLiteral("Execute camera 'AcquisitionStart' failed!"));
+        // Leave nothing running: StopAcquisition returns at once while not acquiring, so undo the steps here.
+#ifdef LUMIVUE_HAS_CAPTURE_WORKER
+        if (captureWorker)
+            captureWorker->Stop();
+#endif
+        try
+        {
+            dataStream->KillWait();
+            StopThread(captureThread);
+            remoteDeviceNodeMap->FindNode<orna::core::nodes::IntegerNode>("TLParamsLocked")->SetValue(0);
+            dataStream->StopAcquisition(orna::core::AcquisitionStopMode::Default);
+        }
+        catch (const std::exception& undo)
+        {
+            LogError(QString::fromLatin1(context), QString::fromUtf8(undo.what()));
+        }
         return false;
     }
 

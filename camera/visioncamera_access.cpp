@@ -745,21 +745,22 @@ bool VisionCamera::UpdatePixelFormatSource()
     pixelFormatSource = 0;
     pixelFormatUnpacked = 0;
     uint32_t code = 0;
-    bool read = false;
+    bool present = false;
     const bool ok = Guarded(keyText, context, [&] {
         auto node = UsableNode<EnumerationNode>(remoteDeviceNodeMap, "PixelFormat", false);
         if (!node)
             return false;
+        present = true;
         auto current = node->GetCurrentEntry();
         if (!current)
             return false;
-        read = true;
         code = uint32_t(current->GetValue());
         return true;
     });
     if (!ok || !camera::IsKnownPixelFormat(code))
     {
-        if (read || !ok)
+        // A camera without the node (service firmware) is quiet; a format the system does not know is not.
+        if (present)
             LogError(QString::fromLatin1(context), invalid);
         return false;
     }

@@ -6,6 +6,8 @@
 #include "app/applicationglobals.h"
 #include "app/logmessagesender.h"
 #include "camera/imagebuffermanager.h"
+#include "nodetree/nodemapaccess.h"
+#include "nodetree/nodemapmodel.h"
 #include "orna/core/datastream.h"
 #include "orna/core/nodemap.h"
 #include "orna/core/nodes.h"
@@ -453,6 +455,45 @@ private Q_SLOTS:
         QVERIFY(camera->StopAcquisition());
         int incomplete = 0, dropped = 0, lost = 0;
         QVERIFY(!camera->GetDataStreamCounterInfos(incomplete, dropped, lost));
+    }
+
+    void asyncOpenEndsItsThreadAndFillsTheNodeModels()
+    {
+        auto camera = std::make_unique<VisionCamera>(nullptr, nullptr, color, false, false, true);
+        if (!camera->GetOpenWorker())
+            QSKIP("the open worker is not part of this build");
+        // The open runs on openThread; its result ends the thread.
+        QTRY_VERIFY_WITH_TIMEOUT(!camera->GetOpenThread()->isRunning(), 10000);
+        QVERIFY(camera->IsOpen());
+        QVERIFY(camera->GetEventThread()->isRunning());
+        // The node maps reach the GUI thread's models by a queued call.
+        QTRY_VERIFY(camera->GetNodeMapAccess(XmlModule::RemoteDevice)->GetItemCount() > 50);
+        QTRY_VERIFY(camera->GetNodeMapAccess(XmlModule::DataStream)->GetItemCount() > 0);
+        QVERIFY(camera->GetNodeMapModel(XmlModule::Device)->rowCount() > 0);
+        QSignalSpy closed(camera.get(), &VisionCamera::Signal_Closed);
+        camera.reset();
+        QCOMPARE(closed.count(), 1);
+    }
+
+    void deviceListEventsOfThisCameraArePassedOn()
+    {
+        auto camera = OpenCamera(mono);
+        QVERIFY(camera->IsOpen());
+        QSignalSpy disconnected(camera.get(), &VisionCamera::Signal_Disconnected);
+        QSignalSpy reconnected(camera.get(), &VisionCamera::Signal_Reconnected);
+        camera->OnSignalDeviceLost("another camera");
+        camera->OnSignalDeviceDisconnected("another camera");
+        camera->OnSignalDeviceReconnected(color, DeviceReconnectInformation());
+        QCOMPARE(disconnected.count(), 0);
+        QCOMPARE(reconnected.count(), 0);
+        camera->OnSignalDeviceLost(mono->GetKey());
+        camera->OnSignalDeviceDisconnected(mono->GetKey());
+        QCOMPARE(disconnected.count(), 2);
+        QCOMPARE(disconnected.at(0).at(0).toBool(), true);
+        QCOMPARE(disconnected.at(1).at(0).toBool(), false);
+        camera->OnSignalDeviceReconnected(mono, DeviceReconnectInformation());
+        QCOMPARE(reconnected.count(), 1);
+        QCOMPARE(camera->GetReconnectCounter(), 1);
     }
 
     void closingReleasesTheDeviceForTheNextOpen()

@@ -1050,10 +1050,10 @@ void MainWindow::OnHasOpenedCameraInServiceFirmware(QString name, QWidget* camer
     VisionCamera* camera = cameraObject ? cameraObject->findChild<VisionCamera*>() : nullptr;
     const QString bootStatus = camera ? camera->GetBootStatusText() : QStringLiteral("OK");
     const QString description = camera ? camera->GetDeviceBootStatusDescription() : QString();
-    InfoDialog dialog(this, tr("Service firmware"),
-                      camera::ServiceFirmwareDialogText(bootStatus, description, desk::DownloadUrl(),
-                                                        desk::SupportUrl()),
-                      IsHeadless() ? 1 : 0);
+    InfoDialog dialog(
+        this, tr("Service firmware"),
+        camera::ServiceFirmwareDialogText(bootStatus, description, desk::DownloadUrl(), desk::SupportUrl()),
+        IsHeadless() ? 1 : 0);
     dialog.exec();
 }
 

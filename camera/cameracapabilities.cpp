@@ -172,8 +172,7 @@ void SaveAndResetTriggerModes(const std::shared_ptr<NodeMap>& map, std::vector<S
     selector->SetCurrentEntryBySymbolicValue(selectedBefore);
 }
 
-bool RestoreTriggerModes(const std::shared_ptr<NodeMap>& map, std::vector<SavedTriggerMode>& saved,
-                         std::string& error)
+bool RestoreTriggerModes(const std::shared_ptr<NodeMap>& map, std::vector<SavedTriggerMode>& saved, std::string& error)
 {
     error.clear();
     if (saved.empty())

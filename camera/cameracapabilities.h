@@ -66,8 +66,7 @@ bool ReadCameraFile(const std::shared_ptr<orna::core::NodeMap>& map, const std::
 bool WriteCameraFile(const std::shared_ptr<orna::core::NodeMap>& map, const std::string& fileName,
                      const std::vector<uint8_t>& content, std::string& error, int64_t& bytesDone,
                      const FileProgress& progress = {});
-bool DeleteCameraFile(const std::shared_ptr<orna::core::NodeMap>& map, const std::string& fileName,
-                      std::string& error);
+bool DeleteCameraFile(const std::shared_ptr<orna::core::NodeMap>& map, const std::string& fileName, std::string& error);
 
 // --- XML description
 

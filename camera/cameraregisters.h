@@ -32,7 +32,6 @@ bool RegisterReadable(const std::shared_ptr<orna::core::Device>& device, uint64_
 std::vector<uint8_t> RegisterRead(const std::shared_ptr<orna::core::Device>& device, uint64_t address, size_t length,
                                   bool* ok);
 // Writes value as 4 bytes in the host's byte order (little-endian, as the lock register and USB3 Vision).
-void RegisterWriteUint32(const std::shared_ptr<orna::core::Device>& device, uint64_t address, uint32_t value,
-                         bool* ok);
+void RegisterWriteUint32(const std::shared_ptr<orna::core::Device>& device, uint64_t address, uint32_t value, bool* ok);
 
 } // namespace camera

@@ -13,8 +13,8 @@ PasswordProtectionHandler::PasswordProtectionHandler(const std::shared_ptr<orna:
         if (camera::RegisterReadable(device, camera::kLockRegisterAddress, camera::kLockRegisterLength))
         {
             bool ok = false;
-            const auto bytes = camera::RegisterRead(device, camera::kLockRegisterAddress, camera::kLockRegisterLength,
-                                                    &ok);
+            const auto bytes =
+                camera::RegisterRead(device, camera::kLockRegisterAddress, camera::kLockRegisterLength, &ok);
             locked = ok && !bytes.empty() && bytes[0] == 1;
         }
     }

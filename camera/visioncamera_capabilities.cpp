@@ -237,8 +237,7 @@ bool VisionCamera::InitGainNames()
     hasGainDigitalBlue = has("DigitalBlue");
     hasGainAnalogBlue = has("AnalogBlue");
     // A colour camera without gains of its own for red and blue needs the host's.
-    const bool cameraColourGains =
-        (hasGainDigitalRed || hasGainAnalogRed) && (hasGainDigitalBlue || hasGainAnalogBlue);
+    const bool cameraColourGains = (hasGainDigitalRed || hasGainAnalogRed) && (hasGainDigitalBlue || hasGainAnalogBlue);
     hostGainRequired = isColorCamera && !cameraColourGains;
     return true;
 }
@@ -312,7 +311,9 @@ bool VisionCamera::InitLineNames()
         if (!remoteDeviceNodeMap || !remoteDeviceNodeMap->GetHasNode("LineSelector"))
             return true;
         const auto lines = camera::AccessibleEntries(remoteDeviceNodeMap, "LineSelector");
-        auto present = [&](const std::string& line) { return std::find(lines.begin(), lines.end(), line) != lines.end(); };
+        auto present = [&](const std::string& line) {
+            return std::find(lines.begin(), lines.end(), line) != lines.end();
+        };
         lineInputs.push_back("Line0");
         lineOutputs.push_back("Line1");
         for (int i = 2; i <= 6; ++i)
@@ -583,7 +584,8 @@ bool VisionCamera::SaveUserSetToFile(const std::string& path)
 // ---- XML descriptions
 
 bool VisionCamera::GetXMLContent(XmlModule module, const std::shared_ptr<DeviceDescriptor>& deviceDescriptor,
-                                 const std::shared_ptr<Port>& port, std::string& fileName, std::vector<uint8_t>& content)
+                                 const std::shared_ptr<Port>& port, std::string& fileName,
+                                 std::vector<uint8_t>& content)
 {
     const QString context = QStringLiteral(
         "bool VisionCamera::GetXMLContent(XmlModule, const std::shared_ptr<orna::core::DeviceDescriptor> &, const "

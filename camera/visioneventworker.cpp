@@ -11,7 +11,6 @@
 
 #include <mutex>
 
-
 namespace {
 
 const QString kStartContext = QStringLiteral("void VisionEventWorker::OnStart()");
@@ -268,7 +267,7 @@ void VisionEventWorker::HandleConnectionEvent(const std::shared_ptr<orna::core::
     else
     {
         Q_EMIT LogMessageSender::Instance().Signal_LogEvent(
-            camera->keyText, kStartContext, QStringLiteral("Camera unknown connection status: ") + QString::number(state),
-            1);
+            camera->keyText, kStartContext,
+            QStringLiteral("Camera unknown connection status: ") + QString::number(state), 1);
     }
 }

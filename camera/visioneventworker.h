@@ -28,7 +28,6 @@ class EventController;
 class NodeMap;
 } // namespace orna::core
 
-
 class VisionEventWorker : public QObject
 {
     Q_OBJECT

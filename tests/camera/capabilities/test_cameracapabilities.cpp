@@ -1,8 +1,8 @@
 // The capability rules over node maps: files in camera memory on a simulated camera (byte-exact round trip,
 // a write that fails after open still closes the file), trigger modes saved and restored, probes of entries
 // that are listed but not available (a hand-made map), and the XML description read through each port.
-#include "camera/cameracapabilities.h"
 #include "../openworker/simdescriptors.h"
+#include "camera/cameracapabilities.h"
 
 #include "orna/core/detail/localnodemap.h"
 #include "orna/core/exception.h"
@@ -53,9 +53,9 @@ TEST_F(CameraCapabilities, FileWrittenToTheCameraReadsBackByteForByte)
     std::string error;
     int64_t done = -1;
     std::vector<std::pair<int64_t, int64_t>> steps;
-    ASSERT_TRUE(camera::WriteCameraFile(map, "UserData", data, error, done,
-                                        [&](int64_t d, int64_t t) { steps.emplace_back(d, t); }))
-        << error;
+    ASSERT_TRUE(camera::WriteCameraFile(map, "UserData", data, error, done, [&](int64_t d, int64_t t) {
+        steps.emplace_back(d, t);
+    })) << error;
     EXPECT_EQ(done, int64_t(data.size()));
     ASSERT_EQ(steps.size(), 6u);
     EXPECT_EQ(steps.front(), std::make_pair(int64_t(1024), int64_t(data.size())));

@@ -1,8 +1,8 @@
 // Parameter files between simulated cameras: a file saved from one camera loads into another of the same
 // model; a file cut short anywhere, a file of another model, garbage, and a file whose values the camera
 // refuses halfway all fail with a reason and leave the camera's values as they were.
-#include "camera/parameterfile.h"
 #include "../openworker/simdescriptors.h"
+#include "camera/parameterfile.h"
 
 #include "orna/core/sim/simregistry.h"
 

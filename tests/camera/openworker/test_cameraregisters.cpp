@@ -125,7 +125,8 @@ TEST_F(CameraRegisters, HandlerOfACameraThatCannotBeOpenedLogsAndSaysUnlocked)
     logs.clear();
     EXPECT_FALSE(PasswordProtectionHandler(descriptor).IsPasswordProtected());
     ASSERT_EQ(logs.size(), 1);
-    EXPECT_TRUE(logs.front().startsWith("PasswordProtectionHandler::PasswordProtectionHandler(")) << logs.front().toStdString();
+    EXPECT_TRUE(logs.front().startsWith("PasswordProtectionHandler::PasswordProtectionHandler("))
+        << logs.front().toStdString();
     EXPECT_TRUE(PasswordProtectionHandler(nullptr).IsPasswordProtected() == false);
 }
 

@@ -69,7 +69,8 @@ TEST(EventTypeNames, Table)
 
 TEST(OpenDialogTexts, BootStatusReport)
 {
-    const QString text = camera::BootStatusDialogText("ConfigurationCrcError", "CRC wrong", "https://dl", "https://sup");
+    const QString text =
+        camera::BootStatusDialogText("ConfigurationCrcError", "CRC wrong", "https://dl", "https://sup");
     EXPECT_EQ(text.toStdString(),
               "The camera has reported the following boot status:\n\n\"ConfigurationCrcError: CRC wrong\"\n\n"
               "This message should disappear after the next camera reboot (power off).\n"

@@ -139,8 +139,13 @@ private Q_SLOTS:
         QVERIFY(camera->GetIntegerValue("EventTestTimestamp", ReadValueType::Value, timestamp));
         QCOMPARE(events.front().at(1).toLongLong(), qint64(timestamp));
 
-        // Closing stops the event worker out of its wait.
+        // Closing stops the event worker out of its wait, quietly.
+        QSignalSpy closed(camera.get(), &VisionCamera::Signal_Closed);
+        camera->ExitCamera();
+        QCOMPARE(closed.size(), 1);
+        QVERIFY(!camera->GetEventThread() || !camera->GetEventThread()->isRunning());
         camera.reset();
+        QVERIFY2(logErrors.isEmpty(), qPrintable(logErrors.join('\n')));
     }
 
     void bootErrorReachesTheMainWindow()

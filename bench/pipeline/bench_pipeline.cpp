@@ -12,6 +12,7 @@
 //                         "painted"; baseline is the frame interval, ratio = baseline / ours.
 //
 // LUMIVUE_BENCH_QUICK=1 shortens every measurement to 5 s.
+#include "app/logmessagesender.h"
 #include "camera/visioncamera.h"
 #include "camera/visionimagecaptureworker.h"
 #include "orna/core/datastream.h"
@@ -270,23 +271,32 @@ void RunSimOverhead(const Producer& sim)
     camera->StopAcquisition();
     const double ours = CaptureCpu::MsPerFrame(from, to);
 
-    // The bare conversion of a frame of the same geometry, on this thread, with its own pre-allocated pool.
+    // The bare conversion of frames of the same geometry, on this thread, with its own pre-allocated pool. The
+    // sources rotate through as many images as the stream has buffers, so that neither side converts from a
+    // warm cache.
     orna::ipl::ImageConverter converter;
     converter.PreAllocateConversion(orna::ipl::BayerRG8, orna::ipl::BGRa8, kWidth, kHeight, 5);
-    orna::ipl::Image raw = orna::ipl::Image::Construct(orna::ipl::BayerRG8, kWidth, kHeight);
-    for (size_t i = 0; i < raw.GetByteCount(); ++i)
-        raw.GetData()[i] = uint8_t((i * 7 + (i / kWidth) * 3) & 0xFF);
+    std::vector<orna::ipl::Image> raws;
+    for (int r = 0; r < std::max(1, camera->GetNumBuffers()); ++r)
+    {
+        raws.push_back(orna::ipl::Image::Construct(orna::ipl::BayerRG8, kWidth, kHeight));
+        uint8_t* data = raws.back().GetData();
+        for (size_t i = 0; i < raws.back().GetByteCount(); ++i)
+            data[i] = uint8_t((i * 7 + (i / kWidth) * 3 + size_t(r) * 11) & 0xFF);
+    }
     const int rounds = std::max(20, (to.frames - from.frames) / 4);
-    { orna::ipl::Image warm = converter.Convert(raw, orna::ipl::BGRa8); }
+    {
+        orna::ipl::Image warm = converter.Convert(raws.front(), orna::ipl::BGRa8);
+    }
     const int64_t cpuStart = ThreadCpu_ns();
     for (int i = 0; i < rounds; ++i)
     {
-        orna::ipl::Image converted = converter.Convert(raw, orna::ipl::BGRa8);
+        orna::ipl::Image converted = converter.Convert(raws[size_t(i) % raws.size()], orna::ipl::BGRa8);
     }
     const double baseline = double(ThreadCpu_ns() - cpuStart) / 1e6 / rounds;
     Print("pipeline_sim_overhead", ours, baseline, ours > 0 ? baseline / ours : 0, "ms");
     std::printf("# pipeline_sim_overhead: %d frames in %.1f s (%.1f frames/s) at %ux%u BayerRG8 -> BGRa8, capture "
-                "thread %.3f ms/frame, bare conversion %.3f ms/frame\n",
+                "thread %.3f ms/frame, bare conversion %.3f ms/frame (image kernels on one thread)\n",
                 to.frames - from.frames, seconds, (to.frames - from.frames) / seconds, kWidth, kHeight, ours,
                 baseline);
     std::fflush(stdout);
@@ -375,6 +385,7 @@ struct GevResult
     double fps = 0;
     int frames = 0;
     uint64_t lost = 0;
+    int incomplete = 0;
     double cpuPerFrame = 0;
 };
 
@@ -403,11 +414,15 @@ GevResult RunGevOurs(const Producer& gev)
     auto stream = camera->GetDataStream();
     const auto countersFrom = stream->Counters();
     const CaptureCpu from = CaptureCpu::Take(camera.get());
+    const int incompleteFrom = camera->GetIncompleteCounter();
     const auto start = Clock::now();
     Spin(MeasureTime());
     const CaptureCpu to = CaptureCpu::Take(camera.get());
     const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
     const auto countersTo = stream->Counters();
+    result.incomplete = camera->GetIncompleteCounter() - incompleteFrom;
+    for (const auto& [name, value] : countersTo.transport)
+        std::fprintf(stderr, "pipeline_gev: transport %s = %llu\n", name.c_str(), (unsigned long long)value);
     camera->StopAcquisition();
     result.frames = to.frames - from.frames;
     result.fps = result.frames / seconds;
@@ -472,9 +487,9 @@ void RunGev()
         const GevResult ours = RunGevOurs(gev);
         const double baseline = RunGevBaseline();
         Print("pipeline_gev", ours.fps, baseline, baseline > 0 ? ours.fps / baseline : 0, "frames/s");
-        std::printf("# pipeline_gev: %d frames, lost %llu, capture thread CPU %.3f ms/frame (2048x2048 Mono8, packet "
-                    "size %d, display on)\n",
-                    ours.frames, (unsigned long long)ours.lost, ours.cpuPerFrame, kPacketSize);
+        std::printf("# pipeline_gev: %d frames, lost %llu, incomplete %d, capture thread CPU %.3f ms/frame (2048x2048 "
+                    "Mono8, packet size %d, display on)\n",
+                    ours.frames, (unsigned long long)ours.lost, ours.incomplete, ours.cpuPerFrame, kPacketSize);
         std::fflush(stdout);
     }
     catch (const std::exception& e)
@@ -490,24 +505,49 @@ int main(int argc, char** argv)
 {
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
-    const bool gev = LoopbackOnly();
+    // The overhead comparison runs in a child process whose image kernels use one thread: with OpenCV's pool
+    // helping, a thread's CPU time depends on how busy the other cores are, which differs between the bare
+    // conversion (machine idle) and the running pipeline (camera and display busy).
+    const bool overheadOnly = argc > 1 && std::string(argv[1]) == "--sim-overhead";
+    if (!overheadOnly)
+    {
+        ::setenv("OPENCV_FOR_THREADS_NUM", "1", 1);
+        ::setenv("OMP_NUM_THREADS", "1", 1);
+        const pid_t child = Spawn({"/proc/self/exe", "--sim-overhead"});
+        if (child > 0)
+            ::waitpid(child, nullptr, 0);
+        ::unsetenv("OPENCV_FOR_THREADS_NUM");
+        ::unsetenv("OMP_NUM_THREADS");
+    }
+    const bool gev = LoopbackOnly() && !overheadOnly;
     ::setenv("ORNA_TRANSPORTS", gev ? "sim,gev" : "sim", 1);
     ::setenv(sim::kSimCamerasEnvironmentVariable, "color,color12mp", 1);
     QApplication app(argc, argv);
+    // The pipeline's own reports go to stderr (the first ones only): a benchmark that logs is suspect.
+    int logLines = 0;
+    QObject::connect(&LogMessageSender::Instance(), &LogMessageSender::Signal_LogOrnaError, &app,
+                     [&logLines](QString origin, QString context, QString message, int) {
+                         if (++logLines <= 20)
+                             std::fprintf(stderr, "log: %s %s: %s\n", qPrintable(origin), qPrintable(context),
+                                          qPrintable(message));
+                     });
     orna::Library::Initialize();
     {
         Producer simProducer;
         if (OpenProducer("sim:", "", simProducer))
         {
-            RunSimOverhead(simProducer);
-            RunDisplayLatency(simProducer);
+            if (overheadOnly)
+                RunSimOverhead(simProducer);
+            else
+                RunDisplayLatency(simProducer);
         }
         else
         {
             std::fprintf(stderr, "pipeline: the sim: producer is not available\n");
         }
     }
-    RunGev();
+    if (!overheadOnly)
+        RunGev();
     orna::Library::Close();
     return 0;
 }

@@ -249,6 +249,34 @@ private Q_SLOTS:
         camera->SetPixelFormatSourceOverString(serial.startsWith(QLatin1String("LVSM")) ? "Mono8" : "BayerRG8");
     }
 
+    // Several images in one buffer: the first buffer of the acquisition tells how many, the geometry follows, and
+    // every frame is one tall image.
+    void multiImageBufferIsFoundOnTheFirstFrame()
+    {
+        Open("LVSM00001");
+        QVERIFY(camera->SetEnumerationEntry("ImageBufferMode", "MultiImage"));
+        QVERIFY(camera->SetIntegerValue("ImageBufferImageCount", 3));
+        QVERIFY(camera->StartAcquisition());
+        QCOMPARE(camera->GetImagesPerBuffer(), -1);
+        QTRY_VERIFY(recorder.displays >= 3);
+        QVERIFY(camera->StopAcquisition());
+        QCOMPARE(camera->GetImagesPerBuffer(), 3);
+        QCOMPARE(camera->GetImageHeight(), int64_t(3 * 480));
+        auto last = camera->GetImageBufferManager()->GetLastImage();
+        QVERIFY(last);
+        QCOMPARE(last->GetHeight(), 3u * 480u);
+        QCOMPARE(last->GetWidth(), 640u);
+        QVERIFY2(recorder.log.isEmpty(), qPrintable(recorder.log.join(QLatin1Char('\n'))));
+        QVERIFY(camera->SetEnumerationEntry("ImageBufferMode", "SingleImage"));
+        // The next acquisition finds one image a buffer again.
+        QVERIFY(camera->StartAcquisition());
+        const int displays = recorder.displays;
+        QTRY_VERIFY(recorder.displays >= displays + 2);
+        QVERIFY(camera->StopAcquisition());
+        QCOMPARE(camera->GetImagesPerBuffer(), 1);
+        QCOMPARE(camera->GetImageBufferManager()->GetLastImage()->GetHeight(), 480u);
+    }
+
     // The single frame routine takes one frame the normal way and hands it to the frame callback.
     void singleFrameUsesTheCallback()
     {

@@ -1015,6 +1015,18 @@ void MainWindow::UpdateOpenBusyState()
         buttonOpenCamera->SetBusy(false);
 }
 
+void MainWindow::PlaceOpenedCameraWindow(CameraObject* cameraObject, int imageWidth, int imageHeight)
+{
+    if (cameraObject == nullptr || !cameraObject->AwaitsSize() || m_beingDestroyed)
+        return;
+    cameraObject->SetAwaitsSize(false);
+    const QRect area = DockingRect(!cameraObject->IsDocked());
+    const QSize size =
+        desk::CameraWindowSize(imageWidth, imageHeight, area, cameraObject->pos(), ApplicationGlobals::gridSize);
+    cameraObject->resize(size);
+    CenterElement(cameraObject);
+}
+
 void MainWindow::EnableOpenButton(bool enable)
 {
     buttonOpenCamera->setEnabled(enable);

@@ -387,7 +387,11 @@ void CameraObject::OnCameraOpened()
     openInProgress = false;
     setEnabled(true);
     if (auto* host = qobject_cast<MainWindow*>(mainWindow))
+    {
         host->UpdateOpenBusyState();
+        host->PlaceOpenedCameraWindow(this, static_cast<int>(camera->GetImageWidth()),
+                                      static_cast<int>(camera->GetImageHeight()));
+    }
     isServiceFirmware = camera->GetCameraName().contains(QStringLiteral("service"), Qt::CaseInsensitive);
     isSpecialFamily = camera->GetFamilyName() == QLatin1String("RT-KM");
     SetStatusWaiting(camera->IsAcquiring() && display->Scene()->PaintedFrames() == 0);

@@ -179,6 +179,11 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(!cameraWindow->IsOpenInProgress(), 15000);
         QTRY_VERIFY(!open->IsBusy());
         QVERIFY(cameraWindow->isEnabled());
+        // The new window took the size of its 16:10 image: wider than high, both on the grid (n * 20 + 1).
+        QVERIFY(!cameraWindow->AwaitsSize());
+        QVERIFY(cameraWindow->width() > cameraWindow->height());
+        QCOMPARE(cameraWindow->width() % ApplicationGlobals::gridSize, 1);
+        QCOMPARE(cameraWindow->height() % ApplicationGlobals::gridSize, 1);
         QPointer<VisionCamera> camera = cameraWindow->Camera();
         QTRY_VERIFY_WITH_TIMEOUT(camera->IsAcquiring(), 10000);
 

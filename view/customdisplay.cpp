@@ -22,6 +22,13 @@ CustomDisplay::CustomDisplay(QWidget* parent) : QWidget(parent)
 CustomDisplay::~CustomDisplay()
 {
     DropCameraConnections();
+    // The view goes before the scene: a scene that dies first detaches its views, whose scroll bars then
+    // report to this half-destroyed widget.
+    disconnect(m_view, nullptr, this, nullptr);
+    delete m_view;
+    m_view = nullptr;
+    delete m_scene;
+    m_scene = nullptr;
 }
 
 void CustomDisplay::DropCameraConnections()

@@ -41,9 +41,9 @@
 #include "discovery/devicemanager.h"
 #include "orna/afl/orna_afl.h"
 #include "orna/core/exception.h"
-#include "view/cameraobject.h"
 #include "orna/core/library.h"
 #include "orna/ifl/inference.h"
+#include "view/cameraobject.h"
 #include "widgets/customcombobox.h"
 #include "widgets/customedit.h"
 #include "widgets/customlabel.h"
@@ -952,16 +952,19 @@ ControlElement* MainWindow::OpenCameraInNewWindow(std::shared_ptr<orna::core::De
     if (cameraObject == nullptr)
     {
         cameraObject = new CameraObject(this);
-        // A window that goes during its open (a failed open removes it) must not leave the button busy.
-        connect(cameraObject, &QObject::destroyed, this,
-                [this] {
-                    if (!m_beingDestroyed)
-                        QTimer::singleShot(0, this, &MainWindow::UpdateOpenBusyState);
-                });
         cameraObject->SetNeedsFirstPlacement(true);
         elements.push_back(cameraObject);
         cameraObject->setEnabled(false);
         cameraObject->SetParentElement(nullptr);
+    }
+    // A window that goes during its open (a failed open removes it) must not leave the button busy.
+    if (!cameraObject->property("openBusyWatched").toBool())
+    {
+        cameraObject->setProperty("openBusyWatched", true);
+        connect(cameraObject, &QObject::destroyed, this, [this] {
+            if (!m_beingDestroyed)
+                QTimer::singleShot(0, this, &MainWindow::UpdateOpenBusyState);
+        });
     }
     // The window sizes itself to the image once the open reports success.
     cameraObject->SetAwaitsSize(cameraObject->NeedsFirstPlacement());
@@ -1010,6 +1013,18 @@ void MainWindow::UpdateOpenBusyState()
 {
     if (!AnyOpenInProgress())
         buttonOpenCamera->SetBusy(false);
+}
+
+void MainWindow::PlaceOpenedCameraWindow(CameraObject* cameraObject, int imageWidth, int imageHeight)
+{
+    if (cameraObject == nullptr || !cameraObject->AwaitsSize() || m_beingDestroyed)
+        return;
+    cameraObject->SetAwaitsSize(false);
+    const QRect area = DockingRect(!cameraObject->IsDocked());
+    const QSize size =
+        desk::CameraWindowSize(imageWidth, imageHeight, area, cameraObject->pos(), ApplicationGlobals::gridSize);
+    cameraObject->resize(size);
+    CenterElement(cameraObject);
 }
 
 void MainWindow::EnableOpenButton(bool enable)

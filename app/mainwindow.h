@@ -34,6 +34,7 @@ class DeviceDescriptor;
 class ApplicationInfo;
 class ApplicationSettings;
 class CameraListModel;
+class CameraObject;
 class ControlElement;
 class CustomComboBox;
 class CustomEdit;
@@ -113,6 +114,10 @@ public:
     CameraListModel* CameraList() const;
     // Stops the open button's busy animation once no camera window has its open in progress.
     void UpdateOpenBusyState();
+    // Gives a new camera window, once its camera is open, the size its image asks for (the full height of
+    // the docking area, the width by the image's aspect) and centres it; windows that do not await their
+    // size are left alone.
+    void PlaceOpenedCameraWindow(CameraObject* cameraObject, int imageWidth, int imageHeight);
 
     // For tests and the workspace: the two vectors and the fixed elements.
     const std::vector<ControlElement*>& Elements() const { return elements; }

@@ -53,17 +53,20 @@ CameraObject::~CameraObject()
         timerUpdateCounters->stop();
     if (camera != nullptr)
     {
-        // The display must not ask a dying camera for images.
+        // Nobody may reach the dying camera: not the display, not the panels that follow this window.
         display->SetCamera(nullptr);
         VisionCamera* dying = camera;
         camera = nullptr;
+        SetCamera(nullptr);
+        emit Signal_CameraChanged(nullptr);
+        emit CameraChanged(nullptr);
         delete dying;
     }
 }
 
 const QVector<double>& CameraObject::ZoomFactors()
 {
-    static const QVector<double> factors = {0.03, 0.05, 0.07, 0.1, 0.15, 0.2,  0.33, 0.5,  0.67, 1.0,
+    static const QVector<double> factors = {0.03, 0.05, 0.07, 0.1, 0.15, 0.2, 0.33, 0.5,  0.67, 1.0,
                                             1.5,  2.0,  3.0,  4.0, 6.0,  8.0, 12.0, 16.0, 24.0};
     return factors;
 }
@@ -176,7 +179,8 @@ void CameraObject::CreateControls()
     auto* upperLayout = new QHBoxLayout(upperToolbar);
     upperLayout->setContentsMargins(0, 0, 0, 0);
     upperLayout->setSpacing(2);
-    buttonDisplayOff = AddUpperButton(QStringLiteral("display_off.png"), tr("Disable image processing and display"), true);
+    buttonDisplayOff =
+        AddUpperButton(QStringLiteral("display_off.png"), tr("Disable image processing and display"), true);
     buttonFitIn = AddUpperButton(QStringLiteral("fit-in.png"), tr("Fit to screen"), false);
     buttonNormalSize = AddUpperButton(QStringLiteral("zoom-original.png"), tr("Original size"), false);
     spinboxScaleFactor = new CustomDiscreteSpinbox(upperToolbar);
@@ -287,10 +291,9 @@ void CameraObject::ConnectControls()
 
 void CameraObject::DisconnectControls()
 {
-    for (QObject* sender : std::initializer_list<QObject*>{buttonLive, buttonFreeze, buttonMagic, buttonDisplayOff,
-                                                            buttonFitIn, buttonNormalSize, buttonNoToolbar,
-                                                            spinboxScaleFactor, spinboxMagnifierFactor,
-                                                            display->View(), display})
+    for (QObject* sender : std::initializer_list<QObject*>{
+             buttonLive, buttonFreeze, buttonMagic, buttonDisplayOff, buttonFitIn, buttonNormalSize, buttonNoToolbar,
+             spinboxScaleFactor, spinboxMagnifierFactor, display->View(), display})
         disconnect(sender, nullptr, this, nullptr);
     for (IconButton* button : panelButtons)
         disconnect(button, nullptr, this, nullptr);
@@ -384,10 +387,14 @@ void CameraObject::OnCameraOpened()
     openInProgress = false;
     setEnabled(true);
     if (auto* host = qobject_cast<MainWindow*>(mainWindow))
+    {
         host->UpdateOpenBusyState();
+        host->PlaceOpenedCameraWindow(this, static_cast<int>(camera->GetImageWidth()),
+                                      static_cast<int>(camera->GetImageHeight()));
+    }
     isServiceFirmware = camera->GetCameraName().contains(QStringLiteral("service"), Qt::CaseInsensitive);
     isSpecialFamily = camera->GetFamilyName() == QLatin1String("RT-KM");
-    SetStatusWaiting(camera->IsAcquiring() || camera->IsStartAcquisitionOnOpen());
+    SetStatusWaiting(camera->IsAcquiring() && display->Scene()->PaintedFrames() == 0);
     RefreshTitle();
     UpdateControls();
 }
@@ -505,7 +512,7 @@ void CameraObject::UpdateControls()
     buttonFitIn->setEnabled(!isServiceFirmware);
     buttonNormalSize->setEnabled(!isServiceFirmware);
     spinboxScaleFactor->setEnabled(!isServiceFirmware);
-    if (!acquiring && waitingForImage && camera != nullptr && !camera->IsStartAcquisitionOnOpen())
+    if (!acquiring && waitingForImage && !openInProgress)
         SetStatusWaiting(false);
 }
 

@@ -11,8 +11,8 @@
 
 #include "controlelement/controlelement.h"
 
-#include <QPointer>
 #include <QPoint>
+#include <QPointer>
 #include <QString>
 #include <QVector>
 

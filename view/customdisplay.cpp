@@ -22,6 +22,13 @@ CustomDisplay::CustomDisplay(QWidget* parent) : QWidget(parent)
 CustomDisplay::~CustomDisplay()
 {
     DropCameraConnections();
+    // The view goes before the scene: a scene that dies first detaches its views, whose scroll bars then
+    // report to this half-destroyed widget.
+    disconnect(m_view, nullptr, this, nullptr);
+    delete m_view;
+    m_view = nullptr;
+    delete m_scene;
+    m_scene = nullptr;
 }
 
 void CustomDisplay::DropCameraConnections()
@@ -42,8 +49,7 @@ void CustomDisplay::SetCamera(VisionCamera* camera)
     ImageBufferManager* buffers = camera->GetImageBufferManager();
     m_scene->SetImageSource([buffers] { return buffers->GetLastImage(); });
     // The manager dies with the camera; from then on there is nothing to paint.
-    m_cameraConnections.append(
-        connect(camera, &QObject::destroyed, this, [this] { m_scene->SetImageSource({}); }));
+    m_cameraConnections.append(connect(camera, &QObject::destroyed, this, [this] { m_scene->SetImageSource({}); }));
 }
 
 void CustomDisplay::SetImageSource(CustomGraphicsScene::ImageSource source)

@@ -16,9 +16,8 @@ constexpr size_t kPoolImages = 2;
 CustomGraphicsScene::CustomGraphicsScene(QObject* parent) : QGraphicsScene(parent)
 {
     pen = QPen(ApplicationGlobals::colorAccent.isValid() ? ApplicationGlobals::colorAccent : QColor(Qt::yellow), 2);
-    penSecond = QPen(ApplicationGlobals::colorHighlight2.isValid() ? ApplicationGlobals::colorHighlight2
-                                                                   : QColor(Qt::cyan),
-                     2);
+    penSecond =
+        QPen(ApplicationGlobals::colorHighlight2.isValid() ? ApplicationGlobals::colorHighlight2 : QColor(Qt::cyan), 2);
     crosshairPen = QPen(QColor(Qt::red), 1);
     // The frame is painted in the background step; no item index is needed.
     setItemIndexMethod(QGraphicsScene::NoIndex);
@@ -151,8 +150,7 @@ bool CustomGraphicsScene::PrepareFrame()
     {
         // Logged once per format; the next frames of the same kind fail silently.
         if (format != m_failedFormat)
-            LogMessageSender::Error(QStringLiteral("-"),
-                                    QStringLiteral("bool CustomGraphicsScene::PrepareFrame()"),
+            LogMessageSender::Error(QStringLiteral("-"), QStringLiteral("bool CustomGraphicsScene::PrepareFrame()"),
                                     tr("Cannot display image: ") + QString::fromUtf8(e.what()));
         m_failedFormat = format;
         m_poolSourceFormat = 0;
@@ -161,8 +159,8 @@ bool CustomGraphicsScene::PrepareFrame()
     }
     qformat = DirectFormat(displayFormat);
     const auto bytesPerLine = static_cast<qsizetype>(m_narrowed.GetByteCount() / static_cast<size_t>(height));
-    image = QImage(static_cast<const uchar*>(m_narrowed.GetData()), width, height, static_cast<int>(bytesPerLine),
-                   qformat);
+    image =
+        QImage(static_cast<const uchar*>(m_narrowed.GetData()), width, height, static_cast<int>(bytesPerLine), qformat);
     // The source stays held as well: the magnifier reads the deeper values from it.
     m_heldImage = std::move(source);
     m_lastPaintedFormat = format;

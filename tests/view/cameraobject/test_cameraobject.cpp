@@ -177,6 +177,13 @@ private Q_SLOTS:
             QCOMPARE(CameraWindowCount(window), 1);
         }
         QTRY_VERIFY_WITH_TIMEOUT(!cameraWindow->IsOpenInProgress(), 15000);
+        QTRY_VERIFY(!open->IsBusy());
+        QVERIFY(cameraWindow->isEnabled());
+        // The new window took the size of its 16:10 image: wider than high, both on the grid (n * 20 + 1).
+        QVERIFY(!cameraWindow->AwaitsSize());
+        QVERIFY(cameraWindow->width() > cameraWindow->height());
+        QCOMPARE(cameraWindow->width() % ApplicationGlobals::gridSize, 1);
+        QCOMPARE(cameraWindow->height() % ApplicationGlobals::gridSize, 1);
         QPointer<VisionCamera> camera = cameraWindow->Camera();
         QTRY_VERIFY_WITH_TIMEOUT(camera->IsAcquiring(), 10000);
 
@@ -238,7 +245,47 @@ private Q_SLOTS:
         QVERIFY(empty->Camera() != nullptr);
         QTRY_VERIFY_WITH_TIMEOUT(!empty->IsOpenInProgress(), 15000);
         QVERIFY(empty->Camera()->IsOpen());
+
+        // A lost camera that comes back: the title says so meanwhile, and the live button returns.
+        QTRY_VERIFY_WITH_TIMEOUT(empty->Camera()->IsAcquiring(), 10000);
+        QVERIFY(!empty->Title().contains(QStringLiteral("disconnected")));
+        empty->OnDisconnectDevice(false);
+        QVERIFY(empty->Title().endsWith(QStringLiteral(" (disconnected)")));
+        QVERIFY(empty->LiveButton()->IsBusy());
+        QVERIFY(!empty->LiveButton()->isEnabled());
+        empty->OnReconnectDevice();
+        QVERIFY(!empty->Title().contains(QStringLiteral("disconnected")));
+        QVERIFY(!empty->LiveButton()->IsBusy());
+        QVERIFY(empty->LiveButton()->isEnabled());
         window.SetCameraList(nullptr);
+    }
+
+    void serviceFirmwareLeavesOnlyTheGenericParameters()
+    {
+        ::setenv("ORNA_SIM_CAMERAS", "service", 1);
+        MainWindow window;
+        window.resize(1400, 1000);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        CameraListModel list;
+        window.SetCameraList(&list);
+        list.RunUpdate();
+        QTRY_VERIFY_WITH_TIMEOUT(list.FirstOpenableDevice() != nullptr, 10000);
+        auto* cameraWindow = qobject_cast<CameraObject*>(window.OpenCameraInNewWindow(list.FirstOpenableDevice()));
+        QVERIFY(cameraWindow != nullptr);
+        // A service camera ends its open without a stream; the window still leaves the open state.
+        QTRY_VERIFY_WITH_TIMEOUT(!cameraWindow->IsOpenInProgress(), 15000);
+        QVERIFY(cameraWindow->IsServiceFirmware());
+        QVERIFY(!cameraWindow->LiveButton()->isEnabled());
+        QVERIFY(!cameraWindow->FreezeButton()->isEnabled());
+        QVERIFY(!cameraWindow->MagicButton()->isEnabled());
+        QVERIFY(!cameraWindow->ToolButton(QStringLiteral("brightness.png"))->isEnabled());
+        QVERIFY(cameraWindow->ToolButton(QStringLiteral("nodes.png"))->isEnabled());
+        // A double click does not switch a service camera's view.
+        cameraWindow->OnMouseDoubleClicked();
+        QVERIFY(cameraWindow->LiveButton()->parentWidget()->isVisibleTo(cameraWindow));
+        window.SetCameraList(nullptr);
+        ::setenv("ORNA_SIM_CAMERAS", "1", 1);
     }
 
     void secondOptimisePressHasNoEffect()
@@ -263,7 +310,8 @@ private Q_SLOTS:
         bool routineMissing = false;
         connect(&LogMessageSender::Instance(), &LogMessageSender::Signal_LogOrnaError, this,
                 [&routineMissing](QString, QString, QString message, int) {
-                    if (message.contains(QStringLiteral("adjust routine")) && message.contains(QStringLiteral("not available")))
+                    if (message.contains(QStringLiteral("adjust routine")) &&
+                        message.contains(QStringLiteral("not available")))
                         routineMissing = true;
                 });
         cameraWindow->MagicButton()->click();

@@ -414,11 +414,12 @@ private Q_SLOTS:
             auto rgb = orna::ipl::Image::Construct(orna::ipl::RGB8, 8, 8);
             for (size_t i = 0; i < rgb.GetByteCount(); i += 3)
             {
-                rgb.GetData()[i] = 200;   // red
+                rgb.GetData()[i] = 200;     // red
                 rgb.GetData()[i + 1] = 100; // green
                 rgb.GetData()[i + 2] = 20;  // blue
             }
-            auto image = std::make_shared<orna::ipl::Image>(code == orna::ipl::RGB8 ? std::move(rgb) : rgb.ConvertTo(code));
+            auto image =
+                std::make_shared<orna::ipl::Image>(code == orna::ipl::RGB8 ? std::move(rgb) : rgb.ConvertTo(code));
             display.SetImageSource([image] { return image; });
             const uint64_t before = display.Scene()->PaintedFrames();
             display.UpdateDisplay();
@@ -476,7 +477,8 @@ private Q_SLOTS:
         QTimer::singleShot(200, &display, [&idle] { idle = true; });
         QTRY_VERIFY(idle);
         QVERIFY2(display.Scene()->PaintedFrames() <= settled + 1,
-                 qPrintable(QStringLiteral("%1 paints after the last frame").arg(display.Scene()->PaintedFrames() - settled)));
+                 qPrintable(
+                     QStringLiteral("%1 paints after the last frame").arg(display.Scene()->PaintedFrames() - settled)));
 
         display.SetImageSource({});
         thread.quit();

@@ -3,7 +3,6 @@
 #include "app/logmessagesender.h"
 #include "nodetree/nodemapaccess.h"
 
-
 #include <algorithm>
 #include <exception>
 #include <string>
@@ -83,9 +82,8 @@ TreeItem::TreeItem(std::shared_ptr<nodes::Node> node, NodeMapAccess* nodeMapAcce
         return;
     }
     // Most nodes have no display name of their own and the library hands back the name: share its text.
-    displayName = name == QLatin1String(displayText.data(), int(displayText.size()))
-                      ? name
-                      : QString::fromStdString(displayText);
+    displayName =
+        name == QLatin1String(displayText.data(), int(displayText.size())) ? name : QString::fromStdString(displayText);
     if (!nodeMapAccess)
         return;
 
@@ -93,9 +91,8 @@ TreeItem::TreeItem(std::shared_ptr<nodes::Node> node, NodeMapAccess* nodeMapAcce
     ReadDescriptionTexts();
     nodeMapAccess->ReadAccessQuietly(this);
     if (type == FeatureType::Register)
-        ReadText("Failed to read register length of node %1. ", [this] {
-            registerLength = nodes::NodeCast<nodes::RegisterNode>(this->node)->GetLength();
-        });
+        ReadText("Failed to read register length of node %1. ",
+                 [this] { registerLength = nodes::NodeCast<nodes::RegisterNode>(this->node)->GetLength(); });
     if (type != FeatureType::Category)
     {
         nodeMapAccess->RegisterCallback(this);
@@ -327,9 +324,8 @@ void TreeItem::CreateChildren()
                     }
                 }
             }
-            const bool placeHere = type == FeatureType::Category
-                                       ? owner.empty()
-                                       : name == QLatin1String(owner.data(), int(owner.size()));
+            const bool placeHere =
+                type == FeatureType::Category ? owner.empty() : name == QLatin1String(owner.data(), int(owner.size()));
             if (!placeHere)
                 continue;
             children.append(new TreeItem(sub, nodeMapAccess, this));

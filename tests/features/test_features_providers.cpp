@@ -85,8 +85,8 @@ private Q_SLOTS:
     {
         IflFeatureProvider provider(nullptr);
         BooleanSoftwareFeature enable(QStringLiteral("IflEnable"), false);
-        auto accessor = std::make_unique<IflFeatureAccessorInterface>(QStringLiteral("IflEnable"),
-                                                                      FeatureType::Boolean, &provider);
+        auto accessor =
+            std::make_unique<IflFeatureAccessorInterface>(QStringLiteral("IflEnable"), FeatureType::Boolean, &provider);
         IflFeatureAccessorInterface* ifl = accessor.get();
         enable.SetAccessor(std::move(accessor));
 
@@ -198,8 +198,8 @@ private Q_SLOTS:
         QVERIFY(QMetaObject::invokeMethod(group.Follow(), "SetBoolValue", Q_ARG(bool, false)));
         QVERIFY(!group.Follow()->GetBoolValue(false));
         AflAutoRoiValue* width = group.Width();
-        QVERIFY(QMetaObject::invokeMethod(width, "SetRange", Q_ARG(int64_t, 16), Q_ARG(int64_t, 320),
-                                          Q_ARG(int64_t, 16)));
+        QVERIFY(
+            QMetaObject::invokeMethod(width, "SetRange", Q_ARG(int64_t, 16), Q_ARG(int64_t, 320), Q_ARG(int64_t, 16)));
         QCOMPARE(width->GetMaximum(false), int64_t(320));
         QVERIFY(QMetaObject::invokeMethod(width, "SetMax", Q_ARG(int64_t, 256)));
         QVERIFY(QMetaObject::invokeMethod(width, "SetMin", Q_ARG(int64_t, 32)));

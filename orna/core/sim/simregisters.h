@@ -449,9 +449,6 @@ constexpr uint32_t OffsetXInc = 4, OffsetYInc = 2;
 constexpr uint32_t BinningMax = 4, DecimationMax = 4;
 constexpr uint32_t ImageBufferImageCountMax = 16;
 constexpr double ExposureMin = 20.0, ExposureMax = 1000000.0; // us
-// The sensor exposes in whole steps of its exposure clock: a written ExposureTime passes the XML's range check and
-// the camera then stores the nearest whole step, as real sensors quantise to their line time.
-constexpr double ExposureStep = 1.0; // us
 constexpr double FrameRateMin = 0.1;                          // Hz
 constexpr double GainMax[3] = {36.0, 24.0, 12.0};             // All, AnalogAll, DigitalAll (dB)
 constexpr double BalanceRatioMin = 0.1, BalanceRatioMax = 8.0;
@@ -464,6 +461,10 @@ constexpr double DelayMax = 1000000.0; // us, trigger and flash delays
 constexpr int64_t FocusMax = 1000;
 constexpr uint32_t TriggerDividerMax = 64;
 constexpr uint32_t I2CAckPollingTimeoutMax = 100000; // us
+
+// The sensor exposes in whole steps of its exposure clock: a written ExposureTime passes the XML's range check and
+// the camera then stores the nearest whole step, as real sensors quantise to their line time.
+constexpr double ExposureStep = 1.0; // us
 } // namespace limits
 
 } // namespace orna::core::sim

@@ -31,9 +31,7 @@
 #include "processing/ipltransformationfeatureprovider.h"
 #include "processing/videofeatureprovider.h"
 
-#ifdef LUMIVUE_HAS_CAPTURE_WORKER
 #include "camera/visionimagecaptureworker.h"
-#endif
 
 #include <QMetaObject>
 #include <QWidget>
@@ -177,7 +175,6 @@ VisionCamera::VisionCamera(QWidget* parentWindow_, QWidget* mainWindow_,
     }
 
     // 4. The open worker.
-#ifdef LUMIVUE_HAS_OPEN_WORKER
     openWorker = own(new VisionCameraOpenWorker(this));
     if (openAsync)
         openWorker->moveToThread(openThread);
@@ -199,31 +196,24 @@ VisionCamera::VisionCamera(QWidget* parentWindow_, QWidget* mainWindow_,
     connect(openWorker, &VisionCameraOpenWorker::Signal_HasOpenedCameraInServiceFirmware, openWorker, quitOpen,
             Qt::DirectConnection);
     connect(openWorker, &VisionCameraOpenWorker::Signal_CannotOpenCamera, openWorker, quitOpen, Qt::DirectConnection);
-#endif
 
     // 5. The capture worker.
     qRegisterMetaType<std::shared_ptr<orna::core::Buffer>>("std::shared_ptr<orna::core::Buffer>");
     qRegisterMetaType<int64_t>("int64_t");
-#ifdef LUMIVUE_HAS_CAPTURE_WORKER
     captureWorker = own(new VisionImageCaptureWorker(this));
     captureWorker->moveToThread(captureThread);
     connect(captureThread, &QThread::started, captureWorker, &VisionImageCaptureWorker::Start);
-#endif
 
     // 6. The event worker.
-#ifdef LUMIVUE_HAS_EVENT_WORKER
     eventWorker = own(new VisionEventWorker(this));
     eventWorker->moveToThread(eventThread);
     connect(eventThread, &QThread::started, eventWorker, &VisionEventWorker::OnStart);
-#endif
 
     // 7. Open.
-#ifdef LUMIVUE_HAS_OPEN_WORKER
     if (openAsync)
         openThread->start(QThread::InheritPriority);
     else
         openWorker->OnCameraOpen();
-#endif
 }
 
 VisionCamera::~VisionCamera()
@@ -589,10 +579,8 @@ bool VisionCamera::StartAcquisition()
         LogError(QString::fromLatin1(context), QString::fromUtf8(e.what()));
         LogError(QString::fromLatin1(context), QStringLiteral("Execute camera 'AcquisitionStart' failed!"));
         // Leave nothing running: StopAcquisition returns at once while not acquiring, so undo the steps here.
-#ifdef LUMIVUE_HAS_CAPTURE_WORKER
         if (captureWorker)
             captureWorker->Stop();
-#endif
         try
         {
             dataStream->KillWait();
@@ -622,10 +610,8 @@ bool VisionCamera::StopAcquisition()
     const QString context = QStringLiteral("bool VisionCamera::StopAcquisition()");
     bool result = true;
 
-#ifdef LUMIVUE_HAS_CAPTURE_WORKER
     if (captureWorker)
         captureWorker->Stop();
-#endif
     try
     {
         if (dataStream)
@@ -752,10 +738,8 @@ void VisionCamera::ExitCamera()
                 LogError(context, QString::fromUtf8(e.what()));
             }
         }
-#ifdef LUMIVUE_HAS_CAPTURE_WORKER
         if (captureWorker)
             captureWorker->Stop();
-#endif
         hasImage = false;
         killWait();
     }
@@ -768,11 +752,9 @@ void VisionCamera::ExitCamera()
 
     // 7. The capture worker.
     QObject* captureObject = nullptr;
-#ifdef LUMIVUE_HAS_CAPTURE_WORKER
     if (captureWorker)
         captureWorker->Stop();
     captureObject = captureWorker;
-#endif
     captureWorker = nullptr;
     RetireThread(captureThread, captureObject);
 
@@ -782,7 +764,6 @@ void VisionCamera::ExitCamera()
 
     // 9. The event worker.
     QObject* eventObject = eventWorker;
-#ifdef LUMIVUE_HAS_EVENT_WORKER
     // The worker's loop may still be starting on its thread when the camera closes right after the open, and
     // a Stop that comes before the loop sets its flag is lost: repeat Stop on every poll of the stop rule.
     if (eventWorker && eventThread.isRunning())
@@ -795,7 +776,6 @@ void VisionCamera::ExitCamera()
                 break;
         }
     }
-#endif
     eventWorker = nullptr;
     RetireThread(eventThread, eventObject);
 

@@ -415,9 +415,13 @@ public Q_SLOTS:
     void OnSignalDeviceReconnected(std::shared_ptr<orna::core::DeviceDescriptor> deviceDescriptor,
                                    orna::core::DeviceReconnectInformation reconnectInfo);
 
-private:
-    // Acquisition preparation under StartAcquisition: formats, geometry, providers, buffers, converter.
+public:
+    // Acquisition preparation under StartAcquisition: formats, geometry, providers, buffers, converter. Also
+    // run on its own before a single frame or an optimise run on a camera that has not acquired yet. GUI thread,
+    // only while not acquiring.
     bool PrepareAcquisition();
+
+private:
     // Decides the buffer count from the stream's minimum and the num_buffers_used setting.
     void UpdateNumBuffers();
     // Rebuilds the destination tables for the current source (under nodeMapMutex) and fixes the destination.

@@ -8,6 +8,7 @@
 #include "camera/pixelformattable.h"
 #include "camera/visioncamera.h"
 #include "camera/visioncameraopenworker.h"
+#include "camera/visionimagecaptureworker.h"
 #include "orna/core/datastream.h"
 #include "orna/core/device.h"
 #include "orna/core/system.h"
@@ -73,14 +74,22 @@ int AutoModeCode(const QString& mode)
 }
 
 // The step of the optimise routine that belongs to the capture worker: its adjust loop, launched as the
-// camera's one-shot task. The capture worker of this build offers no adjust loop, so the run ends here with a
-// log line instead of a task that would pretend to adjust.
+// camera's one-shot task. The loop reports through Signal_AdjustLoopFinished (queued to the camera window);
+// the future only keeps the task joinable for ExitCamera and IsOneShotRunning.
 bool LaunchAdjustRoutine(VisionCamera* camera)
 {
-    LogMessageSender::Error(camera->GetKeyText(), QStringLiteral("void VisionCamera::ApplyOptimalSettings()"),
-                            QStringLiteral("The adjust routine of the capture worker is not available; the camera "
-                                           "was prepared but not adjusted"));
-    return false;
+    VisionImageCaptureWorker* worker = camera->GetCaptureWorker();
+    if (worker == nullptr)
+    {
+        LogMessageSender::Error(camera->GetKeyText(), QStringLiteral("void VisionCamera::ApplyOptimalSettings()"),
+                                QStringLiteral("The camera has no capture worker; the optimise routine cannot run"));
+        return false;
+    }
+    // A camera that has not acquired since it was opened has no buffers yet.
+    if (camera->GetDataStream() && camera->GetBuffers().empty() && !camera->PrepareAcquisition())
+        return false;
+    camera->SetOneShotTask(std::async(std::launch::async, [worker] { worker->AdjustLoop(); }));
+    return true;
 }
 
 } // namespace

@@ -12,6 +12,8 @@
 #include <QThread>
 
 namespace {
+// Longest wait for the optimise run of an open before the open reports without live acquisition.
+constexpr int kOptimiseOnOpenLimitMs = 60000;
 
 const QString kContext = QStringLiteral("void VisionCameraOpenWorker::OnCameraOpen()");
 
@@ -117,7 +119,23 @@ void VisionCameraOpenWorker::OnCameraOpen()
 
     // 20, 21
     if (cam->applyOptimalSettingsOnOpen)
+    {
         ApplyOptimalSettings(cam, false);
+        // The optimise routine runs its own private acquisition on the one-shot task; the live acquisition may
+        // only start once that has ended. Waiting here blocks the open thread, never the GUI.
+        for (int waited = 0; !cam->WaitForOneShotTask(100); waited += 100)
+        {
+            if (waited >= kOptimiseOnOpenLimitMs)
+            {
+                LogMessageSender::Error(cam->keyText, kContext,
+                                        tr("The optimisation after the open did not end in time; the acquisition "
+                                           "is not started"));
+                Q_EMIT Signal_HasOpenedCamera(cam->cameraName, cameraObject);
+                Q_EMIT cam->Signal_Opened();
+                return;
+            }
+        }
+    }
     if (cam->startAcquisitionOnOpen)
     {
         if (!cam->StartAcquisition())

@@ -656,24 +656,18 @@ bool VisionImageCaptureWorker::AdjustFramePass()
 void VisionImageCaptureWorker::RestoreAfterAdjust()
 {
     camera->RestoreSavedTriggerModes();
-    // The optimise start saved the camera's auto modes by their enumeration values and wrote them off.
+    // The optimise start saved the camera's auto modes as 1 "Off", 2 "Once", 3 "Continuous" (0: not saved) and
+    // wrote them off; they go back by their symbolic values, which are the same on every camera.
     const std::pair<const char*, int> autoModes[] = {{"ExposureAuto", camera->savedExposureAuto},
                                                      {"GainAuto", camera->savedGainAuto},
                                                      {"BalanceWhiteAuto", camera->savedBalanceWhiteAuto}};
-    auto remote = camera->GetRemoteDeviceNodeMap();
+    static const char* const kModeNames[] = {nullptr, "Off", "Once", "Continuous"};
     for (const auto& [name, value] : autoModes)
     {
-        try
-        {
-            if (!remote || !remote->GetHasNode(name))
-                continue;
-            if (auto node = remote->FindNode<orna::core::nodes::EnumerationNode>(name))
-                node->SetCurrentEntryByValue(value);
-        }
-        catch (const std::exception& e)
-        {
-            Log(QStringLiteral("bool VisionImageCaptureWorker::AdjustLoop()"), QString::fromStdString(e.what()));
-        }
+        if (value < 1 || value > 3)
+            continue;
+        // Absent nodes are normal; a refused write is logged by the typed access.
+        camera->SetEnumerationEntry(name, kModeNames[value]);
     }
     if (!camera->savedColorCorrectionMode.empty())
         camera->SetEnumerationEntry("ColorCorrectionMode", camera->savedColorCorrectionMode);

@@ -6,9 +6,7 @@
 #include "camera/devicelib/descriptorhelpers.h"
 #include "camera/imagebuffermanager.h"
 #include "camera/visioncamera.h"
-#ifdef LUMIVUE_HAS_CAPTURE_WORKER
 #include "camera/visionimagecaptureworker.h"
-#endif
 #include "controlelement/customlayout.h"
 #include "orna/ipl/image.h"
 #include "orna/ipl/pixelformat.h"
@@ -361,7 +359,6 @@ void CameraObject::ConnectCamera()
     connect(camera, &VisionCamera::Signal_DeviceResetExecuted, this, &CameraObject::OnDeviceResetExecuted);
     connect(camera, &VisionCamera::Signal_AcquisitionStarted, this, &CameraObject::OnAcquisitionStarted);
     connect(camera, &VisionCamera::Signal_AcquisitionStopped, this, &CameraObject::UpdateControls);
-#ifdef LUMIVUE_HAS_CAPTURE_WORKER
     if (VisionImageCaptureWorker* worker = camera->GetCaptureWorker())
     {
         // Queued: the worker emits on the capture thread (or a one-shot task's thread).
@@ -372,7 +369,6 @@ void CameraObject::ConnectCamera()
         connect(worker, &VisionImageCaptureWorker::Signal_AdjustLoopFinished, this, &CameraObject::OnMagicFinished,
                 Qt::QueuedConnection);
     }
-#endif
 }
 
 bool CameraObject::IsReady() const
@@ -549,10 +545,18 @@ void CameraObject::OnButtonAcquisitionFreeze()
     restartAcquisition = false;
     if (camera->IsAcquiring())
         camera->StopAcquisition();
-#ifdef LUMIVUE_HAS_CAPTURE_WORKER
-    // The single frame routine is part of the capture worker; without it there is nothing to run.
+    // Buffers, formats and converter are still good when an image came since the last start and the payload
+    // did not change; otherwise they are prepared afresh first.
+    int64_t payload = 0;
+    const bool payloadKnown = camera->GetIntegerValue("PayloadSize", ReadValueType::Value, payload);
+    if (!camera->GetHasImage() || !payloadKnown || payload != camera->GetPayloadSize())
+    {
+        if (!camera->PrepareAcquisition())
+            return;
+        UpdateDisplay();
+        UpdateControls();
+    }
     camera->AcquireSingleFrame();
-#endif
     UpdateControls();
 }
 
@@ -633,10 +637,8 @@ void CameraObject::OnSpinboxMagnifierFactor()
 void CameraObject::OnButtonDisplayOff()
 {
     const bool displayOn = !buttonDisplayOff->isChecked();
-#ifdef LUMIVUE_HAS_CAPTURE_WORKER
     if (camera != nullptr && camera->GetCaptureWorker() != nullptr)
         camera->GetCaptureWorker()->SetProcessingEnabled(displayOn);
-#endif
     display->SetDisplayEnabled(displayOn);
     UpdateControls();
 }

@@ -97,15 +97,15 @@ private Q_SLOTS:
         QTRY_VERIFY(!camera->GetOpenThread()->isRunning());
 
         // The reduced description has no user sets and no trigger: the optimise routine, with and without
-        // the reset to defaults, goes on without touching either, and only says that no adjust loop ran.
+        // the reset to defaults, goes on without touching either; without a stream its run ends at once.
         logErrors.clear();
         QVERIFY(!camera->IsUserSetCommandLoadAvailable());
         QVERIFY(!camera->HasNode("TriggerSelector"));
         VisionCameraOpenWorker::ApplyOptimalSettings(camera.get(), true);
         VisionCameraOpenWorker::ApplyOptimalSettings(camera.get(), false);
-        QVERIFY2(logErrors.size() == 2, qPrintable(logErrors.join("\n")));
-        for (const QString& line : logErrors)
-            QVERIFY2(line.contains("adjust routine"), qPrintable(line));
+        QVERIFY(camera->WaitForOneShotTask(5000));
+        QCoreApplication::processEvents(); // log lines from the task's thread arrive queued
+        QVERIFY2(logErrors.isEmpty(), qPrintable(logErrors.join("\n")));
     }
 
     void colorCameraOpensAcquiresAndPassesEventsOn()
@@ -132,12 +132,18 @@ private Q_SLOTS:
         QSignalSpy events(worker, &VisionEventWorker::Signal_RemoteDeviceEvent);
         QVERIFY(camera->SetEnumerationEntry("EventSelector", "Test"));
         QVERIFY(camera->SetEnumerationEntry("EventNotification", "On"));
-        QVERIFY(camera->ExecuteCommand("TestEventGenerate"));
-        QVERIFY(events.wait(3000));
+        // The worker's thread runs before its controllers listen, and an event sent in between is gone: send
+        // until one arrives, then match the last one against the camera's own timestamp.
+        for (int attempt = 0; attempt < 10 && events.isEmpty(); ++attempt)
+        {
+            QVERIFY(camera->ExecuteCommand("TestEventGenerate"));
+            events.wait(500);
+        }
+        QVERIFY(!events.isEmpty());
         QCOMPARE(events.front().at(0).toString(), QStringLiteral("Test"));
         int64_t timestamp = 0;
-        QVERIFY(camera->GetIntegerValue("EventTestTimestamp", ReadValueType::Value, timestamp));
-        QCOMPARE(events.front().at(1).toLongLong(), qint64(timestamp));
+        QTRY_VERIFY(camera->GetIntegerValue("EventTestTimestamp", ReadValueType::Value, timestamp) &&
+                    events.last().at(1).toLongLong() == qint64(timestamp));
 
         // Closing stops the event worker out of its wait, quietly.
         QSignalSpy closed(camera.get(), &VisionCamera::Signal_Closed);

@@ -164,24 +164,24 @@ TEST(ImageBufferManager, LastImageIsNeverTornAcrossThreads)
     ImageBufferManager manager;
     auto a = std::make_shared<pf::Image>(pf::Image::Construct(pf::Mono8, 8, 8));
     auto b = std::make_shared<pf::Image>(pf::Image::Construct(pf::Mono8, 16, 16));
-    std::atomic<bool> stop{false};
+    // The writer runs until the reader has seen enough images, so a scheduler that starts the reader late
+    // cannot leave the test without a single concurrent read.
+    std::atomic<int> reads{0};
     std::thread writer([&] {
-        for (int i = 0; i < 20000; ++i)
+        for (int i = 0; reads.load() < 20000; ++i)
             manager.SetLastImage(i % 2 ? a : b);
-        stop = true;
     });
-    int reads = 0;
-    while (!stop)
+    while (reads.load() < 20000)
     {
         auto image = manager.GetLastImage();
         if (image)
         {
             ASSERT_TRUE(image == a || image == b);
-            ++reads;
+            reads.fetch_add(1);
         }
     }
     writer.join();
-    EXPECT_GT(reads, 0);
+    EXPECT_GE(reads.load(), 20000);
 }
 
 TEST(ImageBufferManager, DisplayFormats)

@@ -6,6 +6,7 @@
 #include "app/applicationglobals.h"
 #include "app/logmessagesender.h"
 #include "camera/imagebuffermanager.h"
+#include "camera/visionimagecaptureworker.h"
 #include "nodetree/nodemapaccess.h"
 #include "nodetree/nodemapmodel.h"
 #include "orna/core/datastream.h"
@@ -411,23 +412,18 @@ private Q_SLOTS:
         QVERIFY(camera->IsOpen());
         QVERIFY(camera->StartAcquisition());
         QPointer<QThread> thread = camera->GetCaptureThread();
-        // Something on the capture thread that ignores quit() for as long as the test wants.
+        // A frame consumer on the capture thread that ignores every stop request for as long as the test wants.
         std::atomic<bool> release{false};
         std::atomic<bool> blocking{false};
-        QObject blocker;
-        blocker.moveToThread(thread);
-        QMetaObject::invokeMethod(
-            &blocker,
-            [&] {
-                blocking = true;
-                QElapsedTimer limit;
-                limit.start();
-                while (!release && limit.elapsed() < 20000)
-                    QThread::msleep(5);
-            },
-            Qt::QueuedConnection);
-        if (!camera->GetCaptureWorker())
-            QTRY_VERIFY(blocking.load());
+        QVERIFY(camera->GetCaptureWorker());
+        camera->GetCaptureWorker()->SetFrameCallback([&](std::shared_ptr<orna::ipl::Image>) {
+            blocking = true;
+            QElapsedTimer limit;
+            limit.start();
+            while (!release && limit.elapsed() < 20000)
+                QThread::msleep(5);
+        });
+        QTRY_VERIFY_WITH_TIMEOUT(blocking.load(), 10000);
         QSignalSpy closed(camera.get(), &VisionCamera::Signal_Closed);
         QElapsedTimer timer;
         timer.start();
@@ -438,7 +434,6 @@ private Q_SLOTS:
         QVERIFY(thread->isRunning());
         release = true;
         QTRY_VERIFY_WITH_TIMEOUT(thread.isNull(), 10000);
-        blocker.moveToThread(QThread::currentThread());
     }
 
     void cameraWithoutDataStreamOpensAndReads()

@@ -105,6 +105,17 @@ std::shared_ptr<T> UsableNode(const std::shared_ptr<NodeMap>& map, const std::st
     return node;
 }
 
+// The plain scalar write of the typed family: a usable, writable node takes the value.
+template <typename T, typename V>
+bool WriteUsable(const std::shared_ptr<NodeMap>& map, const std::string& name, const V& value)
+{
+    auto node = UsableNode<T>(map, name, true);
+    if (!node)
+        return false;
+    node->SetValue(value);
+    return true;
+}
+
 // Runs fn under a catch that logs what() with the camera's key and context, giving false on an exception.
 template <typename Fn> bool Guarded(const QString& origin, const char* context, Fn&& fn)
 {
@@ -244,35 +255,20 @@ bool VisionCamera::GetStringValue(const std::string& name, std::string& value) c
 
 bool VisionCamera::SetIntegerValue(const std::string& name, int64_t value)
 {
-    return Guarded(keyText, "bool VisionCamera::SetIntegerValue(const std::string &, int64_t)", [&] {
-        auto node = UsableNode<IntegerNode>(remoteDeviceNodeMap, name, true);
-        if (!node)
-            return false;
-        node->SetValue(value);
-        return true;
-    });
+    return Guarded(keyText, "bool VisionCamera::SetIntegerValue(const std::string &, int64_t)",
+                   [&] { return WriteUsable<IntegerNode>(remoteDeviceNodeMap, name, value); });
 }
 
 bool VisionCamera::SetDoubleValue(const std::string& name, double value)
 {
-    return Guarded(keyText, "bool VisionCamera::SetDoubleValue(const std::string &, double)", [&] {
-        auto node = UsableNode<FloatNode>(remoteDeviceNodeMap, name, true);
-        if (!node)
-            return false;
-        node->SetValue(value);
-        return true;
-    });
+    return Guarded(keyText, "bool VisionCamera::SetDoubleValue(const std::string &, double)",
+                   [&] { return WriteUsable<FloatNode>(remoteDeviceNodeMap, name, value); });
 }
 
 bool VisionCamera::SetBoolValue(const std::string& name, bool value)
 {
-    return Guarded(keyText, "bool VisionCamera::SetBoolValue(const std::string &, bool)", [&] {
-        auto node = UsableNode<BooleanNode>(remoteDeviceNodeMap, name, true);
-        if (!node)
-            return false;
-        node->SetValue(value);
-        return true;
-    });
+    return Guarded(keyText, "bool VisionCamera::SetBoolValue(const std::string &, bool)",
+                   [&] { return WriteUsable<BooleanNode>(remoteDeviceNodeMap, name, value); });
 }
 
 bool VisionCamera::SetEnumerationEntry(const std::string& name, const std::string& entry)
@@ -291,13 +287,8 @@ bool VisionCamera::SetEnumerationEntry(const std::string& name, const std::strin
 
 bool VisionCamera::SetStringValue(const std::string& name, const std::string& value)
 {
-    return Guarded(keyText, "bool VisionCamera::SetStringValue(const std::string &, const std::string &)", [&] {
-        auto node = UsableNode<StringNode>(remoteDeviceNodeMap, name, true);
-        if (!node)
-            return false;
-        node->SetValue(value);
-        return true;
-    });
+    return Guarded(keyText, "bool VisionCamera::SetStringValue(const std::string &, const std::string &)",
+                   [&] { return WriteUsable<StringNode>(remoteDeviceNodeMap, name, value); });
 }
 
 bool VisionCamera::ExecuteCommand(const std::string& name)

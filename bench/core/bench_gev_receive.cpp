@@ -2,6 +2,7 @@
 // loopback) through orna::core with 5 buffers, against arv-camera-test-0.8 on the same camera in the same run.
 // Ratio: ours / baseline. Incomplete and lost frames of our run go to stderr (the goal is zero).
 // Runs only inside the loopback namespace (scripts/bench does that).
+#include "bench/support/processes.h"
 #include "orna/core/datastream.h"
 #include "orna/core/device.h"
 #include "orna/core/library.h"
@@ -36,43 +37,6 @@ namespace {
 constexpr const char* kSerial = "GVB1";
 constexpr auto kWarmUp = std::chrono::seconds(1);
 constexpr auto kMeasure = std::chrono::seconds(5);
-
-bool LoopbackOnly()
-{
-    ifaddrs* list = nullptr;
-    if (getifaddrs(&list) != 0)
-        return false;
-    bool only = true;
-    for (ifaddrs* it = list; it; it = it->ifa_next)
-        only = only && std::string(it->ifa_name) == "lo";
-    freeifaddrs(list);
-    return only;
-}
-
-pid_t Spawn(const std::vector<std::string>& args, const std::string& output = {})
-{
-    std::vector<char*> argv;
-    for (const auto& a : args)
-        argv.push_back(const_cast<char*>(a.c_str()));
-    argv.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    if (!output.empty())
-        posix_spawn_file_actions_addopen(&actions, 1, output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    pid_t pid = -1;
-    if (posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ) != 0)
-        pid = -1;
-    posix_spawn_file_actions_destroy(&actions);
-    return pid;
-}
-
-void Stop(pid_t pid, int signal)
-{
-    if (pid <= 0)
-        return;
-    ::kill(pid, signal);
-    ::waitpid(pid, nullptr, 0);
-}
 
 struct Result
 {
@@ -167,14 +131,14 @@ Result RunOurs(const std::shared_ptr<Interface>& iface, int packetSize)
 double RunBaseline(int packetSize)
 {
     const std::string output = "/tmp/lumivue-bench-arv-camera-test.txt";
-    pid_t pid = Spawn({"/usr/bin/arv-camera-test-0.8", "-n", std::string("Aravis-Fake-") + kSerial, "-w", "2048", "-h",
-                       "2048", "-i", std::to_string(packetSize), "-f", "1000"},
-                      output);
+    pid_t pid = benchsupport::Spawn({"/usr/bin/arv-camera-test-0.8", "-n", std::string("Aravis-Fake-") + kSerial, "-w",
+                                     "2048", "-h", "2048", "-i", std::to_string(packetSize), "-f", "1000"},
+                                    output);
     if (pid <= 0)
         return 0;
     // One line per second; the first lines cover start-up and warm-up.
     std::this_thread::sleep_for(kWarmUp + kMeasure + std::chrono::seconds(3));
-    Stop(pid, SIGINT);
+    benchsupport::StopProcess(pid, SIGINT);
     std::ifstream in(output);
     std::string line;
     std::vector<double> rates;
@@ -198,7 +162,7 @@ double RunBaseline(int packetSize)
 
 int main()
 {
-    if (!LoopbackOnly())
+    if (!benchsupport::LoopbackOnly())
     {
         std::fprintf(stderr, "gev_receive: skipped, run inside the loopback namespace (scripts/bench)\n");
         return 0;
@@ -210,7 +174,7 @@ int main()
     }
     ::setenv("ORNA_TRANSPORTS", "gev", 1);
     orna::Library::Initialize();
-    const pid_t camera = Spawn({"/usr/bin/arv-fake-gv-camera-0.8", "-i", "127.0.0.1", "-s", kSerial});
+    const pid_t camera = benchsupport::Spawn({"/usr/bin/arv-fake-gv-camera-0.8", "-i", "127.0.0.1", "-s", kSerial});
     if (camera <= 0)
     {
         std::fprintf(stderr, "gev_receive: could not start the fake camera\n");
@@ -243,6 +207,6 @@ int main()
         std::fprintf(stderr, "gev_receive failed: %s\n", e.what());
         status = 1;
     }
-    Stop(camera, SIGKILL);
+    benchsupport::StopProcess(camera, SIGKILL);
     return status;
 }

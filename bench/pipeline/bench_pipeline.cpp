@@ -13,6 +13,7 @@
 //
 // LUMIVUE_BENCH_QUICK=1 shortens every measurement to 5 s.
 #include "app/logmessagesender.h"
+#include "bench/support/processes.h"
 #include "camera/visioncamera.h"
 #include "camera/visionimagecaptureworker.h"
 #include "orna/core/datastream.h"
@@ -68,43 +69,6 @@ std::chrono::seconds MeasureTime()
 {
     const char* quick = std::getenv("LUMIVUE_BENCH_QUICK");
     return std::chrono::seconds(quick && std::string(quick) == "1" ? 5 : 20);
-}
-
-bool LoopbackOnly()
-{
-    ifaddrs* list = nullptr;
-    if (getifaddrs(&list) != 0)
-        return false;
-    bool only = true;
-    for (ifaddrs* it = list; it; it = it->ifa_next)
-        only = only && std::string(it->ifa_name) == "lo";
-    freeifaddrs(list);
-    return only;
-}
-
-pid_t Spawn(const std::vector<std::string>& args, const std::string& output = {})
-{
-    std::vector<char*> argv;
-    for (const auto& a : args)
-        argv.push_back(const_cast<char*>(a.c_str()));
-    argv.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    if (!output.empty())
-        posix_spawn_file_actions_addopen(&actions, 1, output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    pid_t pid = -1;
-    if (posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ) != 0)
-        pid = -1;
-    posix_spawn_file_actions_destroy(&actions);
-    return pid;
-}
-
-void StopProcess(pid_t pid, int signal)
-{
-    if (pid <= 0)
-        return;
-    ::kill(pid, signal);
-    ::waitpid(pid, nullptr, 0);
 }
 
 int64_t ThreadCpu_ns()
@@ -432,14 +396,14 @@ GevResult RunGevOurs(const Producer& gev)
 double RunGevBaseline()
 {
     const std::string output = "/tmp/lumivue-bench-pipeline-arv-camera-test.txt";
-    pid_t pid = Spawn({"/usr/bin/arv-camera-test-0.8", "-n", std::string("Aravis-Fake-") + kGevSerial, "-w", "2048",
-                       "-h", "2048", "-i", std::to_string(kPacketSize), "-f", "1000"},
-                      output);
+    pid_t pid = benchsupport::Spawn({"/usr/bin/arv-camera-test-0.8", "-n", std::string("Aravis-Fake-") + kGevSerial,
+                                     "-w", "2048", "-h", "2048", "-i", std::to_string(kPacketSize), "-f", "1000"},
+                                    output);
     if (pid <= 0)
         return 0;
     // One line a second; the first ones cover start-up.
     std::this_thread::sleep_for(MeasureTime() + std::chrono::seconds(3));
-    StopProcess(pid, SIGINT);
+    benchsupport::StopProcess(pid, SIGINT);
     std::ifstream in(output);
     std::string line;
     std::vector<double> rates;
@@ -461,7 +425,7 @@ double RunGevBaseline()
 
 void RunGev()
 {
-    if (!LoopbackOnly())
+    if (!benchsupport::LoopbackOnly())
     {
         std::fprintf(stderr, "pipeline_gev: skipped, run inside the loopback namespace (scripts/bench)\n");
         return;
@@ -471,7 +435,7 @@ void RunGev()
         std::fprintf(stderr, "pipeline_gev: skipped, aravis-tools is not installed\n");
         return;
     }
-    const pid_t fake = Spawn({"/usr/bin/arv-fake-gv-camera-0.8", "-i", "127.0.0.1", "-s", kGevSerial});
+    const pid_t fake = benchsupport::Spawn({"/usr/bin/arv-fake-gv-camera-0.8", "-i", "127.0.0.1", "-s", kGevSerial});
     if (fake <= 0)
     {
         std::fprintf(stderr, "pipeline_gev: could not start the fake camera\n");
@@ -494,7 +458,7 @@ void RunGev()
     {
         std::fprintf(stderr, "pipeline_gev failed: %s\n", e.what());
     }
-    StopProcess(fake, SIGKILL);
+    benchsupport::StopProcess(fake, SIGKILL);
 }
 
 } // namespace
@@ -511,13 +475,13 @@ int main(int argc, char** argv)
     {
         ::setenv("OPENCV_FOR_THREADS_NUM", "1", 1);
         ::setenv("OMP_NUM_THREADS", "1", 1);
-        const pid_t child = Spawn({"/proc/self/exe", "--sim-overhead"});
+        const pid_t child = benchsupport::Spawn({"/proc/self/exe", "--sim-overhead"});
         if (child > 0)
             ::waitpid(child, nullptr, 0);
         ::unsetenv("OPENCV_FOR_THREADS_NUM");
         ::unsetenv("OMP_NUM_THREADS");
     }
-    const bool gev = LoopbackOnly() && !overheadOnly;
+    const bool gev = benchsupport::LoopbackOnly() && !overheadOnly;
     ::setenv("ORNA_TRANSPORTS", gev ? "sim,gev" : "sim", 1);
     ::setenv(sim::kSimCamerasEnvironmentVariable, "color,color12mp", 1);
     QApplication app(argc, argv);

@@ -282,7 +282,10 @@ void VisionImageCaptureWorker::ProcessBuffer(const std::shared_ptr<orna::core::B
     frameTimer.restart();
     processingTimer.restart();
 
-    if (processingEnabled.load())
+    // A frame that failed before its geometry was known (the first frames of a lossy GigE stream) has
+    // nothing to show; it is counted like any incomplete frame, without the error path's pause.
+    const bool showable = !buffer->GetIsIncomplete() || buffer->GetHasImage();
+    if (processingEnabled.load() && showable)
     {
         if (buffer->GetHasChunks())
         {
@@ -390,7 +393,7 @@ void VisionImageCaptureWorker::ProcessBuffer(const std::shared_ptr<orna::core::B
         else
             emit Signal_UpdateDisplay();
     }
-    else
+    else if (!processingEnabled.load())
     {
         processingJustOff.store(false);
     }
@@ -501,16 +504,19 @@ void VisionImageCaptureWorker::CheckMultiImage(const std::shared_ptr<orna::core:
 {
     if (camera->GetImagesPerBuffer() != -1)
         return;
-    // First buffer of an acquisition: sizes and formats may have changed since the pools were prepared.
+    // First buffer of an acquisition: sizes and formats may have changed since the pools were prepared. A
+    // buffer without geometry (a GigE frame lost before any complete one) cannot tell; the next one decides.
     preparedPools.clear();
-    camera->SetImagesPerBuffer(1);
     const int64_t bufferHeight = int64_t(buffer->GetHeight());
+    if (!buffer->GetHasImage() || bufferHeight <= 0)
+        return;
+    camera->SetImagesPerBuffer(1);
     if (bufferHeight == camera->GetImageHeight())
         return;
     int64_t nodeHeight = 0;
     if (!camera->GetIntegerValue("Height", ReadValueType::Value, nodeHeight) || nodeHeight <= 0)
         return;
-    camera->SetImagesPerBuffer(int(bufferHeight / nodeHeight));
+    camera->SetImagesPerBuffer(std::max(1, int(bufferHeight / nodeHeight)));
     camera->QueryImageGeometry();
     camera->CreateImageBuffer();
 }
@@ -635,6 +641,10 @@ bool VisionImageCaptureWorker::AdjustFramePass()
             auto buffer = stream->WaitForFinishedBuffer(2000);
             {
                 BufferRequeue requeue(stream, buffer, camera->GetKeyText());
+                // Missing lines would bias the brightness and colour measurement: such a frame only counts
+                // against the pass's frame limit.
+                if (buffer->GetIsIncomplete())
+                    continue;
                 FrameRecord record = MakeFrameRecord(buffer);
                 if (camera->IsHostGainRequired() && gain->IsAnyGainActive())
                     gain->Process(record.image);

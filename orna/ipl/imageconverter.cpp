@@ -4,6 +4,7 @@
 #include "orna/ipl/demosaic.h"
 #include "orna/ipl/exception.h"
 #include "orna/ipl/pixelformat.h"
+#include "orna/ipl/threads.h"
 #include "orna/ipl/unpack.h"
 
 #include <opencv2/core/utility.hpp>
@@ -14,6 +15,17 @@
 #include <cstring>
 
 namespace orna::ipl {
+
+void SetKernelThreads(int count)
+{
+    // OpenCV takes a negative count as "its default"; 0 would also mean one thread there.
+    cv::setNumThreads(count <= 0 ? -1 : count);
+}
+
+int GetKernelThreads()
+{
+    return cv::getNumThreads();
+}
 
 namespace {
 

@@ -265,7 +265,8 @@ private slots:
         SetDevices("IF0", {MakeDevice("dev-1", "S1")});
         {
             std::lock_guard<std::mutex> lock(World().mutex);
-            World().listDelayMs = 700;
+            // Long enough that a loaded two-core machine still ticks inside the pass.
+            World().listDelayMs = 1500;
         }
         auto model = std::make_unique<CameraListModel>();
         QVERIFY(WaitPasses(*model, 3));
@@ -280,7 +281,7 @@ private slots:
             ticked = true;
             runningAtTick = model->IsUpdateRunning();
         });
-        QTRY_VERIFY_WITH_TIMEOUT(ticked, 300);
+        QTRY_VERIFY_WITH_TIMEOUT(ticked, 1000);
         QVERIFY(runningAtTick);
         // Destroying the model mid-pass waits for the job instead of leaving it a dead model.
         model.reset();

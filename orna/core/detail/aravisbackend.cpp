@@ -212,11 +212,32 @@ private:
 
 // --- Buffers and streams
 
+// The geometry of the stream's last complete frame. Aravis hands out a failed buffer's width, height and
+// format only with a GLib critical (it answers for complete frames only), yet the packets that did arrive
+// sit at their places in the buffer: an incomplete frame is shown with the geometry of the frames around it.
+// Written and read on the thread that pops the stream's buffers; the mutex covers a second reader.
+struct FrameGeometry
+{
+    uint64_t width = 0;
+    uint64_t height = 0;
+    uint64_t pixelFormat = 0;
+    size_t imageOffset = 0;
+    size_t imageSize = 0;
+};
+
+struct SharedFrameGeometry
+{
+    std::mutex mutex; // guards geometry
+    FrameGeometry geometry;
+};
+
 class AravisBuffer : public BufferBackend
 {
 public:
-    AravisBuffer(GObjectPtr<ArvBuffer> buffer, size_t size, void* userPtr, bool bigEndianChunks)
-        : m_buffer(std::move(buffer)), m_userPtr(userPtr), m_bigEndian(bigEndianChunks), m_size(size)
+    AravisBuffer(GObjectPtr<ArvBuffer> buffer, size_t size, void* userPtr, bool bigEndianChunks,
+                 std::shared_ptr<SharedFrameGeometry> lastComplete)
+        : m_buffer(std::move(buffer)), m_userPtr(userPtr), m_bigEndian(bigEndianChunks), m_size(size),
+          m_lastComplete(std::move(lastComplete))
     {
         // get_data reports the received size (0 until filled); the allocation size is ours to remember.
         size_t filled = 0;
@@ -233,24 +254,24 @@ public:
         return type == ARV_BUFFER_PAYLOAD_TYPE_IMAGE || type == ARV_BUFFER_PAYLOAD_TYPE_EXTENDED_CHUNK_DATA ||
                type == ARV_BUFFER_PAYLOAD_TYPE_CHUNK_DATA;
     }
-    size_t ImageOffset() const override
+    bool IsComplete() const { return arv_buffer_get_status(m_buffer.Get()) == ARV_BUFFER_STATUS_SUCCESS; }
+    // Called when the buffer is popped: a complete image frame becomes the geometry of later failed ones.
+    void RememberGeometry()
     {
-        if (!IsImage())
-            return 0;
-        size_t size = 0;
-        const void* image = arv_buffer_get_image_data(m_buffer.Get(), &size);
-        return image ? size_t(static_cast<const uint8_t*>(image) - m_data) : 0;
+        if (!IsComplete() || !IsImage())
+            return;
+        const FrameGeometry own = Geometry();
+        std::lock_guard<std::mutex> lock(m_lastComplete->mutex);
+        m_lastComplete->geometry = own;
     }
-    uint64_t Width() const override { return IsImage() ? uint64_t(arv_buffer_get_image_width(m_buffer.Get())) : 0; }
-    uint64_t Height() const override { return IsImage() ? uint64_t(arv_buffer_get_image_height(m_buffer.Get())) : 0; }
-    uint64_t PixelFormat() const override
-    {
-        return IsImage() ? uint64_t(arv_buffer_get_image_pixel_format(m_buffer.Get())) : 0;
-    }
+    size_t ImageOffset() const override { return Geometry().imageOffset; }
+    uint64_t Width() const override { return Geometry().width; }
+    uint64_t Height() const override { return Geometry().height; }
+    uint64_t PixelFormat() const override { return Geometry().pixelFormat; }
     uint64_t FrameId() const override { return arv_buffer_get_frame_id(m_buffer.Get()); }
     uint64_t TimestampNs() const override { return arv_buffer_get_timestamp(m_buffer.Get()); }
     int32_t PayloadType() const override { return int32_t(arv_buffer_get_payload_type(m_buffer.Get())); }
-    bool HasImage() const override { return IsImage() && Width() > 0; }
+    bool HasImage() const override { return Width() > 0; }
     bool HasChunks() const override { return arv_buffer_has_chunks(m_buffer.Get()); }
     size_t FilledSize() const override
     {
@@ -279,11 +300,40 @@ public:
     void* NativeHandle() const override { return m_buffer.Get(); }
 
 private:
+    FrameGeometry Geometry() const
+    {
+        FrameGeometry g;
+        if (IsComplete())
+        {
+            if (!IsImage())
+                return g;
+            g.width = uint64_t(arv_buffer_get_image_width(m_buffer.Get()));
+            g.height = uint64_t(arv_buffer_get_image_height(m_buffer.Get()));
+            g.pixelFormat = uint64_t(arv_buffer_get_image_pixel_format(m_buffer.Get()));
+            size_t size = 0;
+            const void* image = arv_buffer_get_image_data(m_buffer.Get(), &size);
+            g.imageOffset = image ? size_t(static_cast<const uint8_t*>(image) - m_data) : 0;
+            g.imageSize = size;
+            return g;
+        }
+        // Only a frame that was under way has packets in place; a cleared, aborted or oversized one shows
+        // nothing.
+        const auto status = arv_buffer_get_status(m_buffer.Get());
+        if (status != ARV_BUFFER_STATUS_MISSING_PACKETS && status != ARV_BUFFER_STATUS_TIMEOUT)
+            return g;
+        std::lock_guard<std::mutex> lock(m_lastComplete->mutex);
+        const FrameGeometry& last = m_lastComplete->geometry;
+        if (last.imageOffset + last.imageSize > m_size)
+            return g; // the frames were larger than this buffer: nothing to show
+        return last;
+    }
+
     GObjectPtr<ArvBuffer> m_buffer;
     void* m_userPtr;
     bool m_bigEndian;
     size_t m_size = 0;
     uint8_t* m_data = nullptr;
+    std::shared_ptr<SharedFrameGeometry> m_lastComplete;
 };
 
 class AravisStream : public StreamBackend
@@ -319,7 +369,7 @@ public:
             GObjectPtr<ArvBuffer>::Adopt(memory ? arv_buffer_new(size, memory) : arv_buffer_new_allocate(size));
         if (!native)
             Raise(ReturnCode::BadAlloc, "Could not allocate a buffer of " + std::to_string(size) + " bytes");
-        auto buffer = std::make_shared<AravisBuffer>(native, size, userPtr, m_bigEndian);
+        auto buffer = std::make_shared<AravisBuffer>(native, size, userPtr, m_bigEndian, m_lastComplete);
         std::lock_guard<std::mutex> lock(m_mutex);
         m_buffers[native.Get()] = buffer;
         return buffer;
@@ -344,7 +394,7 @@ public:
         ArvBuffer* native = arv_stream_try_pop_buffer(m_stream.Get());
         if (!native)
             return nullptr;
-        std::shared_ptr<BufferBackend> buffer;
+        std::shared_ptr<AravisBuffer> buffer;
         {
             std::lock_guard<std::mutex> lock(m_mutex);
             auto it = m_buffers.find(native);
@@ -352,6 +402,8 @@ public:
                 buffer = it->second;
         }
         g_object_unref(native);
+        if (buffer)
+            buffer->RememberGeometry();
         return buffer;
     }
 
@@ -436,6 +488,7 @@ private:
     mutable std::mutex m_mutex; // guards m_buffers, m_running
     std::unordered_map<ArvBuffer*, std::shared_ptr<AravisBuffer>> m_buffers;
     bool m_running = true;
+    const std::shared_ptr<SharedFrameGeometry> m_lastComplete = std::make_shared<SharedFrameGeometry>();
 };
 
 // --- Devices

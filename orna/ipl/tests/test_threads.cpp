@@ -3,6 +3,7 @@
 #include "orna/ipl/image.h"
 #include "orna/ipl/imageconverter.h"
 #include "orna/ipl/pixelformat.h"
+#include "orna/ipl/threads.h"
 #include "orna/ipl/videowriter.h"
 
 #include <gtest/gtest.h>
@@ -110,4 +111,28 @@ TEST(IplThreads, VideoCountersWhileAnotherThreadAppends)
     EXPECT_EQ(writer.GetEncodedFrames(), uint64_t(accepted.load()));
     EXPECT_EQ(writer.GetEncodedFrames() + writer.GetDroppedFrames(), 300u);
     std::filesystem::remove(file);
+}
+
+// A kernel cap of one runs the bands on the calling thread and must give the same bytes as the pool; the
+// band split is where a seam (a row demosaiced without its real neighbour) would show.
+TEST(IplThreads, OneKernelThreadGivesTheSameImageAsThePool)
+{
+    constexpr uint32_t kWidth = 640, kHeight = 483; // an odd height puts band edges on both row kinds
+    Image raw = Image::Construct(BayerRG8, kWidth, kHeight);
+    for (size_t i = 0; i < raw.GetByteCount(); ++i)
+        raw.GetData()[i] = uint8_t((i * 31 + (i / kWidth) * 17) & 0xFF);
+    const int defaultThreads = GetKernelThreads();
+
+    ImageConverter converter;
+    SetKernelThreads(4);
+    EXPECT_EQ(GetKernelThreads(), 4);
+    Image pooled = converter.Convert(raw, BGRa8);
+    SetKernelThreads(1);
+    EXPECT_EQ(GetKernelThreads(), 1);
+    Image single = converter.Convert(raw, BGRa8);
+    SetKernelThreads(0);
+    EXPECT_EQ(GetKernelThreads(), defaultThreads);
+
+    ASSERT_EQ(pooled.GetByteCount(), single.GetByteCount());
+    EXPECT_EQ(std::memcmp(pooled.GetData(), single.GetData(), single.GetByteCount()), 0);
 }

@@ -58,9 +58,12 @@ public:
 
     static bool Available() { return ::access("/usr/bin/arv-fake-gv-camera-0.8", X_OK) == 0; }
 
-    bool Start()
+    // lostPerThousand > 0 makes the camera drop that share of its stream packets (resends included).
+    bool Start(int lostPerThousand = 0)
     {
-        const char* argv[] = {"arv-fake-gv-camera-0.8", "-i", m_address.c_str(), "-s", m_serial.c_str(), nullptr};
+        const std::string ratio = std::to_string(lostPerThousand);
+        const char* argv[] = {"arv-fake-gv-camera-0.8", "-i", m_address.c_str(), "-s", m_serial.c_str(),
+                              lostPerThousand > 0 ? "-r" : nullptr, ratio.c_str(), nullptr};
         return posix_spawn(&m_pid, "/usr/bin/arv-fake-gv-camera-0.8", nullptr, nullptr, const_cast<char* const*>(argv),
                            environ) == 0;
     }

@@ -33,6 +33,7 @@
 
 #include "camera/visionimagecaptureworker.h"
 
+#include <QElapsedTimer>
 #include <QMetaObject>
 #include <QWidget>
 
@@ -66,6 +67,8 @@ QString ModuleName(XmlModule module)
     }
     return QStringLiteral("unknown");
 }
+
+constexpr int kOpenCancelLimitMs = 30000;
 
 // Connects a result signal of the open worker to the main window's slot of that name, when the window has it.
 [[maybe_unused]] void ConnectToMainWindow(QObject* sender, const char* signal, QWidget* mainWindow,
@@ -687,6 +690,22 @@ void VisionCamera::ExitCamera()
         return;
     exited = true;
     const QString context = QStringLiteral("void VisionCamera::ExitCamera()");
+
+    // An open still under way is cancelled and awaited before anything else: every later step would race it,
+    // and its worker must not outlive the camera it works on. It ends at its next step, so this waits for at
+    // most one step's transport time-outs. The camera window defers its close until the open has ended, so
+    // this only waits when the whole application goes down during an open.
+    if (openWorker && openThread.isRunning() && QThread::currentThread() != openThread.get())
+    {
+        openWorker->RequestCancel();
+        QElapsedTimer waited;
+        waited.start();
+        // Bounded all the same: a transport call that never returns must not hang the application for good.
+        if (!openThread->wait(kOpenCancelLimitMs))
+            LogError(context, QStringLiteral("The open under way did not end within %1 ms.").arg(kOpenCancelLimitMs));
+        else if (waited.elapsed() > 1000)
+            LogError(context, QStringLiteral("The open under way took %1 ms to cancel.").arg(waited.elapsed()));
+    }
 
     // 1. Auto features off.
     aflManager->SwitchAllOff();

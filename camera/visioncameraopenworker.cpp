@@ -9,6 +9,7 @@
 #include "processing/iplgammafeatureprovider.h"
 #include "processing/iplgammafeatureproviderwithdigitalblack.h"
 
+#include <QCoreApplication>
 #include <QThread>
 
 namespace {
@@ -37,12 +38,23 @@ void VisionCameraOpenWorker::OnCameraOpen()
     if (cam->cameraName == QLatin1String("unknown") && cam->descriptor)
         cam->cameraName = helper::GetCameraName(cam->descriptor);
     auto fail = [&](const QString& text) { Q_EMIT Signal_CannotOpenCamera(cam->cameraName, text, cameraObject); };
+    // A cancelled open reports nothing: the window it would name is being closed. Its thread is ended here,
+    // as a result signal would have ended it.
+    auto cancelled = [this] {
+        if (!IsCancelled())
+            return false;
+        if (QThread::currentThread() == thread() && QThread::currentThread() != QCoreApplication::instance()->thread())
+            QThread::currentThread()->quit();
+        return true;
+    };
 
     // 1, 2: the device and its node maps.
     if (!cam->InitCamera())
         return fail(tr("Camera initialization failed"));
     if (!cam->InitNodemaps())
         return fail(tr("Initialization of the nodemaps failed"));
+    if (cancelled())
+        return;
 
     // 3: a locked camera cannot be used at all; unlocking is the business of a separate tool.
     if (camera::RegisterReadable(cam->device, camera::kLockRegisterAddress, camera::kLockRegisterLength))
@@ -62,6 +74,8 @@ void VisionCameraOpenWorker::OnCameraOpen()
     if (cam->aflManager)
         cam->aflManager->SwitchAllOff();
 
+    if (cancelled())
+        return;
     // 5-7: texts, sensor name, boot status. Failures here only log.
     cam->InitAdditionalInfos();
     std::string sensor;
@@ -77,6 +91,8 @@ void VisionCameraOpenWorker::OnCameraOpen()
     }
 
     // 9-11
+    if (cancelled())
+        return;
     if (!cam->QueryImageGeometry())
         return fail(tr("Failed to determine image geometry"));
     if (!cam->CheckColorCamera())
@@ -92,6 +108,8 @@ void VisionCameraOpenWorker::OnCameraOpen()
     if (!cam->UpdatePixelFormatSource())
         return fail(tr("Pixel format initialization failed"));
 
+    if (cancelled())
+        return;
     // 15: the probes the panels rely on. Colour correction start values come from the camera's matrix.
     cam->InitSensorFlags();
     cam->InitGainNames();
@@ -110,6 +128,8 @@ void VisionCameraOpenWorker::OnCameraOpen()
     // 17
     cam->hasBrightnessAutoInCamera = cam->HasCameraBrightnessAuto();
 
+    if (cancelled())
+        return;
     // 18: events for the lifetime of the open camera.
     if (!cam->eventThread->isRunning())
         cam->eventThread->start(QThread::InheritPriority);
@@ -125,6 +145,8 @@ void VisionCameraOpenWorker::OnCameraOpen()
         // only start once that has ended. Waiting here blocks the open thread, never the GUI.
         for (int waited = 0; !cam->WaitForOneShotTask(100); waited += 100)
         {
+            if (cancelled())
+                return;
             if (waited >= kOptimiseOnOpenLimitMs)
             {
                 LogMessageSender::Error(cam->keyText, kContext,
@@ -136,6 +158,8 @@ void VisionCameraOpenWorker::OnCameraOpen()
             }
         }
     }
+    if (cancelled())
+        return;
     if (cam->startAcquisitionOnOpen)
     {
         if (!cam->StartAcquisition())

@@ -3,11 +3,14 @@
 //
 // Threads: made on the GUI thread by VisionCamera; OnCameraOpen runs on the camera's openThread (or on the
 // caller's thread when the camera is not opened asynchronously). It never touches a widget; its results reach
-// the main window by queued signals. No mutex.
+// the main window by queued signals. RequestCancel may be called from any thread: the open checks it between
+// its steps and then ends without a result signal (the camera is going away). No mutex.
 #pragma once
 
 #include <QObject>
 #include <QString>
+
+#include <atomic>
 
 class QWidget;
 class VisionCamera;
@@ -37,6 +40,11 @@ public:
     // The text of the password protection failure, with the unlock tool's name.
     static QString PasswordProtectedText();
 
+    // The camera is being destroyed: the open stops at its next step boundary and reports nothing.
+    void RequestCancel() { cancelled.store(true); }
+    bool IsCancelled() const { return cancelled.load(); }
+
 private:
     VisionCamera* camera;
+    std::atomic<bool> cancelled{false};
 };

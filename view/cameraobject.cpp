@@ -353,6 +353,14 @@ void CameraObject::ConnectCamera()
         connect(openThread, &QThread::finished, this, [this] {
             if (camera != nullptr && camera->IsOpen())
                 OnCameraOpened();
+            else if (closeRequested)
+            {
+                // A failed open that the main window did not take away itself.
+                closeRequested = false;
+                openInProgress = false;
+                setEnabled(true);
+                ControlElement::OnButtonClose();
+            }
         });
     connect(camera, &VisionCamera::Signal_Disconnected, this, &CameraObject::OnDisconnectDevice);
     connect(camera, &VisionCamera::Signal_Reconnected, this, &CameraObject::OnReconnectDevice);
@@ -376,11 +384,29 @@ bool CameraObject::IsReady() const
     return camera != nullptr && camera->IsOpen() && !openInProgress && !isDisconnected;
 }
 
+void CameraObject::OnButtonClose()
+{
+    if (openInProgress && camera != nullptr)
+    {
+        closeRequested = true;
+        return;
+    }
+    ControlElement::OnButtonClose();
+}
+
 void CameraObject::OnCameraOpened()
 {
     if (camera == nullptr)
         return;
     openInProgress = false;
+    if (closeRequested)
+    {
+        // A new window is disabled during its open, and with it its close button.
+        closeRequested = false;
+        setEnabled(true);
+        ControlElement::OnButtonClose();
+        return;
+    }
     setEnabled(true);
     if (auto* host = qobject_cast<MainWindow*>(mainWindow))
     {

@@ -116,6 +116,10 @@ public Q_SLOTS:
     void RestartImageAcquisition(bool doRestart);
     // The camera finished its open: controls on, title, and the waiting state when acquisition runs.
     void OnCameraOpened();
+    // During an open the close is remembered and carried out when the open has ended: the open thread works
+    // on the camera, which must not be deleted under it, and the GUI must not wait for it.
+    void OnButtonClose() override;
+    bool IsCloseRequested() const { return closeRequested; }
 
 Q_SIGNALS:
     void beep();
@@ -146,6 +150,7 @@ private:
     VisionCamera* camera = nullptr;
     QWidget* mainWindow = nullptr;
     bool openInProgress = false;
+    bool closeRequested = false;
     bool awaitsSize = false;
     bool needsFirstPlacement = false;
     bool isDisconnected = false;

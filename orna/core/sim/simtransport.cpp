@@ -9,6 +9,7 @@
 #include "orna/core/sim/simregistry.h"
 
 #include <algorithm>
+#include <chrono>
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
@@ -17,6 +18,7 @@
 #include <mutex>
 #include <set>
 #include <sstream>
+#include <thread>
 
 namespace orna::core::sim {
 
@@ -285,14 +287,22 @@ public:
     {
         auto bank = std::make_shared<detail::RegisterBank>();
         std::weak_ptr<SimCamera> weak = m_camera;
+        // ORNA_SIM_LINK_LATENCY_US gives every register access the round trip of a slow link (a GigE camera
+        // behind a busy switch answers in milliseconds), so that tests can catch the GUI waiting on a camera.
+        const char* latencyText = std::getenv("ORNA_SIM_LINK_LATENCY_US");
+        const auto latency = std::chrono::microseconds(latencyText ? std::max(0L, std::atol(latencyText)) : 0L);
         // One window covers the whole space the XML addresses, up to and including the lock register.
         bank->AddPassThrough(
             0, reg::LockRegister + 4,
-            [weak](uint64_t address, uint8_t* data, size_t size) {
+            [weak, latency](uint64_t address, uint8_t* data, size_t size) {
+                if (latency.count() > 0)
+                    std::this_thread::sleep_for(latency);
                 auto camera = weak.lock();
                 return camera && camera->ReadMemory(address, data, size);
             },
-            [weak](uint64_t address, const uint8_t* data, size_t size) {
+            [weak, latency](uint64_t address, const uint8_t* data, size_t size) {
+                if (latency.count() > 0)
+                    std::this_thread::sleep_for(latency);
                 auto camera = weak.lock();
                 return camera && camera->WriteMemory(address, data, size);
             });

@@ -257,6 +257,61 @@ private Q_SLOTS:
         window.SetCameraList(nullptr);
     }
 
+    // A slow link makes the open take seconds. Closing the window meanwhile is carried out once the open has
+    // ended (the open thread works on the camera); deleting the window outright cancels the open and waits for
+    // it, and neither leaves the open worker on a deleted camera (the ASan build catches that).
+    void closeDuringTheOpenWaitsForTheOpen()
+    {
+        ::setenv("ORNA_SIM_LINK_LATENCY_US", "20000", 1);
+        // A thread handed off by the stop rule would leave its worker on the deleted camera.
+        QStringList handedOff;
+        QObject::connect(&LogMessageSender::Instance(), &LogMessageSender::Signal_LogOrnaError, this,
+                         [&handedOff](QString, QString, QString message, int) {
+                             if (message.contains(QStringLiteral("did not stop")))
+                                 handedOff << message;
+                         });
+        MainWindow window;
+        window.resize(1400, 1000);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        CameraListModel list;
+        window.SetCameraList(&list);
+        list.RunUpdate();
+        IconButton* open = window.ToolBarButton(QStringLiteral("camera.png"));
+        QTRY_VERIFY_WITH_TIMEOUT(open->isEnabled(), 10000);
+
+        // An empty window stays enabled while its camera opens: its close button can be pressed.
+        auto* reused = new CameraObject(&window);
+        window.AppendElement(reused);
+        QTest::mouseClick(open, Qt::LeftButton);
+        QCOMPARE(CameraWindowOf(window), reused);
+        QVERIFY(reused->IsOpenInProgress());
+        QPointer<CameraObject> guard = reused;
+        QPointer<VisionCamera> camera = reused->Camera();
+        reused->OnButtonClose();
+        QVERIFY(reused->IsCloseRequested());
+        QVERIFY(!guard.isNull());
+        QVERIFY(!camera.isNull());
+        QTRY_VERIFY_WITH_TIMEOUT(guard.isNull(), 60000);
+        QVERIFY(camera.isNull());
+
+        // Deleted outright in the middle of the open.
+        QTRY_VERIFY_WITH_TIMEOUT(open->isEnabled(), 10000);
+        QTest::mouseClick(open, Qt::LeftButton);
+        CameraObject* doomed = CameraWindowOf(window);
+        QVERIFY(doomed != nullptr);
+        QVERIFY(doomed->IsOpenInProgress());
+        guard = doomed;
+        camera = doomed->Camera();
+        // The way the desk takes windows away, past the close button.
+        emit doomed->Signal_StartDeletingMe();
+        QTRY_VERIFY_WITH_TIMEOUT(guard.isNull(), 60000);
+        QVERIFY(camera.isNull());
+        ::unsetenv("ORNA_SIM_LINK_LATENCY_US");
+        QVERIFY2(handedOff.isEmpty(), qPrintable(handedOff.join(QLatin1Char('\n'))));
+        window.SetCameraList(nullptr);
+    }
+
     void serviceFirmwareLeavesOnlyTheGenericParameters()
     {
         ::setenv("ORNA_SIM_CAMERAS", "service", 1);

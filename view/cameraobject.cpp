@@ -22,6 +22,7 @@
 #include <QHBoxLayout>
 #include <QThread>
 #include <QTimer>
+#include <QScrollArea>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -37,6 +38,36 @@ int DialogAutoClose()
 {
     return QGuiApplication::platformName() == QLatin1String("offscreen") ? 1 : 0;
 }
+// A toolbar of fixed-size buttons in a window smaller than the toolbar: Qt's layout would push the buttons
+// over each other. In a frameless scroll area without scroll bars the toolbar keeps its size and is clipped
+// instead; the wheel over it scrolls to the hidden buttons.
+QScrollArea* ClippingScroller(QWidget* toolbar, Qt::Orientation orientation, QWidget* parent)
+{
+    auto* scroller = new QScrollArea(parent);
+    scroller->setFrameShape(QFrame::NoFrame);
+    scroller->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    scroller->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    scroller->setWidgetResizable(true);
+    scroller->setWidget(toolbar);
+    scroller->setAutoFillBackground(false);
+    scroller->viewport()->setAutoFillBackground(false);
+    toolbar->setAutoFillBackground(false);
+    // The scroll area never makes its widget smaller than the widget's minimum size hint, which the fixed-size
+    // children set; across the toolbar the buttons' fixed size is the scroller's.
+    const QSize hint = toolbar->sizeHint();
+    if (orientation == Qt::Vertical)
+    {
+        scroller->setFixedWidth(hint.width());
+        scroller->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Ignored);
+    }
+    else
+    {
+        scroller->setFixedHeight(hint.height());
+        scroller->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+    }
+    return scroller;
+}
+
 } // namespace
 
 CameraObject::CameraObject(QWidget* parent) : ControlElement(parent, false)
@@ -166,7 +197,8 @@ void CameraObject::CreateControls()
         panelButtons.push_back(button);
     }
     leftToolbarLayout->addStretch(1);
-    bodyLayout->addWidget(leftToolbar);
+    leftScroller = ClippingScroller(leftToolbar, Qt::Vertical, body);
+    bodyLayout->addWidget(leftScroller);
 
     auto* column = new QVBoxLayout;
     column->setContentsMargins(0, 0, 0, 0);
@@ -186,6 +218,8 @@ void CameraObject::CreateControls()
     spinboxScaleFactor->SetValue(1.0);
     spinboxScaleFactor->setToolTip(tr("Zoom factor"));
     spinboxScaleFactor->setFixedHeight(kUpperButtonSize);
+    // Its text must stay whole when the window is narrow: the toolbar is clipped, not squeezed.
+    spinboxScaleFactor->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     upperLayout->addWidget(spinboxScaleFactor);
     buttonNoToolbar = AddUpperButton(QStringLiteral("fullscreen.png"), tr("Hide toolbars"), false);
     // The view tools of later parts: present with their tips, off until their part exists.
@@ -202,6 +236,7 @@ void CameraObject::CreateControls()
     spinboxMagnifierFactor->SetValue(1.0);
     spinboxMagnifierFactor->setToolTip(tr("Zoom factor for pixel viewer"));
     spinboxMagnifierFactor->setFixedHeight(kUpperButtonSize);
+    spinboxMagnifierFactor->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     upperLayout->addWidget(spinboxMagnifierFactor);
     const std::vector<std::pair<const char*, const char*>> laterTools = {
         {"chili.png", QT_TR_NOOP("Measure sharpness")},
@@ -223,7 +258,8 @@ void CameraObject::CreateControls()
         button->setEnabled(false);
     spinboxMagnifierFactor->setEnabled(false);
     upperLayout->addStretch(1);
-    column->addWidget(upperToolbar);
+    upperScroller = ClippingScroller(upperToolbar, Qt::Horizontal, body);
+    column->addWidget(upperScroller);
 
     display = new CustomDisplay(body);
     display->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
@@ -683,8 +719,8 @@ void CameraObject::OnButtonNormalSize()
 void CameraObject::OnButtonNoToolbarMode()
 {
     toolbarsHidden = !toolbarsHidden;
-    leftToolbar->setVisible(!toolbarsHidden);
-    upperToolbar->setVisible(!toolbarsHidden);
+    leftScroller->setVisible(!toolbarsHidden);
+    upperScroller->setVisible(!toolbarsHidden);
 }
 
 void CameraObject::OnMouseWheelChanged(bool up)

@@ -25,6 +25,7 @@ class CustomLabel;
 class IconButton;
 class QHBoxLayout;
 class QLabel;
+class QScrollArea;
 class QTimer;
 class QVBoxLayout;
 class VisionCamera;
@@ -173,6 +174,8 @@ private:
     // Widgets (children of the content widget).
     QVBoxLayout* leftToolbarLayout = nullptr;
     QWidget* leftToolbar = nullptr;
+    QScrollArea* leftScroller = nullptr;  // leftToolbar, clipped in a short window
+    QScrollArea* upperScroller = nullptr; // upperToolbar, clipped in a narrow window
     QWidget* upperToolbar = nullptr;
     QWidget* statusLine = nullptr;
     CustomDisplay* display = nullptr;

@@ -130,6 +130,33 @@ private Q_SLOTS:
         QCOMPARE(window.Display()->GetScaleFactor(), 1.0);
     }
 
+    // A window smaller than its toolbars clips them: no button is squeezed or pushed over another.
+    void smallWindowClipsItsToolbarsInsteadOfOverlapping()
+    {
+        CameraObject window(nullptr);
+        window.resize(420, 300);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QList<IconButton*> buttons = window.findChildren<IconButton*>();
+        QVERIFY(buttons.size() > 30);
+        QVector<QRect> placed;
+        for (IconButton* button : buttons)
+        {
+            if (!button->isVisibleTo(&window) || button->parentWidget() == &window ||
+                button->window() != &window || button->toolTip() == tr("Close"))
+                continue;
+            QVERIFY2(button->size() == button->minimumSize(), qPrintable(button->toolTip()));
+            placed << QRect(button->mapTo(&window, QPoint(0, 0)), button->size());
+        }
+        QVERIFY(placed.size() > 30);
+        for (int i = 0; i < placed.size(); ++i)
+            for (int j = i + 1; j < placed.size(); ++j)
+                QVERIFY2(!placed[i].intersects(placed[j]),
+                         qPrintable(QStringLiteral("buttons %1 and %2 overlap").arg(i).arg(j)));
+        // The zoom factor keeps room for its widest text.
+        QVERIFY(window.ZoomSpinbox()->width() >= window.ZoomSpinbox()->sizeHint().width());
+    }
+
     void toolbarsCarryTheirTypesAndTips()
     {
         CameraObject window(nullptr);

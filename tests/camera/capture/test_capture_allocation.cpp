@@ -20,7 +20,7 @@ std::atomic<bool> counting{false};
 std::atomic<size_t> threshold{~size_t(0)};
 std::atomic<long> largeAllocations{0};
 
-void Count(size_t size)
+[[maybe_unused]] void Count(size_t size)
 {
     if (counting.load(std::memory_order_relaxed) && size >= threshold.load(std::memory_order_relaxed))
         largeAllocations.fetch_add(1);

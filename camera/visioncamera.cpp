@@ -254,7 +254,7 @@ bool VisionCamera::StopThread(QThread* thread)
     return !thread->isRunning();
 }
 
-void VisionCamera::RetireThread(CameraThread& cameraThread, QObject* worker)
+void VisionCamera::RetireThread(CameraThread& cameraThread, QObject* worker, const std::function<void()>& beforeHandOff)
 {
     QThread* thread = cameraThread.thread;
     cameraThread.thread = nullptr;
@@ -274,6 +274,8 @@ void VisionCamera::RetireThread(CameraThread& cameraThread, QObject* worker)
         // the camera no longer knows either.
         LogError(QStringLiteral("void VisionCamera::ExitCamera()"),
                  QStringLiteral("The thread '%1' did not stop within one second.").arg(thread->objectName()));
+        if (beforeHandOff)
+            beforeHandOff();
         if (worker)
         {
             const auto it = std::find(ownedObjects.begin(), ownedObjects.end(), worker);
@@ -774,8 +776,13 @@ void VisionCamera::ExitCamera()
     if (captureWorker)
         captureWorker->Stop();
     captureObject = captureWorker;
+    VisionImageCaptureWorker* retiring = captureWorker;
     captureWorker = nullptr;
-    RetireThread(captureThread, captureObject);
+    // A capture thread held up in a frame consumer outlives the camera: its worker must let go first.
+    RetireThread(captureThread, captureObject, [retiring] {
+        if (retiring)
+            retiring->DetachFromCamera();
+    });
 
     // 8. Histogram and sharpness work.
     for (int poll = 0; poll < 300 && (histogramRunning || iplSharpnessFeatureProvider->IsMeasurementRunning()); ++poll)

@@ -430,7 +430,9 @@ private:
     void DeleteOwnedObject(QObject* object);
     // Stops thread by the stop rule and frees worker (may be null). When the thread does not stop, both are
     // handed over to the thread's end (deleteLater on finished) and thread becomes null.
-    void RetireThread(CameraThread& thread, QObject* worker);
+    // beforeHandOff runs (GUI thread) when the thread did not stop and is handed to its own end, before the
+    // camera forgets it: the worker's last chance to let go of the camera.
+    void RetireThread(CameraThread& thread, QObject* worker, const std::function<void()>& beforeHandOff = {});
     // Binds a node map to its node tree models on the GUI thread (queued when called from another thread).
     void BindNodeMap(XmlModule module, std::shared_ptr<orna::core::NodeMap> map);
     void LogError(const QString& context, const QString& message) const;

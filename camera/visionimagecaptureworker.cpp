@@ -88,6 +88,8 @@ public:
     }
     ~BufferRequeue()
     {
+        if (!buffer)
+            return;
         try
         {
             stream->QueueBuffer(buffer);
@@ -99,6 +101,8 @@ public:
     }
     BufferRequeue(const BufferRequeue&) = delete;
     BufferRequeue& operator=(const BufferRequeue&) = delete;
+    // The stream's buffers were taken back meanwhile (the camera closed): there is nothing to queue.
+    void Dismiss() { buffer.reset(); }
 
 private:
     std::shared_ptr<orna::core::DataStream> stream;
@@ -168,7 +172,8 @@ FrameStageTimes FrameStageClock::Read() const
 
 // --- Construction and control
 
-VisionImageCaptureWorker::VisionImageCaptureWorker(VisionCamera* camera) : camera(camera)
+VisionImageCaptureWorker::VisionImageCaptureWorker(VisionCamera* camera)
+    : camera(camera), keyText(camera ? camera->GetKeyText() : QString())
 {
     frameTimer.start();
     processingTimer.start();
@@ -230,9 +235,16 @@ void VisionImageCaptureWorker::Stop()
     running.store(kStopRequested);
 }
 
+void VisionImageCaptureWorker::DetachFromCamera()
+{
+    running.store(kStopRequested);
+    QMutexLocker use(&cameraUseMutex);
+    cameraDetached = true;
+}
+
 void VisionImageCaptureWorker::Log(const QString& context, const QString& message) const
 {
-    LogMessageSender::Error(camera->GetKeyText(), context, message);
+    LogMessageSender::Error(keyText, context, message);
 }
 
 // --- The pass
@@ -241,15 +253,35 @@ void VisionImageCaptureWorker::ProcessFrame()
 {
     try
     {
-        auto stream = camera->GetDataStream();
+        std::shared_ptr<orna::core::DataStream> stream;
+        uint64_t waitTimeout = 0;
+        {
+            QMutexLocker use(&cameraUseMutex);
+            if (cameraDetached)
+                return;
+            stream = camera->GetDataStream();
+            waitTimeout = camera->GetWaitTimeout();
+        }
         if (!stream)
             return;
-        auto buffer = stream->WaitForFinishedBuffer(camera->GetWaitTimeout());
+        // The wait holds no lock: KillWait ends it when the camera stops.
+        auto buffer = stream->WaitForFinishedBuffer(waitTimeout);
         const int64_t finished_ns = SteadyNow_ns();
+        PassCounters counters;
+        bool passed = false;
         {
-            BufferRequeue requeue(stream, buffer, camera->GetKeyText());
-            ProcessBuffer(buffer, finished_ns);
+            QMutexLocker use(&cameraUseMutex);
+            if (cameraDetached)
+                return; // the buffers went with the camera's stream
+            // Declared after the lock: the buffer goes back while the camera is still held.
+            BufferRequeue requeue(stream, buffer, keyText);
+            passed = ProcessBuffer(buffer, finished_ns, use, counters);
+            if (!passed)
+                requeue.Dismiss();
         }
+        if (passed)
+            emit Signal_UpdateCounters(false, counters.frameTime_ms, counters.processingTime_ms, counters.frames,
+                                       counters.processingErrors, counters.incompletes);
     }
     catch (const orna::core::AbortedException&)
     {
@@ -257,7 +289,12 @@ void VisionImageCaptureWorker::ProcessFrame()
     }
     catch (const orna::core::TimeoutException& e)
     {
-        camera->IncrementTimeoutCounter();
+        {
+            QMutexLocker use(&cameraUseMutex);
+            if (cameraDetached)
+                return;
+            camera->IncrementTimeoutCounter();
+        }
         emit Signal_UpdateCounters(true, 0, 0, 0, 0, 0);
         Log(kProcessFrameContext, QString::fromStdString(e.what()));
     }
@@ -271,7 +308,8 @@ void VisionImageCaptureWorker::ProcessFrame()
     passCount.fetch_add(1);
 }
 
-void VisionImageCaptureWorker::ProcessBuffer(const std::shared_ptr<orna::core::Buffer>& buffer, int64_t finished_ns)
+bool VisionImageCaptureWorker::ProcessBuffer(const std::shared_ptr<orna::core::Buffer>& buffer, int64_t finished_ns,
+                                             QMutexLocker& use, PassCounters& counters)
 {
     if (buffer->GetIsIncomplete())
         camera->IncrementIncompleteCounter();
@@ -388,10 +426,15 @@ void VisionImageCaptureWorker::ProcessBuffer(const std::shared_ptr<orna::core::B
         }
         stageClock.Publish(
             FrameStageTimes{++publishedFrames, image->GetTimestamp(), finished_ns, processed_ns, SteadyNow_ns()});
+        // The consumers may hold the frame up for any time; the camera may go meanwhile.
+        use.unlock();
         if (callback && display)
             callback(display);
         else
             emit Signal_UpdateDisplay();
+        use.relock();
+        if (cameraDetached)
+            return false;
     }
     else if (!processingEnabled.load())
     {
@@ -399,9 +442,12 @@ void VisionImageCaptureWorker::ProcessBuffer(const std::shared_ptr<orna::core::B
     }
 
     processingTime_ms.store(double(processingTimer.nsecsElapsed()) / 1e6);
-    const int frames = camera->IncrementFrameCounter();
-    emit Signal_UpdateCounters(false, frameTime_ms.load(), processingTime_ms.load(), frames,
-                               camera->GetProcessingErrorCounter(), camera->GetIncompleteCounter());
+    counters.frameTime_ms = frameTime_ms.load();
+    counters.processingTime_ms = processingTime_ms.load();
+    counters.frames = camera->IncrementFrameCounter();
+    counters.processingErrors = camera->GetProcessingErrorCounter();
+    counters.incompletes = camera->GetIncompleteCounter();
+    return true;
 }
 
 // --- Host stages

@@ -10,6 +10,11 @@
 //   touches one atomic flag or value.
 // - SetFrameCallback()/ResetFrameCallback() may be called from any thread; callbackMutex guards
 //   frameCallback, and the callback runs on the frame's thread outside the lock.
+// - cameraUseMutex guards cameraDetached. The frame's thread holds it while a pass works on the camera and
+//   its providers, and lets go of it around the frame consumers (frame callback, Signal_UpdateDisplay), where a
+//   pass can be held up for any time. DetachFromCamera (GUI thread, when the capture thread did not stop in
+//   time) takes it, so it waits at most for the rest of a pass that is inside the camera, never for a consumer;
+//   after it the worker does not touch the camera again.
 // - The per-stage stamps and the last display image are published lock-free for the GUI thread (FrameStageClock
 //   is a sequence lock over atomics; the display image goes through the atomic shared_ptr functions).
 //
@@ -128,6 +133,10 @@ public:
     int GetAdjustFramePasses() const { return adjustFramePasses.load(); }
     int GetAdjustFramesSeen() const { return adjustFramesSeen.load(); }
 
+    // The camera is going while this worker's thread still runs (handed to its own end): from now on the
+    // worker touches neither the camera nor its providers. GUI thread.
+    void DetachFromCamera();
+
 public Q_SLOTS:
     void Start();
     void Stop();
@@ -139,7 +148,19 @@ Q_SIGNALS:
     void Signal_AdjustLoopFinished(bool finishedCorrectly);
 
 private:
-    void ProcessBuffer(const std::shared_ptr<orna::core::Buffer>& buffer, int64_t finished_ns);
+    // What a pass reports through Signal_UpdateCounters, which is emitted after the pass lets go of the camera.
+    struct PassCounters
+    {
+        double frameTime_ms = 0;
+        double processingTime_ms = 0;
+        int frames = 0;
+        int processingErrors = 0;
+        int incompletes = 0;
+    };
+    // Returns false when the camera was detached while the frame was with its consumers. use is the pass's
+    // hold on cameraUseMutex: released around the consumers, held again when this returns.
+    bool ProcessBuffer(const std::shared_ptr<orna::core::Buffer>& buffer, int64_t finished_ns, QMutexLocker& use,
+                       PassCounters& counters);
     // Returns true when a stage replaced the image (binning, decimation).
     bool RunSourceStages(FrameRecord& record);
     void RunDestinationStages(std::shared_ptr<orna::ipl::Image>& image);
@@ -168,6 +189,9 @@ private:
     std::atomic<bool> processingEnabled{true};
     std::atomic<bool> displayEnabled{true};
     VisionCamera* camera;
+    const QString keyText;   // the camera's, for log lines that may come after the camera is gone
+    QMutex cameraUseMutex;   // guards cameraDetached; see the thread notes above
+    bool cameraDetached = false;
     QElapsedTimer frameTimer;      // frame to frame; capture (or one-shot) thread only
     QElapsedTimer processingTimer; // one pass; capture (or one-shot) thread only
     QElapsedTimer extraTimer;      // spare stopwatch of the pass; capture (or one-shot) thread only

@@ -19,10 +19,7 @@ function(lumivue_test_environment test_name)
         "LUMIVUE_SOURCE_DIR=${CMAKE_SOURCE_DIR}"
         "ASAN_OPTIONS=detect_leaks=1:abort_on_error=0"
         "UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1"
-        # use_tls=0: GCC 12's LeakSanitizer crashes ("Tracer caught signal 11") on a dynamic-TLS block of a
-        # library that was loaded and unloaded again (seen after a full GUI test run). Without TLS scanning a
-        # block held only through thread-local storage would show as a leak: more reports, never fewer.
-        "LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/lsan.supp:use_tls=0"
+        "LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/lsan.supp"
         "TSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/tsan.supp:halt_on_error=1")
 endfunction()
 

@@ -135,17 +135,19 @@ uint32_t DisplayFormatOf(uint32_t format)
 
 // --- FrameStageClock
 
+// Every operation is sequentially consistent: in that one total order a reader whose field loads saw any
+// store of a write also sees that write's odd sequence number on its second look, and retries. The form
+// with relaxed fields and fences saves a few nanoseconds a frame, but ThreadSanitizer cannot follow fences.
 void FrameStageClock::Publish(const FrameStageTimes& times)
 {
-    const uint64_t start = sequence.load(std::memory_order_relaxed);
-    sequence.store(start + 1, std::memory_order_relaxed);
-    std::atomic_thread_fence(std::memory_order_release);
-    frame.store(times.frame, std::memory_order_relaxed);
-    imageTimestamp.store(times.imageTimestamp, std::memory_order_relaxed);
-    bufferFinished.store(times.bufferFinished_ns, std::memory_order_relaxed);
-    processed.store(times.processed_ns, std::memory_order_relaxed);
-    handedToDisplay.store(times.handedToDisplay_ns, std::memory_order_relaxed);
-    sequence.store(start + 2, std::memory_order_release);
+    const uint64_t start = sequence.load();
+    sequence.store(start + 1);
+    frame.store(times.frame);
+    imageTimestamp.store(times.imageTimestamp);
+    bufferFinished.store(times.bufferFinished_ns);
+    processed.store(times.processed_ns);
+    handedToDisplay.store(times.handedToDisplay_ns);
+    sequence.store(start + 2);
 }
 
 FrameStageTimes FrameStageClock::Read() const
@@ -153,19 +155,18 @@ FrameStageTimes FrameStageClock::Read() const
     FrameStageTimes times;
     for (;;)
     {
-        const uint64_t before = sequence.load(std::memory_order_acquire);
+        const uint64_t before = sequence.load();
         if (before & 1u)
         {
             std::this_thread::yield();
             continue;
         }
-        times.frame = frame.load(std::memory_order_relaxed);
-        times.imageTimestamp = imageTimestamp.load(std::memory_order_relaxed);
-        times.bufferFinished_ns = bufferFinished.load(std::memory_order_relaxed);
-        times.processed_ns = processed.load(std::memory_order_relaxed);
-        times.handedToDisplay_ns = handedToDisplay.load(std::memory_order_relaxed);
-        std::atomic_thread_fence(std::memory_order_acquire);
-        if (sequence.load(std::memory_order_relaxed) == before)
+        times.frame = frame.load();
+        times.imageTimestamp = imageTimestamp.load();
+        times.bufferFinished_ns = bufferFinished.load();
+        times.processed_ns = processed.load();
+        times.handedToDisplay_ns = handedToDisplay.load();
+        if (sequence.load() == before)
             return times;
     }
 }

@@ -7,11 +7,27 @@
 #include <chrono>
 #include <cinttypes>
 #include <cstdio>
+#include <limits>
 #include <thread>
 
 namespace orna::core::nodes {
 
 using detail::RaiseIfError;
+
+namespace {
+
+// A node type without a Min, Max or Inc of its own (IntSwissKnife, IntConverter, a bare IntReg) has the
+// type's full range and a step of one: the engine reports that as "property not defined", which is no fault
+// of the camera. Clears such an error and says so.
+bool ClearIfUndefined(GError*& error)
+{
+    if (error == nullptr || error->domain != ARV_GC_ERROR || error->code != ARV_GC_ERROR_PROPERTY_NOT_DEFINED)
+        return false;
+    g_clear_error(&error);
+    return true;
+}
+
+} // namespace
 
 namespace {
 
@@ -394,6 +410,8 @@ int64_t IntegerNode::GetMinimum() const
     ORNA_NODE_LOCK;
     GError* error = nullptr;
     const gint64 value = arv_gc_integer_get_min(ARV_GC_INTEGER(Handle()), &error);
+    if (ClearIfUndefined(error))
+        return std::numeric_limits<int64_t>::min();
     RaiseIfError(error, m_ref.name);
     return value;
 }
@@ -403,6 +421,8 @@ int64_t IntegerNode::GetMaximum() const
     ORNA_NODE_LOCK;
     GError* error = nullptr;
     const gint64 value = arv_gc_integer_get_max(ARV_GC_INTEGER(Handle()), &error);
+    if (ClearIfUndefined(error))
+        return std::numeric_limits<int64_t>::max();
     RaiseIfError(error, m_ref.name);
     return value;
 }
@@ -412,6 +432,8 @@ int64_t IntegerNode::GetIncrement() const
     ORNA_NODE_LOCK;
     GError* error = nullptr;
     const gint64 value = arv_gc_integer_get_inc(ARV_GC_INTEGER(Handle()), &error);
+    if (ClearIfUndefined(error))
+        return 1;
     RaiseIfError(error, m_ref.name);
     return value;
 }
@@ -478,6 +500,8 @@ double FloatNode::GetMinimum() const
     ORNA_NODE_LOCK;
     GError* error = nullptr;
     const double value = arv_gc_float_get_min(ARV_GC_FLOAT(Handle()), &error);
+    if (ClearIfUndefined(error))
+        return std::numeric_limits<double>::lowest();
     RaiseIfError(error, m_ref.name);
     return value;
 }
@@ -487,6 +511,8 @@ double FloatNode::GetMaximum() const
     ORNA_NODE_LOCK;
     GError* error = nullptr;
     const double value = arv_gc_float_get_max(ARV_GC_FLOAT(Handle()), &error);
+    if (ClearIfUndefined(error))
+        return std::numeric_limits<double>::max();
     RaiseIfError(error, m_ref.name);
     return value;
 }

@@ -13,6 +13,7 @@
 
 #include <cstdlib>
 #include <future>
+#include <limits>
 #include <thread>
 
 using namespace orna::core;
@@ -124,6 +125,13 @@ TEST_F(FakeDeviceTest, OpenReadWriteAndClose)
             previous = position;
         }
         EXPECT_EQ(remote->FindNode("TestRegister")->GetType(), NodeType::Integer);
+        // An integer computed from others (the Fake's PayloadSize) has no Min, Max or Inc of its own: the full
+        // range and a step of one, not an error.
+        auto payload = remote->FindNode<IntegerNode>("PayloadSize");
+        EXPECT_EQ(payload->GetMinimum(), std::numeric_limits<int64_t>::min());
+        EXPECT_EQ(payload->GetMaximum(), std::numeric_limits<int64_t>::max());
+        EXPECT_EQ(payload->GetIncrement(), 1);
+        EXPECT_GT(payload->GetValue(), 0);
         EXPECT_THROW(remote->FindNode("NoSuchFeature"), NotFoundException);
 
         auto local = device->GetNodeMap();

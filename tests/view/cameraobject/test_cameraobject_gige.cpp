@@ -60,9 +60,10 @@ private Q_SLOTS:
         int trailerReports = 0;
         QObject::connect(&LogMessageSender::Instance(), &LogMessageSender::Signal_LogOrnaError, this,
                          [&reports, &trailerReports](QString, QString thread, QString message, int) {
+                             // A frame Aravis gave up on after its retention time reports its leader.
                              if (message.startsWith(QStringLiteral("Buffer trailer error for frame: ")))
                                  ++trailerReports;
-                             else
+                             else if (!message.startsWith(QStringLiteral("Buffer leader error for frame: ")))
                                  reports << thread + QStringLiteral(": ") + message;
                          });
 

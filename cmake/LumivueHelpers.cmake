@@ -21,6 +21,11 @@ function(lumivue_test_environment test_name)
         "UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1"
         "LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/lsan.supp"
         "TSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/tsan.supp:halt_on_error=1")
+    if(LUMIVUE_TSAN)
+        # ThreadSanitizer cannot see the joins of OpenCV's TBB pool and would report every image a pool worker
+        # read before its buffer was reused; under TSan the kernels run on the calling thread.
+        set_property(TEST ${test_name} APPEND PROPERTY ENVIRONMENT "ORNA_IPL_KERNEL_THREADS=1")
+    endif()
 endfunction()
 
 # GigE tests start Aravis' fake camera on the namespace's loopback addresses and discover by broadcast: two

@@ -12,12 +12,34 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdlib>
 #include <cstring>
+#include <mutex>
 
 namespace orna::ipl {
 
+namespace {
+
+std::once_flag environmentApplied;
+
+// ORNA_IPL_KERNEL_THREADS caps the pool for the whole process before the first converter works (a host that
+// keeps cores for its receive threads; ThreadSanitizer runs, which cannot see the pool's joins). A later
+// SetKernelThreads wins.
+void ApplyKernelThreadsFromEnvironment()
+{
+    std::call_once(environmentApplied, [] {
+        const char* text = std::getenv("ORNA_IPL_KERNEL_THREADS");
+        const long count = text ? std::strtol(text, nullptr, 10) : 0;
+        if (count > 0)
+            cv::setNumThreads(int(std::min<long>(count, 1024)));
+    });
+}
+
+} // namespace
+
 void SetKernelThreads(int count)
 {
+    ApplyKernelThreadsFromEnvironment();
     // OpenCV takes a negative count as "its default"; 0 would also mean one thread there.
     cv::setNumThreads(count <= 0 ? -1 : count);
 }
@@ -591,7 +613,10 @@ void ImageConverter::Impl::ConvertYuv(const Image& src, Image& dst)
 
 // --- Public interface
 
-ImageConverter::ImageConverter() : impl_(std::make_unique<Impl>()) {}
+ImageConverter::ImageConverter() : impl_(std::make_unique<Impl>())
+{
+    ApplyKernelThreadsFromEnvironment();
+}
 ImageConverter::~ImageConverter() = default;
 
 void ImageConverter::SetConversionMode(int mode)

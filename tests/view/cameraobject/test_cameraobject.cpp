@@ -200,7 +200,7 @@ private Q_SLOTS:
             QTest::mouseClick(open, Qt::LeftButton);
             QCOMPARE(CameraWindowCount(window), 1);
         }
-        QTRY_VERIFY_WITH_TIMEOUT(!cameraWindow->IsOpenInProgress(), 15000);
+        QTRY_VERIFY_WITH_TIMEOUT(!cameraWindow->IsOpenInProgress(), 60000);
         QTRY_VERIFY(!open->IsBusy());
         QVERIFY(cameraWindow->isEnabled());
         // The new window took the size of its 16:10 image: wider than high, both on the grid (n * 20 + 1).
@@ -237,7 +237,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(open->isEnabled(), 10000);
         QTest::mouseClick(open, Qt::LeftButton);
         QVERIFY(CameraWindowOf(window) != nullptr);
-        QTRY_VERIFY_WITH_TIMEOUT(!CameraWindowOf(window)->IsOpenInProgress(), 15000);
+        QTRY_VERIFY_WITH_TIMEOUT(!CameraWindowOf(window)->IsOpenInProgress(), 60000);
         QVERIFY(CameraWindowOf(window)->Camera()->IsOpen());
         window.SetCameraList(nullptr);
     }
@@ -267,7 +267,7 @@ private Q_SLOTS:
         QCOMPARE(CameraWindowCount(window), 1);
         QCOMPARE(CameraWindowOf(window), empty);
         QVERIFY(empty->Camera() != nullptr);
-        QTRY_VERIFY_WITH_TIMEOUT(!empty->IsOpenInProgress(), 15000);
+        QTRY_VERIFY_WITH_TIMEOUT(!empty->IsOpenInProgress(), 60000);
         QVERIFY(empty->Camera()->IsOpen());
 
         // A lost camera that comes back: the title says so meanwhile, and the live button returns.
@@ -353,7 +353,7 @@ private Q_SLOTS:
         auto* cameraWindow = qobject_cast<CameraObject*>(window.OpenCameraInNewWindow(list.FirstOpenableDevice()));
         QVERIFY(cameraWindow != nullptr);
         // A service camera ends its open without a stream; the window still leaves the open state.
-        QTRY_VERIFY_WITH_TIMEOUT(!cameraWindow->IsOpenInProgress(), 15000);
+        QTRY_VERIFY_WITH_TIMEOUT(!cameraWindow->IsOpenInProgress(), 60000);
         QVERIFY(cameraWindow->IsServiceFirmware());
         QVERIFY(!cameraWindow->LiveButton()->isEnabled());
         QVERIFY(!cameraWindow->FreezeButton()->isEnabled());
@@ -379,7 +379,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(window.ToolBarButton(QStringLiteral("camera.png"))->isEnabled(), 10000);
         auto* cameraWindow = qobject_cast<CameraObject*>(window.OpenCameraInNewWindow(list.FirstOpenableDevice()));
         QVERIFY(cameraWindow != nullptr);
-        QTRY_VERIFY_WITH_TIMEOUT(!cameraWindow->IsOpenInProgress(), 15000);
+        QTRY_VERIFY_WITH_TIMEOUT(!cameraWindow->IsOpenInProgress(), 60000);
         QTRY_VERIFY_WITH_TIMEOUT(cameraWindow->Camera()->IsAcquiring(), 10000);
 
         cameraWindow->MagicButton()->click();

@@ -189,8 +189,8 @@ private:
     std::atomic<bool> processingEnabled{true};
     std::atomic<bool> displayEnabled{true};
     VisionCamera* camera;
-    const QString keyText;   // the camera's, for log lines that may come after the camera is gone
-    QMutex cameraUseMutex;   // guards cameraDetached; see the thread notes above
+    const QString keyText; // the camera's, for log lines that may come after the camera is gone
+    QMutex cameraUseMutex; // guards cameraDetached; see the thread notes above
     bool cameraDetached = false;
     QElapsedTimer frameTimer;      // frame to frame; capture (or one-shot) thread only
     QElapsedTimer processingTimer; // one pass; capture (or one-shot) thread only

@@ -20,9 +20,9 @@
 #include <QApplication>
 #include <QGuiApplication>
 #include <QHBoxLayout>
+#include <QScrollArea>
 #include <QThread>
 #include <QTimer>
-#include <QScrollArea>
 #include <QVBoxLayout>
 
 #include <algorithm>

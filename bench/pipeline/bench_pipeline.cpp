@@ -423,32 +423,8 @@ GevResult RunGevOurs(const Producer& gev)
 
 double RunGevBaseline()
 {
-    const std::string output = "/tmp/lumivue-bench-pipeline-arv-camera-test.txt";
-    pid_t pid = benchsupport::Spawn({"/usr/bin/arv-camera-test-0.8", "-n", std::string("Aravis-Fake-") + kGevSerial,
-                                     "-w", "2048", "-h", "2048", "-i", std::to_string(kPacketSize), "-f", "1000"},
-                                    output);
-    if (pid <= 0)
-        return 0;
-    // One line a second; the first ones cover start-up.
-    std::this_thread::sleep_for(MeasureTime() + std::chrono::seconds(3));
-    benchsupport::StopProcess(pid, SIGINT);
-    std::ifstream in(output);
-    std::string line;
-    std::vector<double> rates;
-    while (std::getline(in, line))
-    {
-        double rate = 0;
-        if (std::sscanf(line.c_str(), " %lf frames/s", &rate) == 1)
-            rates.push_back(rate);
-    }
-    std::remove(output.c_str());
-    if (rates.size() < 3)
-        return 0;
-    double sum = 0;
-    int n = 0;
-    for (size_t i = 2; i < rates.size(); ++i, ++n)
-        sum += rates[i];
-    return n > 0 ? sum / n : 0;
+    return benchsupport::RunArvCameraTest(kGevSerial, kPacketSize, MeasureTime(),
+                                          "/tmp/lumivue-bench-pipeline-arv-camera-test.txt");
 }
 
 void RunGev()

@@ -48,11 +48,9 @@ class TestDiscoveryGige : public QObject
 private slots:
     void fourCamerasUnderTheirProducers()
     {
-        const std::string problem = orna::core::test::LoopbackOnlyProblem();
-        if (!problem.empty())
-            QSKIP(problem.c_str());
-        if (!orna::core::test::FakeGvCamera::Available())
-            QSKIP("arv-fake-gv-camera-0.8 (package aravis-tools) is not installed");
+        const std::string skip = orna::core::test::GigESkipReason();
+        if (!skip.empty())
+            QSKIP(skip.c_str());
 
         ::setenv("ORNA_TRANSPORTS", "gev,sim", 1);
         ::setenv("ORNA_SIM_CAMERAS", "3", 1);

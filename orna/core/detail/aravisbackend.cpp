@@ -255,23 +255,25 @@ public:
                type == ARV_BUFFER_PAYLOAD_TYPE_CHUNK_DATA;
     }
     bool IsComplete() const { return arv_buffer_get_status(m_buffer.Get()) == ARV_BUFFER_STATUS_SUCCESS; }
-    // Called when the buffer is popped: a complete image frame becomes the geometry of later failed ones.
-    void RememberGeometry()
+    // Called when the buffer is popped, on the popping thread, before anyone asks for its geometry: it is read
+    // once per frame, and a complete image frame becomes the geometry of later failed ones.
+    void OnPopped()
     {
-        if (!IsComplete() || !IsImage())
-            return;
-        const FrameGeometry own = Geometry();
-        std::lock_guard<std::mutex> lock(m_lastComplete->mutex);
-        m_lastComplete->geometry = own;
+        m_geometry = ReadGeometry();
+        if (IsComplete() && m_geometry.width > 0)
+        {
+            std::lock_guard<std::mutex> lock(m_lastComplete->mutex);
+            m_lastComplete->geometry = m_geometry;
+        }
     }
-    size_t ImageOffset() const override { return Geometry().imageOffset; }
-    uint64_t Width() const override { return Geometry().width; }
-    uint64_t Height() const override { return Geometry().height; }
-    uint64_t PixelFormat() const override { return Geometry().pixelFormat; }
+    size_t ImageOffset() const override { return m_geometry.imageOffset; }
+    uint64_t Width() const override { return m_geometry.width; }
+    uint64_t Height() const override { return m_geometry.height; }
+    uint64_t PixelFormat() const override { return m_geometry.pixelFormat; }
     uint64_t FrameId() const override { return arv_buffer_get_frame_id(m_buffer.Get()); }
     uint64_t TimestampNs() const override { return arv_buffer_get_timestamp(m_buffer.Get()); }
     int32_t PayloadType() const override { return int32_t(arv_buffer_get_payload_type(m_buffer.Get())); }
-    bool HasImage() const override { return Width() > 0; }
+    bool HasImage() const override { return m_geometry.width > 0; }
     bool HasChunks() const override { return arv_buffer_has_chunks(m_buffer.Get()); }
     size_t FilledSize() const override
     {
@@ -300,7 +302,7 @@ public:
     void* NativeHandle() const override { return m_buffer.Get(); }
 
 private:
-    FrameGeometry Geometry() const
+    FrameGeometry ReadGeometry() const
     {
         FrameGeometry g;
         if (IsComplete())
@@ -334,6 +336,7 @@ private:
     size_t m_size = 0;
     uint8_t* m_data = nullptr;
     std::shared_ptr<SharedFrameGeometry> m_lastComplete;
+    FrameGeometry m_geometry; // of the frame the buffer holds since it was popped
 };
 
 class AravisStream : public StreamBackend
@@ -403,7 +406,7 @@ public:
         }
         g_object_unref(native);
         if (buffer)
-            buffer->RememberGeometry();
+            buffer->OnPopped();
         return buffer;
     }
 

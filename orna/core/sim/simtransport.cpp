@@ -9,8 +9,8 @@
 #include "orna/core/sim/simregistry.h"
 
 #include <algorithm>
-#include <chrono>
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <deque>

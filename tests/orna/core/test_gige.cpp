@@ -20,11 +20,9 @@ class GigETest : public ::testing::Test
 protected:
     void SetUp() override
     {
-        const std::string problem = test::LoopbackOnlyProblem();
-        if (!problem.empty())
-            GTEST_SKIP() << problem;
-        if (!test::FakeGvCamera::Available())
-            GTEST_SKIP() << "arv-fake-gv-camera-0.8 (package aravis-tools) is not installed";
+        const std::string skip = test::GigESkipReason();
+        if (!skip.empty())
+            GTEST_SKIP() << skip;
         ::setenv("ORNA_TRANSPORTS", "gev", 1);
         orna::Library::Initialize();
         camera = std::make_unique<test::FakeGvCamera>("127.0.0.1", "GV01");
@@ -111,9 +109,7 @@ TEST_F(GigETest, CameraControlledByAnotherProcessRaises)
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, 1, output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
     pid_t other = -1;
-    ASSERT_EQ(
-        posix_spawn(&other, "/usr/bin/stdbuf", &actions, nullptr, const_cast<char* const*>(argv), environ),
-        0);
+    ASSERT_EQ(posix_spawn(&other, "/usr/bin/stdbuf", &actions, nullptr, const_cast<char* const*>(argv), environ), 0);
     posix_spawn_file_actions_destroy(&actions);
     bool streaming = false;
     for (auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
@@ -147,11 +143,9 @@ TEST_F(GigETest, CameraControlledByAnotherProcessRaises)
 // Aravis itself answers a failed buffer's geometry with nothing but a GLib critical.
 TEST(GigELossyStream, IncompleteFramesKeepTheGeometryOfCompleteOnes)
 {
-    const std::string problem = test::LoopbackOnlyProblem();
-    if (!problem.empty())
-        GTEST_SKIP() << problem;
-    if (!test::FakeGvCamera::Available())
-        GTEST_SKIP() << "arv-fake-gv-camera-0.8 (package aravis-tools) is not installed";
+    const std::string skip = test::GigESkipReason();
+    if (!skip.empty())
+        GTEST_SKIP() << skip;
     ::setenv("ORNA_TRANSPORTS", "gev", 1);
     orna::Library::Initialize();
     test::FakeGvCamera camera("127.0.0.3", "GV03");

@@ -13,11 +13,9 @@ using namespace orna::core::nodes;
 
 TEST(GigELoss, KilledCameraIsReportedAndFoundAgain)
 {
-    const std::string problem = test::LoopbackOnlyProblem();
-    if (!problem.empty())
-        GTEST_SKIP() << problem;
-    if (!test::FakeGvCamera::Available())
-        GTEST_SKIP() << "arv-fake-gv-camera-0.8 (package aravis-tools) is not installed";
+    const std::string skip = test::GigESkipReason();
+    if (!skip.empty())
+        GTEST_SKIP() << skip;
     ::setenv("ORNA_TRANSPORTS", "gev", 1);
     orna::Library::Initialize();
 

@@ -1,12 +1,12 @@
 // The camera window: the fps smoothing rule, zoom by Ctrl + wheel only, the optimise button's busy state, and
 // the open flow of the main window with a simulated camera (moving images, closing stops the camera, an
 // empty camera window is reused).
+#include "tests/view/cameraobject/deskfixture.h"
+
 #include "app/applicationglobals.h"
 #include "app/logmessagesender.h"
-#include "app/mainwindow.h"
 #include "app/settings.h"
 #include "camera/visioncamera.h"
-#include "discovery/cameralistmodel.h"
 #include "view/cameraobject.h"
 #include "view/customdisplay.h"
 #include "view/customgraphicsscene.h"
@@ -31,22 +31,6 @@ void Wheel(CustomGraphicsView* view, int angle, Qt::KeyboardModifiers modifiers)
     QWheelEvent event(pos, view->viewport()->mapToGlobal(pos), QPoint(), QPoint(0, angle), Qt::NoButton, modifiers,
                       Qt::NoScrollPhase, false);
     QApplication::sendEvent(view->viewport(), &event);
-}
-
-CameraObject* CameraWindowOf(const MainWindow& window)
-{
-    for (ControlElement* element : window.Elements())
-        if (auto* cameraObject = qobject_cast<CameraObject*>(element))
-            return cameraObject;
-    return nullptr;
-}
-
-int CameraWindowCount(const MainWindow& window)
-{
-    int count = 0;
-    for (ControlElement* element : window.Elements())
-        count += qobject_cast<CameraObject*>(element) != nullptr ? 1 : 0;
-    return count;
 }
 
 } // namespace
@@ -142,8 +126,8 @@ private Q_SLOTS:
         QVector<QRect> placed;
         for (IconButton* button : buttons)
         {
-            if (!button->isVisibleTo(&window) || button->parentWidget() == &window ||
-                button->window() != &window || button->toolTip() == tr("Close"))
+            if (!button->isVisibleTo(&window) || button->parentWidget() == &window || button->window() != &window ||
+                button->toolTip() == tr("Close"))
                 continue;
             QVERIFY2(button->size() == button->minimumSize(), qPrintable(button->toolTip()));
             placed << QRect(button->mapTo(&window, QPoint(0, 0)), button->size());
@@ -179,16 +163,9 @@ private Q_SLOTS:
 
     void openButtonShowsMovingImagesAndCloseStopsTheCamera()
     {
-        MainWindow window;
-        window.resize(1400, 1000);
-        window.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&window));
-        CameraListModel list;
-        window.SetCameraList(&list);
-        list.RunUpdate();
-        IconButton* open = window.ToolBarButton(QStringLiteral("camera.png"));
-        QVERIFY(open != nullptr);
-        QTRY_VERIFY_WITH_TIMEOUT(open->isEnabled(), 10000);
+        Desk desk;
+        QVERIFY(desk.WaitForCamera(10000));
+        auto& [window, list, open] = desk;
 
         QTest::mouseClick(open, Qt::LeftButton);
         CameraObject* cameraWindow = CameraWindowOf(window);
@@ -239,19 +216,13 @@ private Q_SLOTS:
         QVERIFY(CameraWindowOf(window) != nullptr);
         QTRY_VERIFY_WITH_TIMEOUT(!CameraWindowOf(window)->IsOpenInProgress(), 60000);
         QVERIFY(CameraWindowOf(window)->Camera()->IsOpen());
-        window.SetCameraList(nullptr);
     }
 
     void emptyCameraWindowIsReused()
     {
-        MainWindow window;
-        window.resize(1400, 1000);
-        window.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&window));
-        CameraListModel list;
-        window.SetCameraList(&list);
-        list.RunUpdate();
-        QTRY_VERIFY_WITH_TIMEOUT(window.ToolBarButton(QStringLiteral("camera.png"))->isEnabled(), 10000);
+        Desk desk;
+        QVERIFY(desk.WaitForCamera(10000));
+        auto& [window, list, open] = desk;
 
         auto* empty = new CameraObject(&window);
         window.AppendElement(empty);
@@ -281,7 +252,6 @@ private Q_SLOTS:
         QVERIFY(!empty->Title().contains(QStringLiteral("disconnected")));
         QVERIFY(!empty->LiveButton()->IsBusy());
         QVERIFY(empty->LiveButton()->isEnabled());
-        window.SetCameraList(nullptr);
     }
 
     // A slow link makes the open take seconds. Closing the window meanwhile is carried out once the open has
@@ -297,15 +267,9 @@ private Q_SLOTS:
                              if (message.contains(QStringLiteral("did not stop")))
                                  handedOff << message;
                          });
-        MainWindow window;
-        window.resize(1400, 1000);
-        window.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&window));
-        CameraListModel list;
-        window.SetCameraList(&list);
-        list.RunUpdate();
-        IconButton* open = window.ToolBarButton(QStringLiteral("camera.png"));
-        QTRY_VERIFY_WITH_TIMEOUT(open->isEnabled(), 10000);
+        Desk desk;
+        QVERIFY(desk.WaitForCamera(10000));
+        auto& [window, list, open] = desk;
 
         // An empty window stays enabled while its camera opens: its close button can be pressed.
         auto* reused = new CameraObject(&window);
@@ -336,19 +300,14 @@ private Q_SLOTS:
         QVERIFY(camera.isNull());
         ::unsetenv("ORNA_SIM_LINK_LATENCY_US");
         QVERIFY2(handedOff.isEmpty(), qPrintable(handedOff.join(QLatin1Char('\n'))));
-        window.SetCameraList(nullptr);
     }
 
     void serviceFirmwareLeavesOnlyTheGenericParameters()
     {
         ::setenv("ORNA_SIM_CAMERAS", "service", 1);
-        MainWindow window;
-        window.resize(1400, 1000);
-        window.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&window));
-        CameraListModel list;
-        window.SetCameraList(&list);
-        list.RunUpdate();
+        Desk desk;
+        QVERIFY(desk.Exposed());
+        auto& [window, list, open] = desk;
         QTRY_VERIFY_WITH_TIMEOUT(list.FirstOpenableDevice() != nullptr, 10000);
         auto* cameraWindow = qobject_cast<CameraObject*>(window.OpenCameraInNewWindow(list.FirstOpenableDevice()));
         QVERIFY(cameraWindow != nullptr);
@@ -363,20 +322,14 @@ private Q_SLOTS:
         // A double click does not switch a service camera's view.
         cameraWindow->OnMouseDoubleClicked();
         QVERIFY(cameraWindow->LiveButton()->parentWidget()->isVisibleTo(cameraWindow));
-        window.SetCameraList(nullptr);
         ::setenv("ORNA_SIM_CAMERAS", "1", 1);
     }
 
     void secondOptimisePressHasNoEffect()
     {
-        MainWindow window;
-        window.resize(1400, 1000);
-        window.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&window));
-        CameraListModel list;
-        window.SetCameraList(&list);
-        list.RunUpdate();
-        QTRY_VERIFY_WITH_TIMEOUT(window.ToolBarButton(QStringLiteral("camera.png"))->isEnabled(), 10000);
+        Desk desk;
+        QVERIFY(desk.WaitForCamera(10000));
+        auto& [window, list, open] = desk;
         auto* cameraWindow = qobject_cast<CameraObject*>(window.OpenCameraInNewWindow(list.FirstOpenableDevice()));
         QVERIFY(cameraWindow != nullptr);
         QTRY_VERIFY_WITH_TIMEOUT(!cameraWindow->IsOpenInProgress(), 60000);
@@ -392,7 +345,6 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(!cameraWindow->MagicButton()->IsBusy(), 30000);
         // Acquisition that ran before comes back.
         QTRY_VERIFY_WITH_TIMEOUT(cameraWindow->Camera()->IsAcquiring(), 5000);
-        window.SetCameraList(nullptr);
     }
 };
 

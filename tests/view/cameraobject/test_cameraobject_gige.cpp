@@ -2,13 +2,12 @@
 // button, live images through GVSP, incomplete frames on a lossy link shown and counted without an error
 // report, and closing that releases the device. Label "gige": run inside the loopback namespace.
 #include "tests/orna/core/gige_fixture.h"
+#include "tests/view/cameraobject/deskfixture.h"
 
 #include "app/applicationglobals.h"
 #include "app/logmessagesender.h"
-#include "app/mainwindow.h"
 #include "app/settings.h"
 #include "camera/visioncamera.h"
-#include "discovery/cameralistmodel.h"
 #include "view/cameraobject.h"
 #include "view/customdisplay.h"
 #include "view/customgraphicsscene.h"
@@ -20,18 +19,6 @@
 
 #include <set>
 
-namespace {
-
-CameraObject* CameraWindowOf(const MainWindow& window)
-{
-    for (ControlElement* element : window.Elements())
-        if (auto* cameraObject = qobject_cast<CameraObject*>(element))
-            return cameraObject;
-    return nullptr;
-}
-
-} // namespace
-
 class TestCameraObjectGige : public QObject
 {
     Q_OBJECT
@@ -39,11 +26,9 @@ class TestCameraObjectGige : public QObject
 private Q_SLOTS:
     void lossyGigECameraShowsLiveImagesAndCloses()
     {
-        const std::string problem = orna::core::test::LoopbackOnlyProblem();
-        if (!problem.empty())
-            QSKIP(problem.c_str());
-        if (!orna::core::test::FakeGvCamera::Available())
-            QSKIP("arv-fake-gv-camera-0.8 (package aravis-tools) is not installed");
+        const std::string skip = orna::core::test::GigESkipReason();
+        if (!skip.empty())
+            QSKIP(skip.c_str());
         QVERIFY2(!qEnvironmentVariableIsEmpty("LUMIVUE_TEST_HOME"), "run through ctest");
         ::setenv("ORNA_TRANSPORTS", "gev", 1);
         QSettings(settings::kOrganisation, settings::kApplication).clear();
@@ -67,16 +52,9 @@ private Q_SLOTS:
                                  reports << thread + QStringLiteral(": ") + message;
                          });
 
-        MainWindow window;
-        window.resize(1400, 1000);
-        window.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&window));
-        CameraListModel list;
-        window.SetCameraList(&list);
-        list.RunUpdate();
-        IconButton* open = window.ToolBarButton(QStringLiteral("camera.png"));
-        QVERIFY(open != nullptr);
-        QTRY_VERIFY_WITH_TIMEOUT(open->isEnabled(), 30000);
+        Desk desk;
+        QVERIFY(desk.WaitForCamera(30000));
+        auto& [window, list, open] = desk;
 
         QTest::mouseClick(open, Qt::LeftButton);
         CameraObject* cameraWindow = CameraWindowOf(window);
@@ -108,7 +86,6 @@ private Q_SLOTS:
         QVERIFY(CameraWindowOf(window) != nullptr);
         QTRY_VERIFY_WITH_TIMEOUT(!CameraWindowOf(window)->IsOpenInProgress(), 30000);
         QVERIFY(CameraWindowOf(window)->Camera()->IsOpen());
-        window.SetCameraList(nullptr);
     }
 };
 

@@ -5,6 +5,8 @@
 // queued connections, so its lists are only touched on the main thread.
 #pragma once
 
+#include "tests/camera/simcameras.h"
+
 #include "app/logmessagesender.h"
 #include "camera/imagebuffermanager.h"
 #include "camera/visioncamera.h"
@@ -104,39 +106,15 @@ public:
 
 namespace capturetest {
 
-// The sim: producer with the given cameras ("mono,color"); null when the producer is not there.
-struct SimSetup
+// The sim: producer with the given cameras ("mono,color"), at the producer's own minimum buffer count.
+struct SimSetup : SimCameras
 {
-    std::shared_ptr<orna::core::ProducerLibrary> producer;
-    std::shared_ptr<orna::core::System> system;
-    std::shared_ptr<orna::core::Interface> iface;
-
-    bool Open(const char* cameras)
-    {
-        ::setenv("ORNA_TRANSPORTS", "sim", 1);
-        ::setenv(orna::core::sim::kSimCamerasEnvironmentVariable, cameras, 1);
-        orna::Library::Initialize();
-        orna::core::EnvironmentInspector::UpdateCTIPaths();
-        const auto paths = orna::core::EnvironmentInspector::GetCTIPaths();
-        if (std::find(paths.begin(), paths.end(), "sim:") == paths.end())
-            return false;
-        producer = orna::core::ProducerLibrary::Construct("sim:");
-        system = producer->GetSystem()->OpenSystem();
-        system->UpdateInterfaces(0);
-        iface = system->GetInterfaces().at(0)->OpenInterface();
-        iface->UpdateDevices(0);
-        return true;
-    }
+    bool Open(const char* cameras) { return Start(cameras, nullptr); }
     std::shared_ptr<orna::core::DeviceDescriptor> Find(const std::string& serial) const
     {
         return iface ? iface->FindDevice(orna::core::sim::SimDeviceId(serial)) : nullptr;
     }
-    void Close()
-    {
-        iface.reset();
-        system.reset();
-        producer.reset();
-    }
+    void Close() { Release(); }
 };
 
 // Opens the camera the way the camera window does, without acquisition; then makes the frames small so that

@@ -2,8 +2,10 @@
 
 #include "camera/imagebuffermanager.h"
 #include "camera/visioncamera.h"
+#include "camera/visionimagecaptureworker.h"
 #include "view/customgraphicsview.h"
 
+#include <QPointer>
 #include <QSignalBlocker>
 #include <QVBoxLayout>
 
@@ -47,7 +49,15 @@ void CustomDisplay::SetCamera(VisionCamera* camera)
         return;
     }
     ImageBufferManager* buffers = camera->GetImageBufferManager();
-    m_scene->SetImageSource([buffers] { return buffers->GetLastImage(); });
+    // The capture thread already made the 8-bit form of a deeper frame for display: painting from it spares the
+    // GUI thread a second conversion of every shown frame. The last image stands in when there is none.
+    QPointer<VisionImageCaptureWorker> worker = camera->GetCaptureWorker();
+    m_scene->SetImageSource([buffers, worker] {
+        if (worker)
+            if (std::shared_ptr<orna::ipl::Image> shown = worker->GetLastDisplayImage())
+                return shown;
+        return buffers->GetLastImage();
+    });
     // The manager dies with the camera; from then on there is nothing to paint.
     m_cameraConnections.append(connect(camera, &QObject::destroyed, this, [this] { m_scene->SetImageSource({}); }));
 }

@@ -119,7 +119,7 @@ std::shared_ptr<nodes::Node> NodeMapImpl::Wrap(const std::string& name, ArvGcNod
     return wrapped;
 }
 
-std::shared_ptr<NodeMapImpl> NodeMapImpl::Create(GObjectPtr<ArvDevice> device)
+std::shared_ptr<NodeMapImpl> NodeMapImpl::Create(GObjectPtr<ArvDevice> device, XmlIndex* parsed)
 {
     auto impl = std::make_shared<NodeMapImpl>();
     impl->device = std::move(device);
@@ -133,7 +133,9 @@ std::shared_ptr<NodeMapImpl> NodeMapImpl::Create(GObjectPtr<ArvDevice> device)
     while (!impl->xml.empty() && impl->xml.back() == '\0')
         impl->xml.pop_back();
     std::string error;
-    if (!impl->index.Parse(impl->xml, error))
+    if (parsed)
+        impl->index = std::move(*parsed);
+    else if (!impl->index.Parse(impl->xml, error))
         Raise(ReturnCode::InvalidArgument, error);
     // GenApi semantics: writes to read-only nodes and out-of-range values fail instead of reaching the device.
     arv_gc_set_access_check_policy(impl->gc, ARV_ACCESS_CHECK_POLICY_ENABLE);

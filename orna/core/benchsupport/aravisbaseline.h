@@ -15,4 +15,8 @@ namespace orna::core::benchsupport {
 // when the device cannot be opened.
 double AravisFeatureWalkSeconds(const std::vector<std::pair<std::string, nodes::NodeType>>& features, int rounds);
 
+// Builds Aravis' node engine (arv_gc_new, no device) from a description text and frees it again. Returns the
+// seconds the build took, or a negative value when the text gives no Root node.
+double AravisParseSeconds(const std::string& xml);
+
 } // namespace orna::core::benchsupport

@@ -72,8 +72,20 @@ std::string ChunkWindows::Rewrite(const std::string& xml, const XmlIndex& index,
     if (portBase.empty())
         return xml;
 
-    xmlDoc* doc = xmlReadMemory(xml.data(), static_cast<int>(xml.size()), "genicam.xml", nullptr,
-                                XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
+    // The index's own tree when it kept one (it is edited in place: the index's facts are already taken), so a
+    // large description is not parsed a second time; otherwise a tree of our own.
+    std::shared_ptr<xmlDoc> owned;
+    xmlDoc* doc = index.Document();
+    if (!doc)
+    {
+        owned.reset(xmlReadMemory(xml.data(), static_cast<int>(xml.size()), "genicam.xml", nullptr,
+                                  XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING),
+                    [](xmlDoc* d) {
+                        if (d)
+                            xmlFreeDoc(d);
+                    });
+        doc = owned.get();
+    }
     if (!doc)
         Raise(ReturnCode::InvalidArgument, "The GenICam XML is not well-formed");
     std::vector<xmlNode*> elements;
@@ -121,7 +133,6 @@ std::string ChunkWindows::Rewrite(const std::string& xml, const XmlIndex& index,
             const unsigned long long offset = std::strtoull(text.c_str(), &end, 0);
             if (text.empty() || !end || *end != '\0' || offset >= kChunkWindowSize)
             {
-                xmlFreeDoc(doc);
                 Raise(ReturnCode::InvalidArgument, "Chunk register " + name + " has an unusable address");
             }
             xmlNodeSetContent(address, reinterpret_cast<const xmlChar*>(Hex(base->second + offset).c_str()));
@@ -139,7 +150,6 @@ std::string ChunkWindows::Rewrite(const std::string& xml, const XmlIndex& index,
     xmlDocDumpMemory(doc, &text, &size);
     std::string result(reinterpret_cast<const char*>(text), static_cast<size_t>(size));
     xmlFree(text);
-    xmlFreeDoc(doc);
     return result;
 }
 

@@ -56,7 +56,8 @@ public:
     bool AssignEvent(uint64_t id, const std::vector<uint8_t>& data);
 
     // Builds the windows for the chunk and event ports of xml (index: its parse) and returns the text the node engine
-    // loads. Without chunk ports the result is xml itself and the object stays empty.
+    // loads. Without chunk ports the result is xml itself and the object stays empty. When the index kept its
+    // parsed tree, that tree is edited in place (the index's own facts are taken already; release it after).
     static std::string Rewrite(const std::string& xml, const XmlIndex& index, ChunkWindows& windows);
 
 private:

@@ -30,7 +30,9 @@ class ChunkWindows;
 struct NodeMapImpl : std::enable_shared_from_this<NodeMapImpl>
 {
     // Wraps the node tree of device (its own ArvGc) and switches on access and range checks.
-    static std::shared_ptr<NodeMapImpl> Create(GObjectPtr<ArvDevice> device);
+    // parsed, when given, is the index of the device's description made already by the caller; it is moved in
+    // instead of parsing the description again.
+    static std::shared_ptr<NodeMapImpl> Create(GObjectPtr<ArvDevice> device, XmlIndex* parsed = nullptr);
 
     // Null for an absent name.
     std::shared_ptr<nodes::Node> Lookup(const std::string& name);

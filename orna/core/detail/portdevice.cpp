@@ -136,15 +136,18 @@ static void orna_port_device_class_init(OrnaPortDeviceClass* klass)
 namespace orna::core::detail {
 
 GObjectPtr<ArvDevice> CreatePortDevice(std::shared_ptr<RegisterBank> bank, const std::string& xml,
-                                       const std::string& engineXml)
+                                       const std::string& engineXml, bool checked)
 {
     if (!bank)
         Raise(ReturnCode::InvalidArgument, "A port device needs a register bank");
     // The node engine reports malformed XML only through GLib criticals: refuse it before it gets there.
-    XmlIndex check;
-    std::string error;
-    if (!check.Parse(xml, error))
-        Raise(ReturnCode::InvalidArgument, error);
+    if (!checked)
+    {
+        XmlIndex check;
+        std::string error;
+        if (!check.Parse(xml, error))
+            Raise(ReturnCode::InvalidArgument, error);
+    }
     auto device = GObjectPtr<ArvDevice>::Adopt(ARV_DEVICE(g_object_new(orna_port_device_get_type(), nullptr)));
     OrnaPortDevice* self = AsPortDevice(device.Get());
     self->state->bank = std::move(bank);
@@ -182,15 +185,19 @@ std::shared_ptr<NodeMap> CreateLocalNodeMap(std::shared_ptr<RegisterBank> bank, 
 {
     if (!bank)
         Raise(ReturnCode::InvalidArgument, "A port device needs a register bank");
+    // One parse of ours per map: the index, whose tree the chunk rewrite edits; the node engine's own parse is
+    // the only other one (a large description is opened on every camera open).
     XmlIndex index;
     std::string error;
-    if (!index.Parse(xml, error))
+    if (!index.Parse(xml, error, true))
         Raise(ReturnCode::InvalidArgument, error);
     auto windows = std::make_shared<ChunkWindows>();
     const std::string engineXml = ChunkWindows::Rewrite(xml, index, *windows);
+    index.ReleaseDocument();
     if (!windows->Empty())
         windows->AddTo(*bank, windows);
-    auto impl = NodeMapImpl::Create(CreatePortDevice(std::move(bank), xml, windows->Empty() ? "" : engineXml));
+    auto impl =
+        NodeMapImpl::Create(CreatePortDevice(std::move(bank), xml, windows->Empty() ? "" : engineXml, true), &index);
     if (!windows->Empty())
         impl->chunkWindows = std::move(windows);
     return std::make_shared<NodeMap>(std::move(impl));

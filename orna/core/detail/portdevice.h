@@ -21,8 +21,9 @@ namespace orna::core::detail {
 // Builds the device and its node tree from xml. Raises InvalidArgumentException when the XML is not a
 // GenICam description the node engine accepts. engineXml, when not empty, is what the node engine loads
 // instead of xml (chunk ports rewritten onto bank windows); the device still reports xml as its description.
+// checked says the caller has parsed xml already and found it well-formed, so it is not parsed again.
 GObjectPtr<ArvDevice> CreatePortDevice(std::shared_ptr<RegisterBank> bank, const std::string& xml,
-                                       const std::string& engineXml = {});
+                                       const std::string& engineXml = {}, bool checked = false);
 
 // The bank behind a device made by CreatePortDevice (null for any other device).
 std::shared_ptr<RegisterBank> PortDeviceBank(ArvDevice* device);

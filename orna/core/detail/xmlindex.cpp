@@ -126,21 +126,66 @@ void ReadChildren(xmlNode* element, XmlNodeInfo& info)
     }
 }
 
+// The first line of a text that does not start with markup, for the refusal: dump tools write a header line
+// before the declaration, and "not well-formed" alone would not say so.
+std::optional<std::string> LeadingNonXmlLine(const std::string& xml)
+{
+    size_t start = xml.compare(0, 3, "\xEF\xBB\xBF") == 0 ? 3 : 0;
+    start = xml.find_first_not_of(" \t\r\n", start);
+    if (start == std::string::npos || xml[start] == '<')
+        return std::nullopt;
+    const size_t end = xml.find_first_of("\r\n", start);
+    std::string line = xml.substr(start, end == std::string::npos ? std::string::npos : end - start);
+    constexpr size_t kShown = 60;
+    if (line.size() > kShown)
+        line = line.substr(0, kShown) + "...";
+    return line;
+}
+
+std::string WellFormedError(xmlParserCtxt* context)
+{
+    std::string error = "The GenICam XML is not well-formed";
+    const xmlError* last = context ? xmlCtxtGetLastError(context) : nullptr;
+    if (last && last->line > 0)
+    {
+        error += " (line " + std::to_string(last->line) + ", column " + std::to_string(last->int2);
+        std::string message = last->message ? last->message : "";
+        while (!message.empty() && (message.back() == '\n' || message.back() == ' '))
+            message.pop_back();
+        if (!message.empty())
+            error += ": " + message;
+        error += ")";
+    }
+    return error;
+}
+
 } // namespace
 
-bool XmlIndex::Parse(const std::string& xml, std::string& error)
+bool XmlIndex::Parse(const std::string& xml, std::string& error, bool keepDocument)
 {
+    m_document.reset();
     m_nodes.clear();
     m_byName.clear();
     m_dependents.clear();
     m_selecting.clear();
-    xmlDoc* doc = xmlReadMemory(xml.data(), static_cast<int>(xml.size()), "genicam.xml", nullptr,
-                                XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
-    if (!doc)
+    if (auto line = LeadingNonXmlLine(xml))
     {
-        error = "The GenICam XML is not well-formed";
+        error = "The description does not start with XML (line 1: " + *line + ")";
         return false;
     }
+    // Blank text between elements carries nothing here; leaving it out of the tree saves a third of the nodes.
+    xmlParserCtxt* context = xmlNewParserCtxt();
+    xmlDoc* doc = context ? xmlCtxtReadMemory(context, xml.data(), static_cast<int>(xml.size()), "genicam.xml", nullptr,
+                                              XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING |
+                                                  XML_PARSE_NOBLANKS | XML_PARSE_COMPACT)
+                          : nullptr;
+    if (!doc)
+    {
+        error = WellFormedError(context);
+        xmlFreeParserCtxt(context);
+        return false;
+    }
+    xmlFreeParserCtxt(context);
     xmlNode* root = xmlDocGetRootElement(doc);
     // Depth-first over the description; Group elements only structure the file.
     std::vector<xmlNode*> stack;
@@ -169,7 +214,10 @@ bool XmlIndex::Parse(const std::string& xml, std::string& error)
         m_byName[name] = m_nodes.size();
         m_nodes.push_back(std::move(info));
     }
-    xmlFreeDoc(doc);
+    if (keepDocument)
+        m_document.reset(doc, xmlFreeDoc);
+    else
+        xmlFreeDoc(doc);
 
     for (const auto& node : m_nodes)
     {

@@ -10,10 +10,13 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
+
+struct _xmlDoc;
 
 namespace orna::core::detail {
 
@@ -41,8 +44,13 @@ struct XmlNodeInfo
 class XmlIndex
 {
 public:
-    // False with a message in error when the text is not well-formed XML.
-    bool Parse(const std::string& xml, std::string& error);
+    // False with a message in error when the text is not well-formed XML; the message says where (line and
+    // column), and a text whose first line is not XML at all (a header a dump tool wrote before the declaration)
+    // is named as such. With keepDocument the parsed tree stays available through Document() until
+    // ReleaseDocument(), so that a caller that must rewrite the text does not parse it a second time.
+    bool Parse(const std::string& xml, std::string& error, bool keepDocument = false);
+    _xmlDoc* Document() const { return m_document.get(); }
+    void ReleaseDocument() { m_document.reset(); }
 
     const XmlNodeInfo* Find(const std::string& name) const;
     // Every named node (entries excluded) in document order.
@@ -58,6 +66,7 @@ public:
     std::string PortOf(const std::string& name) const;
 
 private:
+    std::shared_ptr<_xmlDoc> m_document;
     std::vector<XmlNodeInfo> m_nodes;
     std::unordered_map<std::string, size_t> m_byName;
     std::unordered_map<std::string, std::vector<std::string>> m_dependents;

@@ -2,6 +2,7 @@
 // invalidation, polling, commands, persistence, and concurrent use.
 #include "concurrent_use.h"
 #include "fixture_xml.h"
+#include "orna/core/benchsupport/largedescription.h"
 
 #include "orna/core/detail/localnodemap.h"
 #include "orna/core/exception.h"
@@ -345,9 +346,75 @@ TEST_F(NodeMapTest, NodesOutlivingTheirMapRaise)
     }
 }
 
-TEST_F(NodeMapTest, BadXmlIsRefused)
+namespace {
+
+std::string RefusalOf(const std::shared_ptr<detail::RegisterBank>& bank, const std::string& xml)
+{
+    try
+    {
+        detail::CreateLocalNodeMap(bank, xml);
+    }
+    catch (const InvalidArgumentException& e)
+    {
+        return e.what();
+    }
+    return "(accepted)";
+}
+
+} // namespace
+
+TEST_F(NodeMapTest, BadXmlIsRefusedSayingWhere)
 {
     EXPECT_THROW(detail::CreateLocalNodeMap(bank, "<RegisterDescription><Integer"), InvalidArgumentException);
+
+    const std::string mismatched = RefusalOf(bank, "<RegisterDescription>\n  <Integer Name=\"A\">\n"
+                                                   "    <Value>1</Valu>\n  </Integer>\n</RegisterDescription>\n");
+    EXPECT_NE(mismatched.find("The GenICam XML is not well-formed (line 3, column "), std::string::npos) << mismatched;
+
+    // A dump tool's header line before the declaration is named, not reported as a parse error at some column.
+    const std::string header = RefusalOf(bank, "GenICam description of camera 42\n" + std::string(test::kFixtureXml));
+    EXPECT_NE(header.find("The description does not start with XML (line 1: GenICam description of camera 42)"),
+              std::string::npos)
+        << header;
+    // A byte order mark is still XML; a declaration after anything else is a parse error, with its place.
+    EXPECT_NO_THROW(
+        detail::CreateLocalNodeMap(test::MakeFixtureBank(), "\xEF\xBB\xBF" + std::string(test::kFixtureXml)));
+    const std::string late = RefusalOf(test::MakeFixtureBank(), "\n  " + std::string(test::kFixtureXml));
+    EXPECT_NE(late.find("(line 2, column "), std::string::npos) << late;
+}
+
+// A description of a large camera's size and shape (selectors over indexed registers, swiss knives, converters,
+// enumerations of 30 entries, chunk and event ports) opens with one parse of ours, whose tree the chunk rewrite
+// reuses: every kind must still work through the engine.
+TEST(LargeDescription, OpensWithEveryNodeKindWorking)
+{
+    orna::Library::Initialize();
+    const auto description = benchsupport::GenerateLargeDescription(60);
+    auto map = detail::CreateLocalNodeMap(benchsupport::LargeDescriptionBank(60), description.xml);
+    EXPECT_EQ(map->GetXml(), description.xml);
+
+    auto selector = map->FindNode<nodes::EnumerationNode>("Selector10");
+    ASSERT_EQ(selector->GetEntries().size(), 30u);
+    EXPECT_EQ(selector->GetEntries().front()->GetSymbolicValue(), "Entry0");
+    auto selected = map->FindNode<nodes::IntegerNode>("Int11");
+    selector->SetCurrentEntryBySymbolicValue("Entry0");
+    selected->SetValue(7);
+    selector->SetCurrentEntryBySymbolicValue("Entry3");
+    EXPECT_EQ(selected->GetValue(), 0) << "each selector entry has a register of its own";
+    selected->SetValue(9);
+    selector->SetCurrentEntryBySymbolicValue("Entry0");
+    EXPECT_EQ(selected->GetValue(), 7);
+
+    EXPECT_EQ(map->FindNode<nodes::IntegerNode>("Int11Scaled")->GetValue(), (7 * 2 + 7) / 3);
+    EXPECT_NEAR(map->FindNode<nodes::FloatNode>("Float11")->GetValue(), 0.7, 1e-9); // register / 10
+    auto mode = map->FindNode<nodes::EnumerationNode>("Enum15");
+    ASSERT_EQ(mode->GetEntries().size(), 30u);
+    EXPECT_EQ(mode->GetEntries().back()->GetSymbolicValue(), "Mode29");
+    // Chunk registers sit on the rewritten port: no buffer yet, so they are there but not readable.
+    EXPECT_TRUE(map->GetHasNode("Chunk25"));
+    EXPECT_TRUE(map->GetHasNode("Event50"));
+    map.reset();
+    orna::Library::Close();
 }
 
 TEST_F(NodeMapTest, FourThreadsShort)

@@ -13,6 +13,7 @@
 //
 // LUMIVUE_BENCH_QUICK=1 shortens every measurement to 5 s.
 #include "app/logmessagesender.h"
+#include "bench/support/pipeline.h"
 #include "bench/support/processes.h"
 #include "camera/visioncamera.h"
 #include "camera/visionimagecaptureworker.h"
@@ -60,6 +61,7 @@ extern char** environ;
 
 using namespace orna::core;
 using namespace orna::core::nodes;
+using namespace benchsupport;
 using Clock = std::chrono::steady_clock;
 
 namespace {
@@ -78,22 +80,6 @@ int64_t ThreadCpu_ns()
     timespec ts{};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
     return int64_t(ts.tv_sec) * 1000000000 + ts.tv_nsec;
-}
-
-// Runs the Qt event loop (display updates, queued counters) for a while. It blocks between events as the
-// application's loop does: a loop that polls would keep a core busy that the camera and the receive thread
-// need (on two cores it cost the GigE run a tenth of its frames).
-void Spin(std::chrono::milliseconds time)
-{
-    QEventLoop loop;
-    QTimer::singleShot(time, &loop, &QEventLoop::quit);
-    loop.exec();
-}
-
-void Print(const char* name, double ours, double baseline, double ratio, const char* unit)
-{
-    std::printf("BENCH %s ours=%.3f baseline=%.3f ratio=%.3f unit=%s\n", name, ours, baseline, ratio, unit);
-    std::fflush(stdout);
 }
 
 double Percentile(std::vector<double> values, double p)
@@ -119,68 +105,7 @@ std::shared_ptr<DeviceDescriptor> FindDevice(const std::shared_ptr<Interface>& i
 
 } // namespace
 
-// --- Shared set-up
-
 namespace {
-
-struct Producer
-{
-    std::shared_ptr<ProducerLibrary> library;
-    std::shared_ptr<System> system;
-    std::shared_ptr<Interface> iface;
-};
-
-bool OpenProducer(const std::string& path, const std::string& interfaceName, Producer& producer)
-{
-    try
-    {
-        producer.library = ProducerLibrary::Construct(path);
-        producer.system = producer.library->GetSystem()->OpenSystem();
-        producer.system->UpdateInterfaces(100);
-        std::shared_ptr<InterfaceDescriptor> descriptor;
-        if (interfaceName.empty())
-            descriptor = producer.system->GetInterfaces().at(0);
-        else
-            descriptor = producer.system->FindInterface(interfaceName);
-        if (!descriptor)
-            return false;
-        producer.iface = descriptor->OpenInterface();
-        producer.iface->UpdateDevices(100);
-        return true;
-    }
-    catch (const std::exception& e)
-    {
-        std::fprintf(stderr, "pipeline: producer %s: %s\n", path.c_str(), e.what());
-        return false;
-    }
-}
-
-// Opens a camera the way the camera window does, without acquisition.
-std::unique_ptr<VisionCamera> OpenCamera(const std::shared_ptr<DeviceDescriptor>& descriptor)
-{
-    if (!descriptor)
-        return nullptr;
-    auto camera = std::make_unique<VisionCamera>(nullptr, nullptr, descriptor, false, false, false);
-    if (!camera->IsOpen())
-        return nullptr;
-    return camera;
-}
-
-// The display of a camera window, offscreen, painting the camera's last image at every update.
-struct Display
-{
-    CustomDisplay widget;
-
-    explicit Display(VisionCamera* camera)
-    {
-        widget.resize(1280, 800);
-        widget.SetCamera(camera);
-        widget.SetImageSize(int(camera->GetImageWidth()), int(camera->GetImageHeight()));
-        QObject::connect(camera->GetCaptureWorker(), &VisionImageCaptureWorker::Signal_UpdateDisplay, &widget,
-                         &CustomDisplay::UpdateDisplay, Qt::QueuedConnection);
-        widget.show();
-    }
-};
 
 // CPU time of the capture thread per frame over a window of the running acquisition.
 struct CaptureCpu

@@ -83,8 +83,10 @@ std::shared_ptr<nodes::Node> NodeMapImpl::Wrap(const std::string& name, ArvGcNod
         auto* enumeration = static_cast<nodes::EnumerationNode*>(wrapped.get());
         // Entries by symbol as the engine holds them (reversed), then put into document order.
         std::vector<ArvGcFeatureNode*> engineEntries;
+        // An entry without a name (a broken description) has no symbol to be set or shown by: left out.
         for (const GSList* it = arv_gc_enumeration_get_entries(ARV_GC_ENUMERATION(node)); it; it = it->next)
-            engineEntries.push_back(ARV_GC_FEATURE_NODE(it->data));
+            if (arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(it->data)))
+                engineEntries.push_back(ARV_GC_FEATURE_NODE(it->data));
         std::vector<ArvGcFeatureNode*> orderedEntries;
         if (const auto* info = index.Find(name))
         {

@@ -1,0 +1,86 @@
+// Writes the starting corpus of each fuzz target into <folder>/<target>/: the descriptions the application
+// really meets (the simulated cameras' own, Aravis' Fake camera's, a test fixture's, a small one of a large
+// camera's shape) and a parameter file saved from the parameter file body's node map.
+// Usage: fuzz_seeds <folder>
+#include "orna/core/benchsupport/largedescription.h"
+#include "orna/core/device.h"
+#include "orna/core/interface.h"
+#include "orna/core/producerlibrary.h"
+#include "orna/core/sim/simcamera.h"
+#include "orna/core/sim/simxml.h"
+#include "orna/core/system.h"
+#include "tests/fuzz/fuzz_bodies.h"
+#include "tests/orna/core/fixture_xml.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+namespace {
+
+void Write(const std::filesystem::path& file, const std::string& text)
+{
+    std::ofstream(file, std::ios::binary) << text;
+    std::printf("seed %s (%zu bytes)\n", file.c_str(), text.size());
+}
+
+std::string FakeCameraXml()
+{
+    using namespace orna::core;
+    std::string xml;
+    lumivue::fuzz::Quietly([&] {
+        auto producer = ProducerLibrary::Construct("aravis:Fake");
+        auto system = producer->GetSystem()->OpenSystem();
+        system->UpdateInterfaces(100);
+        auto iface = system->GetInterfaces().at(0)->OpenInterface();
+        iface->UpdateDevices(500);
+        auto device = iface->GetDevices().at(0)->OpenDevice(DeviceAccessType::Control);
+        xml = device->GetRemoteDevice()->GetNodeMap()->GetXml();
+    });
+    return xml;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc != 2)
+    {
+        std::fprintf(stderr, "usage: fuzz_seeds <folder>\n");
+        return 2;
+    }
+    ::setenv("ORNA_TRANSPORTS", "fake", 1);
+    lumivue::fuzz::EnsureLibrary();
+    const std::filesystem::path root = argv[1];
+    const auto xmlDir = root / "genicam_xml";
+    const auto parameterDir = root / "parameter_file";
+    std::filesystem::create_directories(xmlDir);
+    std::filesystem::create_directories(parameterDir);
+
+    for (const char* model : {"color", "mono", "service", "color12mp"})
+    {
+        orna::core::sim::SimCameraConfig config;
+        config.model = model;
+        config.serviceFirmware = std::string(model) == "service";
+        Write(xmlDir / (std::string("sim-") + model + ".xml"), orna::core::sim::BuildGenICamXml(config));
+    }
+    Write(xmlDir / "fixture.xml", orna::core::test::kFixtureXml);
+    Write(xmlDir / "large-shape.xml", orna::core::benchsupport::GenerateLargeDescription(6).xml);
+    const std::string fake = FakeCameraXml();
+    if (!fake.empty())
+        Write(xmlDir / "aravis-fake.xml", fake);
+    else
+        std::fprintf(stderr, "fuzz_seeds: Aravis' Fake camera gave no description\n");
+
+    auto map = orna::core::detail::CreateLocalNodeMap(lumivue::fuzz::ZeroBank(), lumivue::fuzz::ParameterFileXml());
+    const auto saved = parameterDir / "saved.txt";
+    std::string error;
+    if (!camera::SaveParameterFile(map, saved.string(), error))
+    {
+        std::fprintf(stderr, "fuzz_seeds: %s\n", error.c_str());
+        return 1;
+    }
+    std::printf("seed %s\n", saved.c_str());
+    return 0;
+}

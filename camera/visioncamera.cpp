@@ -212,11 +212,16 @@ VisionCamera::VisionCamera(QWidget* parentWindow_, QWidget* mainWindow_,
     eventWorker->moveToThread(eventThread);
     connect(eventThread, &QThread::started, eventWorker, &VisionEventWorker::OnStart);
 
-    // 7. Open.
-    if (openAsync)
-        openThread->start(QThread::InheritPriority);
-    else
+    // 7. Open. An asynchronous open waits for StartOpen, so that its results cannot come before the camera
+    // window has connected to them.
+    if (!openAsync)
         openWorker->OnCameraOpen();
+}
+
+void VisionCamera::StartOpen()
+{
+    if (openAsync && openWorker && openThread.get() && !openThread.isRunning() && !exited)
+        openThread->start(QThread::InheritPriority);
 }
 
 VisionCamera::~VisionCamera()
@@ -529,9 +534,6 @@ bool VisionCamera::StartAcquisition()
     bool value = false;
     reverseX = GetBoolValue("ReverseX", value) && value;
     reverseY = GetBoolValue("ReverseY", value) && value;
-    const int64_t lastWidth = imageWidth, lastHeight = imageHeight, lastOffsetX = imageOffsetX,
-                  lastOffsetY = imageOffsetY;
-    const uint32_t lastFormat = pixelFormatSource;
     // Unknown until the first buffer of this run; the geometry query must not use the previous run's count.
     imagesPerBuffer = -1;
 
@@ -541,9 +543,11 @@ bool VisionCamera::StartAcquisition()
     std::string mode;
     isLinescan = GetSensorOperationMode(mode) && (mode == "Linescan" || mode == "LinescanSensor");
 
-    if (imageWidth != lastWidth || imageHeight != lastHeight || imageOffsetX != lastOffsetX ||
-        imageOffsetY != lastOffsetY || reverseX != previousReverseX || reverseY != previousReverseY ||
-        pixelFormatSource != lastFormat)
+    // Hot pixels were found on the previous run's sensor window; geometry queries in between (single frame,
+    // optimise, the open) do not move that window, so the comparison is with what that run used.
+    if (imageWidth != previousWidth || imageHeight != previousHeight || imageOffsetX != previousOffsetX ||
+        imageOffsetY != previousOffsetY || reverseX != previousReverseX || reverseY != previousReverseY ||
+        pixelFormatSource != previousPixelFormat)
         iplHotpixelFeatureProvider->ForgetHotpixels();
     previousWidth = imageWidth;
     previousHeight = imageHeight;
@@ -556,17 +560,33 @@ bool VisionCamera::StartAcquisition()
     const camera::TriggerMode triggerMode = GetTriggerMode(true);
     iplSharpnessFeatureProvider->SetFrameSkip(triggerMode == camera::TriggerMode::Off ? 9 : 0);
 
+    bool streamStarted = false;
     try
     {
         if (!dataStream)
             orna::core::Raise(orna::core::ReturnCode::NotAvailable, "The camera has no data stream.");
         if (!dataStream->GetIsGrabbing())
+        {
             dataStream->StartAcquisition(orna::core::AcquisitionStartMode::Default, orna::core::DataStream::kInfinite);
+            streamStarted = true;
+        }
         remoteDeviceNodeMap->FindNode<orna::core::nodes::IntegerNode>("TLParamsLocked")->SetValue(1);
     }
     catch (const std::exception& e)
     {
         LogError(QString::fromLatin1(context), QString::fromUtf8(e.what()));
+        // The camera does not acquire: a stream started here must not keep grabbing behind a false result.
+        if (streamStarted)
+        {
+            try
+            {
+                dataStream->StopAcquisition(orna::core::AcquisitionStopMode::Default);
+            }
+            catch (const std::exception& undo)
+            {
+                LogError(QString::fromLatin1(context), QString::fromUtf8(undo.what()));
+            }
+        }
         return false;
     }
 
@@ -720,7 +740,10 @@ void VisionCamera::ExitCamera()
         if (access)
             access->SetNodeMap(nullptr);
 
-    // 4. Wait for a running auto feature calculation and the one-shot task.
+    // 4. The one-shot task is aborted and joined before anything it works on goes: it runs on the capture worker,
+    // its providers and the converter, which steps 7 and 10 free. Every wait of a one-shot task is ended by the
+    // abort (a kill that comes before a wait is kept for it) and its device commands are bounded, so the join
+    // takes at most the rest of one command plus the task's restore.
     auto killWait = [&] {
         try
         {
@@ -732,17 +755,22 @@ void VisionCamera::ExitCamera()
             LogError(context, QString::fromUtf8(e.what()));
         }
     };
+    closing = true;
+    if (oneShotTask.valid())
+    {
+        QElapsedTimer joined;
+        joined.start();
+        if (captureWorker)
+            captureWorker->AbortOneShot();
+        killWait();
+        oneShotTask.wait();
+        if (joined.elapsed() > 1000)
+            LogError(context, QStringLiteral("The one-shot task took %1 ms to end.").arg(joined.elapsed()));
+    }
     while (aflManager->IsBusy())
     {
         SleepMs(10);
         killWait();
-        if (oneShotTask.valid())
-            oneShotTask.wait_for(std::chrono::milliseconds(3000));
-    }
-    if (oneShotTask.valid() && IsOneShotRunning())
-    {
-        killWait();
-        oneShotTask.wait_for(std::chrono::milliseconds(3000));
     }
 
     // 5. Stop acquisition; when that failed, take the buffers back by hand.
@@ -839,21 +867,70 @@ void VisionCamera::ExitCamera()
     emit Signal_Closed();
 }
 
-bool VisionCamera::IsOneShotRunning() const
+bool VisionCamera::StartOneShotTask(std::function<void()> task)
 {
-    return oneShotTask.valid() && oneShotTask.wait_for(std::chrono::milliseconds(0)) != std::future_status::ready;
-}
-
-void VisionCamera::SetOneShotTask(std::future<void>&& task)
-{
-    oneShotTask = std::move(task);
+    if (!task || closing.load())
+        return false;
+    bool idle = false;
+    if (!oneShotBusy.compare_exchange_strong(idle, true))
+        return false;
+    // The body of the last task has returned (it released oneShotBusy as its last step), so this join waits
+    // at most for its thread to leave the lambda.
+    if (oneShotTask.valid())
+        oneShotTask.wait();
+    if (captureWorker)
+        captureWorker->ClearOneShotAbort();
+    const QString key = keyText;
+    try
+    {
+        oneShotTask = std::async(std::launch::async, [this, key, task = std::move(task)] {
+            try
+            {
+                task();
+            }
+            catch (const std::exception& e)
+            {
+                LogMessageSender::Error(key,
+                                        QStringLiteral("bool VisionCamera::StartOneShotTask(std::function<void ()>)"),
+                                        QString::fromUtf8(e.what()));
+            }
+            catch (...)
+            {
+                LogMessageSender::Error(key,
+                                        QStringLiteral("bool VisionCamera::StartOneShotTask(std::function<void ()>)"),
+                                        QStringLiteral("The one-shot task failed with an unknown exception."));
+            }
+            // Posted before the release: ExitCamera joins this task before the camera goes, so the camera is
+            // alive here; a camera deleted before the event is delivered drops it.
+            QMetaObject::invokeMethod(
+                this, [this] { emit Signal_OneShotTaskFinished(); }, Qt::QueuedConnection);
+            oneShotBusy.store(false);
+        });
+    }
+    catch (const std::exception& e)
+    {
+        // No thread for the task: nothing runs.
+        oneShotBusy.store(false);
+        LogError(QStringLiteral("bool VisionCamera::StartOneShotTask(std::function<void ()>)"),
+                 QString::fromUtf8(e.what()));
+        return false;
+    }
+    return true;
 }
 
 bool VisionCamera::WaitForOneShotTask(int timeoutMs)
 {
-    if (!oneShotTask.valid())
+    if (!oneShotBusy.load())
         return true;
-    return oneShotTask.wait_for(std::chrono::milliseconds(timeoutMs)) == std::future_status::ready;
+    QElapsedTimer waited;
+    waited.start();
+    while (oneShotBusy.load())
+    {
+        if (waited.elapsed() >= timeoutMs)
+            return false;
+        SleepMs(2);
+    }
+    return true;
 }
 
 // Device list events. They are logged and passed on; reopening and reconnecting the camera are later work.

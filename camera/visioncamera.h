@@ -142,7 +142,8 @@ public:
     void SaveAndResetTriggerModes();
     void RestoreSavedTriggerModes();
     // Runs the single frame routine of the capture worker as the one-shot task, unless one still runs.
-    void AcquireSingleFrame();
+    // False when refused: a one-shot task still runs, or the camera has no capture worker or is closing.
+    bool AcquireSingleFrame();
 
     // The thread stop rule: quit(), then up to 100 polls of isRunning 10 ms apart. False when the thread still
     // runs after that; it is never terminated.
@@ -386,11 +387,23 @@ public:
     void ResetReconnectCounter() { reconnectCounter = 0; }
     void ResetIncompleteCounter() { incompleteCounter = 0; }
 
-    // The single frame or optimise task. IsOneShotRunning tests it with a zero time-out.
-    bool IsOneShotRunning() const;
-    void SetOneShotTask(std::future<void>&& task);
+    // The single frame or optimise task: one at a time. IsOneShotRunning is true from the launch until the
+    // task's body has returned; any thread may ask.
+    bool IsOneShotRunning() const { return oneShotBusy.load(); }
+    // Launches task as the one-shot task (std::async, policy async). Refuses at once, without waiting and without
+    // touching the running one, when a task still runs or the camera is closing; false then. The task's
+    // exceptions are logged; when it ends, Signal_OneShotTaskFinished is posted to the camera's thread. Launched
+    // from the GUI thread, or from the open thread while the GUI thread leaves the camera alone.
+    bool StartOneShotTask(std::function<void()> task);
     // Waits up to timeoutMs for the one-shot task; true when none runs any more.
     bool WaitForOneShotTask(int timeoutMs);
+    // The optimise run's restore: the trigger modes, the automatic modes and the colour correction mode saved
+    // when the run began go back to the camera and are forgotten. Safe on every path, also when nothing was
+    // saved (a CTRL run, or a run that failed before it changed anything).
+    void RestoreSettingsAfterOptimise();
+    // Starts the open on openThread (asynchronous open only; a synchronous one runs in the constructor). Called
+    // once the caller has connected Signal_Opened and the open thread's finished signal. GUI thread.
+    void StartOpen();
 
     // Test hook: the number of buffers the last AllocBuffers announced.
     size_t GetNumBuffersAnnounced() const { return buffers.size(); }
@@ -406,6 +419,8 @@ Q_SIGNALS:
     void Signal_VideoRecordingRunningChanged(bool isRunning);
     void Signal_Opened();
     void Signal_Closed();
+    // The one-shot task has ended (queued to the camera's thread); the buttons it disabled may come back.
+    void Signal_OneShotTaskFinished();
     void Signal_IplDecimationAndBinningLeadsToImageSizeSmallerThanMinimum();
 
 public Q_SLOTS:
@@ -526,7 +541,11 @@ private:
     bool isLinescan = false;
     std::atomic<int64_t> payloadSize{0};
     mutable QMutex nodeMapMutex;
+    // Joined only by the thread that launches (StartOneShotTask) and by ExitCamera; never assigned over while
+    // its task runs, so that no destruction of a running std::async future blocks the GUI thread.
     std::future<void> oneShotTask;
+    std::atomic<bool> oneShotBusy{false}; // claimed by StartOneShotTask, released by the task's last step
+    std::atomic<bool> closing{false};     // ExitCamera began: no new one-shot task
     bool exited = false;
 
     // Guarded by nodeMapMutex.
@@ -570,10 +589,11 @@ private:
     std::vector<std::string> lineInputs;
     std::vector<std::string> lineOutputs;
 
-    // Saved state of the optimise routine.
-    int savedExposureAuto = 1;
-    int savedGainAuto = 1;
-    int savedBalanceWhiteAuto = 1;
+    // Saved state of the optimise routine, cleared when a run begins and after its restore. The automatic modes
+    // as 1 "Off", 2 "Once", 3 "Continuous"; 0: not saved by this run.
+    int savedExposureAuto = 0;
+    int savedGainAuto = 0;
+    int savedBalanceWhiteAuto = 0;
     std::string savedColorCorrectionMode;
     // "GainSelector" entry and its "Gain".
     std::vector<std::pair<std::string, double>> savedGains;

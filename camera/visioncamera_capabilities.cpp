@@ -74,22 +74,36 @@ int AutoModeCode(const QString& mode)
 }
 
 // The step of the optimise routine that belongs to the capture worker: its adjust loop, launched as the
-// camera's one-shot task. The loop reports through Signal_AdjustLoopFinished (queued to the camera window);
-// the future only keeps the task joinable for ExitCamera and IsOneShotRunning.
-bool LaunchAdjustRoutine(VisionCamera* camera)
+// camera's one-shot task. The loop reports through Signal_AdjustLoopFinished (queued to the camera window) and
+// restores the settings the run changed. Every way out that does not launch it does both here instead, so the
+// window always gets its buttons back and the camera its modes. prepare: run PrepareAcquisition first (a camera
+// without buffers, or settings just reloaded).
+bool LaunchAdjustRoutine(VisionCamera* camera, bool prepare)
 {
+    const QString context = QStringLiteral("void VisionCamera::ApplyOptimalSettings()");
     VisionImageCaptureWorker* worker = camera->GetCaptureWorker();
     if (worker == nullptr)
     {
-        LogMessageSender::Error(camera->GetKeyText(), QStringLiteral("void VisionCamera::ApplyOptimalSettings()"),
+        LogMessageSender::Error(camera->GetKeyText(), context,
                                 QStringLiteral("The camera has no capture worker; the optimise routine cannot run"));
+        camera->RestoreSettingsAfterOptimise();
         return false;
     }
-    // A camera that has not acquired since it was opened has no buffers yet.
-    if (camera->GetDataStream() && camera->GetBuffers().empty() && !camera->PrepareAcquisition())
-        return false;
-    camera->SetOneShotTask(std::async(std::launch::async, [worker] { worker->AdjustLoop(); }));
-    return true;
+    bool launched = false;
+    if (prepare && !camera->PrepareAcquisition())
+        LogMessageSender::Error(camera->GetKeyText(), context,
+                                QStringLiteral("The acquisition could not be prepared; the optimise routine does "
+                                               "not run"));
+    else if (!(launched = camera->StartOneShotTask([worker] { worker->AdjustLoop(); })))
+        LogMessageSender::Error(camera->GetKeyText(), context,
+                                QStringLiteral("The optimise routine was refused: another one-shot task runs or the "
+                                               "camera is closing"));
+    if (!launched)
+    {
+        camera->RestoreSettingsAfterOptimise();
+        emit worker->Signal_AdjustLoopFinished(false);
+    }
+    return launched;
 }
 
 } // namespace
@@ -482,6 +496,28 @@ void VisionCamera::SaveAndResetTriggerModes()
         savedTriggerModes.emplace_back(row.selector, row.mode);
 }
 
+void VisionCamera::RestoreSettingsAfterOptimise()
+{
+    RestoreSavedTriggerModes();
+    // The optimise start saved the camera's auto modes as 1 "Off", 2 "Once", 3 "Continuous" (0: not saved) and
+    // wrote them off; they go back by their symbolic values, which are the same on every camera.
+    const std::pair<const char*, int> autoModes[] = {
+        {"ExposureAuto", savedExposureAuto}, {"GainAuto", savedGainAuto}, {"BalanceWhiteAuto", savedBalanceWhiteAuto}};
+    static const char* const kModeNames[] = {nullptr, "Off", "Once", "Continuous"};
+    for (const auto& [name, value] : autoModes)
+    {
+        if (value < 1 || value > 3)
+            continue;
+        // Absent nodes are normal; a refused write is logged by the typed access.
+        SetEnumerationEntry(name, kModeNames[value]);
+    }
+    if (!savedColorCorrectionMode.empty())
+        SetEnumerationEntry("ColorCorrectionMode", savedColorCorrectionMode);
+    // Written back once: a later run that saves nothing (CTRL) must not write them again.
+    savedExposureAuto = savedGainAuto = savedBalanceWhiteAuto = 0;
+    savedColorCorrectionMode.clear();
+}
+
 void VisionCamera::RestoreSavedTriggerModes()
 {
     std::vector<camera::SavedTriggerMode> saved;
@@ -652,11 +688,23 @@ void VisionCamera::ApplyOptimalSettings()
     VisionCameraOpenWorker::ApplyOptimalSettings(this, ctrl);
 }
 
-void VisionCameraOpenWorker::ApplyOptimalSettings(VisionCamera* cam, bool resetToDefaults)
+bool VisionCameraOpenWorker::ApplyOptimalSettings(VisionCamera* cam, bool resetToDefaults)
 {
     const QString context = QStringLiteral("void VisionCamera::ApplyOptimalSettings()");
+    // One one-shot task at a time: refused before anything is changed, and without waiting for the running one.
+    if (cam->IsOneShotRunning() || cam->closing.load())
+    {
+        LogMessageSender::Error(cam->keyText, context,
+                                QStringLiteral("The optimise routine was refused: another one-shot task runs"));
+        return false;
+    }
     auto map = cam->remoteDeviceNodeMap;
+    // This run restores only what it saves itself; nothing of an earlier run.
     cam->savedTriggerModes.clear();
+    cam->savedExposureAuto = cam->savedGainAuto = cam->savedBalanceWhiteAuto = 0;
+    cam->savedColorCorrectionMode.clear();
+    // A camera that has not acquired since it was opened has no buffers yet.
+    bool prepare = cam->dataStream && cam->buffers.empty();
     try
     {
         if (!resetToDefaults)
@@ -721,18 +769,33 @@ void VisionCameraOpenWorker::ApplyOptimalSettings(VisionCamera* cam, bool resetT
         }
         else
         {
-            // Back to the camera's defaults before the run; a camera without user sets simply goes on.
-            if (camera::IsNodeAccessible(map, "UserSetSelector"))
-                map->FindNode<nodes::EnumerationNode>("UserSetSelector")->SetCurrentEntryBySymbolicValue("Default");
-            if (camera::IsNodeAccessible(map, "UserSetLoad"))
-                camera::ExecuteAndWait(map, "UserSetLoad", kUserSetLoadTimeoutMs);
-            // What derives from the settings matters only to a camera that can stream.
+            // Back to the camera's defaults before the run; a camera without user sets simply goes on. A load
+            // that is slow or fails may still have changed formats and geometry: the refresh below runs anyway.
+            try
+            {
+                if (camera::IsNodeAccessible(map, "UserSetSelector"))
+                    map->FindNode<nodes::EnumerationNode>("UserSetSelector")->SetCurrentEntryBySymbolicValue("Default");
+                if (camera::IsNodeAccessible(map, "UserSetLoad"))
+                    camera::ExecuteAndWait(map, "UserSetLoad", kUserSetLoadTimeoutMs);
+            }
+            catch (const std::exception& e)
+            {
+                LogMessageSender::Error(cam->keyText, context, Text(e.what()));
+            }
+            // What derives from the settings matters only to a camera that can stream. While not acquiring the
+            // whole preparation runs (formats, geometry, the providers' image sizes, buffers, image buffer);
+            // an acquiring camera keeps its buffers until its next start.
             if (cam->dataStream)
             {
-                cam->UpdatePixelFormatSource();
-                cam->QueryImageGeometry();
-                if (!cam->isAcquiring)
-                    cam->AllocBuffers();
+                if (cam->isAcquiring)
+                {
+                    cam->UpdatePixelFormatSource();
+                    cam->QueryImageGeometry();
+                }
+                else
+                {
+                    prepare = true;
+                }
             }
         }
     }
@@ -740,5 +803,5 @@ void VisionCameraOpenWorker::ApplyOptimalSettings(VisionCamera* cam, bool resetT
     {
         LogMessageSender::Error(cam->keyText, context, Text(e.what()));
     }
-    LaunchAdjustRoutine(cam);
+    return LaunchAdjustRoutine(cam, prepare);
 }

@@ -34,14 +34,18 @@ QString VisionCameraOpenWorker::PasswordProtectedText()
 void VisionCameraOpenWorker::OnCameraOpen()
 {
     VisionCamera* cam = camera;
+    if (!cam || IsCancelled())
+        return;
     QWidget* cameraObject = cam->parentWindow;
     if (cam->cameraName == QLatin1String("unknown") && cam->descriptor)
         cam->cameraName = helper::GetCameraName(cam->descriptor);
     auto fail = [&](const QString& text) { Q_EMIT Signal_CannotOpenCamera(cam->cameraName, text, cameraObject); };
     // A cancelled open reports nothing: the window it would name is being closed. Its thread is ended here,
     // as a result signal would have ended it.
+    // A camera that went (ExitCamera gave up waiting for a stuck step and handed this worker to its thread's
+    // end) counts as cancelled: no later step may touch it.
     auto cancelled = [this] {
-        if (!IsCancelled())
+        if (!IsCancelled() && !camera.isNull())
             return false;
         if (QThread::currentThread() == thread() && QThread::currentThread() != QCoreApplication::instance()->thread())
             QThread::currentThread()->quit();
@@ -50,7 +54,9 @@ void VisionCameraOpenWorker::OnCameraOpen()
 
     // 1, 2: the device and its node maps.
     if (!cam->InitCamera())
-        return fail(tr("Camera initialization failed"));
+        return cancelled() ? void() : fail(tr("Camera initialization failed"));
+    if (cancelled())
+        return;
     if (!cam->InitNodemaps())
         return fail(tr("Initialization of the nodemaps failed"));
     if (cancelled())
@@ -82,6 +88,8 @@ void VisionCameraOpenWorker::OnCameraOpen()
     if (cam->GetStringValue("SensorName", sensor))
         cam->sensorName = QString::fromStdString(sensor);
     cam->CheckDeviceBootStatus();
+    if (cancelled())
+        return;
 
     // 8: service firmware offers device control and file access only: no stream, no acquisition.
     if (cam->cameraName.toLower().contains(QLatin1String("service")))
@@ -99,6 +107,8 @@ void VisionCameraOpenWorker::OnCameraOpen()
         return fail(tr("Failed to determine the camera type (mono, color, ...)"));
     if (!cam->InitDataStream())
         return fail(tr("Data stream initialization failed"));
+    if (cancelled())
+        return;
 
     // 12, 13
     cam->UpdateNumBuffers();

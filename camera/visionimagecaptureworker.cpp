@@ -338,37 +338,32 @@ bool VisionImageCaptureWorker::ProcessBuffer(const std::shared_ptr<orna::core::B
         const bool forcedByStage = RunSourceStages(record);
         std::shared_ptr<Image> image = record.image;
 
-        // Asynchronous consumers keep the image beyond this pass. A view of the buffer is copied for them now;
-        // an image of our own that they hold is left alone by the later in-place stages through a conversion
-        // into a new image.
+        // Asynchronous consumers keep the image beyond this pass, so the later in-place stages must never work
+        // on the image they hold: a view of the buffer is copied for them, and whenever they were given an
+        // image the destination step makes a new one, also when the destination format is the source's.
         AflManager* afl = camera->GetAflManager();
         IflFeatureProvider* ifl = camera->GetIflFeatureProvider();
         IplSharpnessFeatureProvider* sharpness = camera->GetIplSharpnessFeatureProvider();
         const bool aflWants = afl->WantsFrame();
         const bool iflWants = ifl->WantsFrame();
         const bool async = aflWants || iflWants || sharpness->WantsFrame();
-        bool forceNewImage = forcedByStage;
+        const bool forceNewImage = forcedByStage || async || !record.converted;
+        std::shared_ptr<Image> lentImage = image;
         if (async && !record.converted)
-        {
-            *image = PooledCopy(*image);
-            record.converted = true;
-        }
-        else
-        {
-            forceNewImage = forceNewImage || async || !record.converted;
-        }
+            lentImage = camera->GetImageBufferManager()->AddImage(PooledCopy(*image));
         if (aflWants)
-            afl->ProcessImage(image);
+            afl->ProcessImage(lentImage);
         if (iflWants)
         {
-            std::shared_ptr<Image> lent = image;
+            std::shared_ptr<Image> lent = lentImage;
             ifl->Process(lent);
         }
         {
             // Also without a measurement due: the provider counts the frames between two measurements.
-            std::shared_ptr<Image> lent = image;
+            std::shared_ptr<Image> lent = lentImage;
             sharpness->Process(lent);
         }
+        lentImage.reset();
 
         // Destination image. A view of the buffer always becomes a pool image here, so that nothing after this
         // point refers to device memory.
@@ -659,13 +654,28 @@ void VisionImageCaptureWorker::PrivateStop()
     }
 }
 
+void VisionImageCaptureWorker::AbortOneShot()
+{
+    oneShotAborted.store(true);
+}
+
+void VisionImageCaptureWorker::ClearOneShotAbort()
+{
+    oneShotAborted.store(false);
+}
+
 void VisionImageCaptureWorker::SingleFrame()
 {
     if (!PrivateStart(1))
         return;
-    if (camera->GetTriggerMode() == camera::TriggerMode::Software)
-        camera->ExecuteCommand("TriggerSoftware");
-    ProcessFrame();
+    // Checked after the private start: the stream's start forgets kills of earlier runs, and an abort that
+    // comes after this check leaves its kill pending for the wait below.
+    if (!oneShotAborted.load())
+    {
+        if (camera->GetTriggerMode() == camera::TriggerMode::Software)
+            camera->ExecuteCommand("TriggerSoftware");
+        ProcessFrame();
+    }
     PrivateStop();
 }
 
@@ -682,6 +692,8 @@ bool VisionImageCaptureWorker::AdjustFramePass()
     {
         for (int i = 0; i < kAdjustMaxFrames; ++i)
         {
+            if (oneShotAborted.load())
+                return false;
             auto stream = camera->GetDataStream();
             if (!camera->GetDevice() || !stream)
                 return false;
@@ -712,22 +724,7 @@ bool VisionImageCaptureWorker::AdjustFramePass()
 
 void VisionImageCaptureWorker::RestoreAfterAdjust()
 {
-    camera->RestoreSavedTriggerModes();
-    // The optimise start saved the camera's auto modes as 1 "Off", 2 "Once", 3 "Continuous" (0: not saved) and
-    // wrote them off; they go back by their symbolic values, which are the same on every camera.
-    const std::pair<const char*, int> autoModes[] = {{"ExposureAuto", camera->savedExposureAuto},
-                                                     {"GainAuto", camera->savedGainAuto},
-                                                     {"BalanceWhiteAuto", camera->savedBalanceWhiteAuto}};
-    static const char* const kModeNames[] = {nullptr, "Off", "Once", "Continuous"};
-    for (const auto& [name, value] : autoModes)
-    {
-        if (value < 1 || value > 3)
-            continue;
-        // Absent nodes are normal; a refused write is logged by the typed access.
-        camera->SetEnumerationEntry(name, kModeNames[value]);
-    }
-    if (!camera->savedColorCorrectionMode.empty())
-        camera->SetEnumerationEntry("ColorCorrectionMode", camera->savedColorCorrectionMode);
+    camera->RestoreSettingsAfterOptimise();
 }
 
 bool VisionImageCaptureWorker::AdjustLoop()
@@ -736,7 +733,9 @@ bool VisionImageCaptureWorker::AdjustLoop()
     adjustFramesSeen.store(0);
     if (!PrivateStart(orna::core::DataStream::kInfinite))
     {
-        // Nothing was changed.
+        // No frame was taken, so nothing was adjusted; but the start of the run already switched the trigger and
+        // automatic modes off, and they go back like on every other way out.
+        RestoreAfterAdjust();
         emit Signal_AdjustLoopFinished(true);
         return true;
     }
@@ -767,13 +766,13 @@ bool VisionImageCaptureWorker::AdjustLoop()
 
 // --- VisionCamera's single frame entry (the task it launches lives here)
 
-void VisionCamera::AcquireSingleFrame()
+bool VisionCamera::AcquireSingleFrame()
 {
-    if (IsOneShotRunning())
-        return;
+    VisionImageCaptureWorker* worker = captureWorker;
+    if (!worker || IsOneShotRunning() || closing.load())
+        return false;
     // A single frame is measured when sharpness measurement is on: no frames to skip.
     iplSharpnessFeatureProvider->SetFrameSkip(0);
     GetTriggerMode(true);
-    VisionImageCaptureWorker* worker = captureWorker;
-    SetOneShotTask(std::async(std::launch::async, [worker] { worker->SingleFrame(); }));
+    return StartOneShotTask([worker] { worker->SingleFrame(); });
 }

@@ -5,7 +5,8 @@
 // Threads:
 // - Start() and ProcessFrame() run on captureThread (QThread::HighPriority) between StartAcquisition and
 //   StopAcquisition. SingleFrame() and AdjustLoop() run on a one-shot std::async task while the loop is
-//   not running; the two never run at the same time (StopAcquisition comes before a one-shot task).
+//   not running; the two never run at the same time (StopAcquisition comes before a one-shot task), and
+//   VisionCamera never runs two one-shot tasks at once. AbortOneShot may be called from any thread.
 // - Stop(), SetProcessingEnabled(), SetDisplayEnabled() and the getters may be called from any thread: each
 //   touches one atomic flag or value.
 // - SetFrameCallback()/ResetFrameCallback() may be called from any thread; callbackMutex guards
@@ -114,9 +115,15 @@ public:
     // The single frame routine: private start for one frame, software trigger when that is the mode, one pass,
     // private stop. Runs as a one-shot task.
     void SingleFrame();
-    // The optimise routine; emits Signal_AdjustLoopFinished with the result and returns it. Runs as a
+    // The optimise routine; emits Signal_AdjustLoopFinished with the result and returns it, exactly once on
+    // every path, after the camera's saved trigger, automatic and colour correction modes went back. Runs as a
     // one-shot task while the loop is stopped.
     bool AdjustLoop();
+    // Ends the running one-shot routine at its next check or wait (the caller also kills the stream's wait); the
+    // routine still stops its private acquisition and restores what it changed. Any thread. Cleared by
+    // VisionCamera before it launches a one-shot task.
+    void AbortOneShot();
+    void ClearOneShotAbort();
 
     // Last values, readable from any thread.
     double GetFrameTime_ms() const { return frameTime_ms.load(); }
@@ -187,6 +194,7 @@ private:
     static constexpr int kStopRequested = 2;
     std::atomic<int> running{kIdle};
     std::atomic<bool> processingEnabled{true};
+    std::atomic<bool> oneShotAborted{false};
     std::atomic<bool> displayEnabled{true};
     VisionCamera* camera;
     const QString keyText; // the camera's, for log lines that may come after the camera is gone

@@ -374,8 +374,11 @@ bool CameraObject::OpenDevice(QWidget* mainWindow_, std::shared_ptr<orna::core::
     display->SetCamera(camera);
     emit CameraChanged(camera);
     emit Signal_CameraChanged(camera);
-    // A synchronous open has finished by now; an asynchronous one reports through Signal_Opened.
-    if (!openAsync && camera->IsOpen())
+    // A synchronous open has finished by now; an asynchronous one starts only now that its results are connected,
+    // and reports through Signal_Opened.
+    if (openAsync)
+        camera->StartOpen();
+    else if (camera->IsOpen())
         OnCameraOpened();
     return true;
 }
@@ -403,6 +406,7 @@ void CameraObject::ConnectCamera()
     connect(camera, &VisionCamera::Signal_DeviceResetExecuted, this, &CameraObject::OnDeviceResetExecuted);
     connect(camera, &VisionCamera::Signal_AcquisitionStarted, this, &CameraObject::OnAcquisitionStarted);
     connect(camera, &VisionCamera::Signal_AcquisitionStopped, this, &CameraObject::UpdateControls);
+    connect(camera, &VisionCamera::Signal_OneShotTaskFinished, this, &CameraObject::UpdateControls);
     if (VisionImageCaptureWorker* worker = camera->GetCaptureWorker())
     {
         // Queued: the worker emits on the capture thread (or a one-shot task's thread).
@@ -554,10 +558,12 @@ void CameraObject::UpdateControls()
     const bool acquiring = camera != nullptr && camera->IsAcquiring();
     const bool imageControls = ready && !isServiceFirmware;
     const bool magicBusy = buttonMagic->IsBusy();
-    buttonLive->setEnabled(imageControls && !magicBusy && !buttonLive->IsBusy());
+    // One one-shot task at a time (single frame or optimise): while one runs, none of the three may start.
+    const bool oneShot = camera != nullptr && camera->IsOneShotRunning();
+    buttonLive->setEnabled(imageControls && !magicBusy && !oneShot && !buttonLive->IsBusy());
     buttonLive->setChecked(acquiring);
-    buttonFreeze->setEnabled(imageControls && !magicBusy);
-    buttonMagic->setEnabled(imageControls);
+    buttonFreeze->setEnabled(imageControls && !magicBusy && !oneShot);
+    buttonMagic->setEnabled(imageControls && (magicBusy || !oneShot));
     for (IconButton* button : panelButtons)
     {
         // On service firmware only the generic parameters stay: they are how such a camera is serviced.
@@ -624,7 +630,7 @@ void CameraObject::OnButtonAcquisitionFreeze()
 
 void CameraObject::OnButtonMagic()
 {
-    if (!IsReady() || buttonMagic->IsBusy())
+    if (!IsReady() || buttonMagic->IsBusy() || camera->IsOneShotRunning())
         return;
     wasAcquiringForMagic = camera->IsAcquiring();
     if (wasAcquiringForMagic)

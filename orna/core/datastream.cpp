@@ -219,6 +219,9 @@ void DataStream::StartAcquisition(AcquisitionStartMode, uint64_t count)
             Raise(ReturnCode::BadAccess, "The stream " + m_id + " is acquiring already");
         m_remaining = count == 0 ? kInfinite : count;
         m_delivered = 0;
+        // A kill that no wait took belongs to the acquisition before this one (its loop ended without waiting):
+        // it must not end the first wait of this one.
+        m_pendingKill = false;
     }
     m_backend->Start();
     std::lock_guard<std::mutex> lock(m_mutex);
@@ -262,6 +265,7 @@ void DataStream::KillWait()
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         ++m_kills;
+        m_pendingKill = true;
     }
     m_condition.notify_all();
 }
@@ -289,11 +293,16 @@ std::shared_ptr<Buffer> DataStream::WaitForFinishedBuffer(uint64_t timeoutMs)
     const auto deadline =
         std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs == kInfinite ? 0 : int64_t(timeoutMs));
     std::unique_lock<std::mutex> lock(m_mutex);
-    const uint64_t kills = m_kills;
+    // A KillWait that came before this wait began ends it as well: a stop that lands between the capture loop's
+    // running check and its wait would otherwise leave the loop blocked for good. Either way the kill is used up.
+    const uint64_t kills = m_kills - (m_pendingKill ? 1 : 0);
     for (;;)
     {
         if (m_kills != kills)
+        {
+            m_pendingKill = false;
             Raise(ReturnCode::Aborted, "The wait for a buffer was aborted");
+        }
         if (m_lost)
             Raise(ReturnCode::IO, "The device of stream " + m_id + " was lost");
         const uint64_t wakeups = m_wakeups;

@@ -6,8 +6,10 @@
 // StopAcquisition, Flush(DiscardAll), RevokeBuffer.
 //
 // Threads: the capture thread owns the stream; KillWait may be called from any thread (the GUI stopping the
-// capture) and ends a blocked or the next wait with AbortedException. The transport's thread only signals
-// m_condition when a buffer is ready. m_mutex guards the buffer tables, the kill count and the wake sequence.
+// capture) and ends a blocked or the next wait with AbortedException: a kill that finds no wait stays pending
+// (m_pendingKill) until a wait takes it, and StartAcquisition forgets a pending kill of the acquisition before.
+// The transport's thread only signals m_condition when a buffer is ready. m_mutex guards the buffer tables, the
+// kill count, the pending kill and the wake sequence.
 #pragma once
 
 #include "orna/core/buffer.h"
@@ -88,6 +90,7 @@ private:
     std::unordered_map<const detail::BufferBackend*, std::shared_ptr<Buffer>> m_buffers;
     std::unordered_map<const detail::BufferBackend*, bool> m_queued;
     uint64_t m_kills = 0;
+    bool m_pendingKill = false; // a KillWait that no wait has taken yet
     uint64_t m_wakeups = 0;
     bool m_grabbing = false; // frames still expected (false once a counted acquisition has its frames)
     bool m_started = false;  // the transport's acquisition runs (until StopAcquisition)

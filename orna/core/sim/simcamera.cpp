@@ -8,6 +8,7 @@
 #include <cinttypes>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <sstream>
 #include <utility>
@@ -194,6 +195,8 @@ SimCamera::SimCamera(const SimCameraConfig& config) : config_(config), generator
 {
     xml_ = BuildGenICamXml(config_);
     epoch_ = poweredAt_ = Clock::now();
+    if (const char* hold = std::getenv("ORNA_SIM_FRAME_HOLD_MS"))
+        frameHold_ = std::chrono::milliseconds(std::max(0L, std::strtol(hold, nullptr, 10)));
     files_.assign(val::kFileCount, std::string());
     fileStates_.assign(val::kFileCount, FileState{});
     files_[val::FileUserData] = "Lumivue simulated camera\nModel: " + config_.modelName +
@@ -603,6 +606,13 @@ bool SimCamera::ReadMemory(uint64_t address, void* data, size_t size)
     if (r == nullptr || !r->readable)
     {
         return false;
+    }
+    for (uint64_t failing : failingReads_)
+    {
+        if (failing >= address && failing < address + size)
+        {
+            return false;
+        }
     }
     RefreshForRead(address - offset);
     std::memcpy(data, r->bytes.data() + offset, size);
@@ -1497,6 +1507,22 @@ bool SimCamera::IsAcquiring() const
     std::lock_guard<std::mutex> lock(mutex_);
     return acquiring_;
 }
+void SimCamera::InjectReadFailure(uint64_t address, bool fail)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    failingReads_.erase(std::remove(failingReads_.begin(), failingReads_.end(), address), failingReads_.end());
+    if (fail)
+    {
+        failingReads_.push_back(address);
+    }
+}
+
+void SimCamera::SetFrameHold(std::chrono::milliseconds hold)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    frameHold_ = std::max(hold, std::chrono::milliseconds(0));
+}
+
 void SimCamera::InjectDropNextFrame()
 {
     std::lock_guard<std::mutex> lock(mutex_);
@@ -1679,6 +1705,12 @@ void SimCamera::AcquisitionLoop()
         lock.unlock();
         generator_->Configure(settings);
         lock.lock();
+    }
+    if (frameHold_.count() > 0 && !waitFor(Clock::now() + frameHold_))
+    {
+        acquiring_ = false;
+        UpdateDerived();
+        return;
     }
     uint64_t buffersDone = 0;
     auto next = Clock::now();

@@ -129,6 +129,12 @@ public:
     void ReconnectAfter(std::chrono::milliseconds delay);
     void SetHeldByOtherProcess(bool held);
     bool IsHeldByOtherProcess() const;
+    // Every read that touches the register at address fails (as an unmapped one would) while fail is set.
+    void InjectReadFailure(uint64_t address, bool fail);
+    // After each acquisition start the first frame waits this long (a stop ends the wait): a slow trigger or a
+    // long exposure that holds a one-shot routine in its wait. Starts from ORNA_SIM_FRAME_HOLD_MS (0 when
+    // unset).
+    void SetFrameHold(std::chrono::milliseconds hold);
     // Drives the level of an input line (Line0, Line2, Line3 as inputs); edges can trigger frames.
     void SetLineInput(uint32_t line, bool level);
 
@@ -253,6 +259,8 @@ private:
     uint32_t triggerDividerCount_ = 0;
     uint64_t nextFrameId_ = 1;
     bool dropNext_ = false, incompleteNext_ = false;
+    std::vector<uint64_t> failingReads_;
+    std::chrono::milliseconds frameHold_{0};
     std::atomic<uint64_t> lostFrames_{0}, deliveredFrames_{0};
     std::condition_variable acqCv_;
     std::thread acqThread_;

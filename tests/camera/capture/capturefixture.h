@@ -55,28 +55,41 @@ public:
     int displays = 0;
     std::vector<bool> adjustResults;
     QPointer<VisionImageCaptureWorker> attached;
+    int generation = 0; // of the current attachment; see Attach
 
+    // Signals queued before a Detach are still delivered after it (disconnecting does not take back posted
+    // calls): each attachment counts only its own, so a case never sees the frames of the one before.
     void Attach(VisionImageCaptureWorker* worker)
     {
         Detach();
         attached = worker;
+        const int current = generation;
         connect(
             worker, &VisionImageCaptureWorker::Signal_UpdateDisplay, this,
-            [this] {
+            [this, current] {
+                if (current != generation)
+                    return;
                 ++displays;
                 sequence += QLatin1Char('D');
             },
             Qt::QueuedConnection);
         connect(
             worker, &VisionImageCaptureWorker::Signal_UpdateCounters, this,
-            [this](bool exception, double frameTime, double processingTime, int frames, int errors, int incomplete) {
+            [this, current](bool exception, double frameTime, double processingTime, int frames, int errors,
+                            int incomplete) {
+                if (current != generation)
+                    return;
                 counters.push_back({exception, frameTime, processingTime, frames, errors, incomplete});
                 sequence += QLatin1Char('C');
             },
             Qt::QueuedConnection);
         connect(
             worker, &VisionImageCaptureWorker::Signal_AdjustLoopFinished, this,
-            [this](bool result) { adjustResults.push_back(result); }, Qt::QueuedConnection);
+            [this, current](bool result) {
+                if (current == generation)
+                    adjustResults.push_back(result);
+            },
+            Qt::QueuedConnection);
         connect(
             &LogMessageSender::Instance(), &LogMessageSender::Signal_LogOrnaError, this,
             [this](QString, QString context, QString message, int) { log << context + QLatin1String(": ") + message; },
@@ -85,6 +98,7 @@ public:
     // Drops every connection to this recorder, the log's included.
     void Detach()
     {
+        ++generation;
         QObject::disconnect(&LogMessageSender::Instance(), nullptr, this, nullptr);
         if (attached)
             QObject::disconnect(attached, nullptr, this, nullptr);

@@ -23,6 +23,8 @@ private:
     SimSetup sim;
     std::unique_ptr<VisionCamera> camera;
     CaptureRecorder recorder;
+    // The source format a case changed, put back by cleanup() so that a failed case cannot leak it.
+    std::string restoreSource;
 
     VisionImageCaptureWorker* Worker() { return camera->GetCaptureWorker(); }
 
@@ -46,9 +48,12 @@ private Q_SLOTS:
         if (camera)
         {
             camera->StopAcquisition();
+            if (!restoreSource.empty())
+                camera->SetPixelFormatSourceOverString(restoreSource);
             Worker()->ResetFrameCallback();
             Worker()->SetProcessingEnabled(true);
         }
+        restoreSource.clear();
         camera.reset();
         recorder.Detach();
         for (const auto& sim : orna::core::sim::SimCameraRegistry::Instance().Cameras())
@@ -225,11 +230,14 @@ private Q_SLOTS:
         {
             // A deeper destination needs a deeper source.
             const char* format = destination == orna::ipl::Mono12 ? "Mono12" : "BayerRG12";
+            restoreSource = serial.startsWith(QLatin1String("LVSM")) ? "Mono8" : "BayerRG8";
             QVERIFY(camera->SetPixelFormatSourceOverString(format));
         }
         camera->SetPixelFormatDestination(destination);
         QCOMPARE(camera->GetPixelFormatDestination(), uint32_t(destination));
         QVERIFY(camera->StartAcquisition());
+        // The stamps are published before the display signal of their frame: three display signals of this
+        // worker prove three stamped frames.
         QTRY_VERIFY(recorder.displays >= 3);
         QVERIFY(camera->StopAcquisition());
         auto last = camera->GetImageBufferManager()->GetLastImage();
@@ -249,7 +257,6 @@ private Q_SLOTS:
         QCOMPARE(times.imageTimestamp, shown->GetTimestamp());
         QVERIFY(recorder.log.isEmpty());
         QCOMPARE(camera->GetProcessingErrorCounter(), 0);
-        camera->SetPixelFormatSourceOverString(serial.startsWith(QLatin1String("LVSM")) ? "Mono8" : "BayerRG8");
     }
 
     // Several images in one buffer: the first buffer of the acquisition tells how many, the geometry follows, and

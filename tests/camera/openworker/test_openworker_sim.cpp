@@ -49,7 +49,9 @@ private:
         auto descriptor = sim.BySerial(serial);
         if (!descriptor)
             return nullptr;
-        return std::make_unique<VisionCamera>(window, mainWindow, descriptor, acquire, false, true);
+        auto camera = std::make_unique<VisionCamera>(window, mainWindow, descriptor, acquire, false, true);
+        camera->StartOpen();
+        return camera;
     }
 
 private Q_SLOTS:
@@ -101,8 +103,10 @@ private Q_SLOTS:
         logErrors.clear();
         QVERIFY(!camera->IsUserSetCommandLoadAvailable());
         QVERIFY(!camera->HasNode("TriggerSelector"));
-        VisionCameraOpenWorker::ApplyOptimalSettings(camera.get(), true);
-        VisionCameraOpenWorker::ApplyOptimalSettings(camera.get(), false);
+        // One run at a time: the second starts after the first has ended.
+        QVERIFY(VisionCameraOpenWorker::ApplyOptimalSettings(camera.get(), true));
+        QVERIFY(camera->WaitForOneShotTask(5000));
+        QVERIFY(VisionCameraOpenWorker::ApplyOptimalSettings(camera.get(), false));
         QVERIFY(camera->WaitForOneShotTask(5000));
         QCoreApplication::processEvents(); // log lines from the task's thread arrive queued
         QVERIFY2(logErrors.isEmpty(), qPrintable(logErrors.join("\n")));

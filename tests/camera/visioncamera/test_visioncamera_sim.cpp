@@ -457,8 +457,15 @@ private Q_SLOTS:
         auto camera = std::make_unique<VisionCamera>(nullptr, nullptr, color, false, false, true);
         if (!camera->GetOpenWorker())
             QSKIP("the open worker is not part of this build");
+        // Nothing runs before the caller connected to the results: a fast open could otherwise report first.
+        QVERIFY(!camera->GetOpenThread()->isRunning());
+        QVERIFY(!camera->IsOpen());
+        QSignalSpy opened(camera.get(), &VisionCamera::Signal_Opened);
+        QSignalSpy finished(camera->GetOpenThread(), &QThread::finished);
+        camera->StartOpen();
         // The open runs on openThread; its result ends the thread.
-        QTRY_VERIFY_WITH_TIMEOUT(!camera->GetOpenThread()->isRunning(), 10000);
+        QVERIFY(finished.count() == 1 || finished.wait(10000));
+        QTRY_COMPARE(opened.count(), 1);
         QVERIFY(camera->IsOpen());
         QVERIFY(camera->GetEventThread()->isRunning());
         // The node maps reach the GUI thread's models by a queued call.

@@ -233,6 +233,38 @@ TEST_F(FakeDeviceTest, WaitTimesOutAndKillWaitEndsAWaitAtOnce)
     EXPECT_LT(std::chrono::steady_clock::now() - killed, std::chrono::milliseconds(500));
 }
 
+// A stop that lands before the capture loop reaches its wait must still end that wait, once; a new
+// acquisition forgets a kill that no wait took.
+TEST_F(FakeDeviceTest, KillWaitBeforeTheWaitEndsItAtOnceAndOnlyOnce)
+{
+    auto device = descriptor->OpenDevice(DeviceAccessType::Control);
+    auto stream = device->GetDataStream(0)->OpenDataStream();
+    stream->KillWait();
+    const auto start = std::chrono::steady_clock::now();
+    auto waiter = std::async(std::launch::async, [&stream] {
+        try
+        {
+            stream->WaitForFinishedBuffer(DataStream::kInfinite);
+        }
+        catch (const AbortedException&)
+        {
+            return true;
+        }
+        return false;
+    });
+    ASSERT_EQ(waiter.wait_for(std::chrono::seconds(2)), std::future_status::ready)
+        << "a KillWait before the wait left it blocked";
+    EXPECT_TRUE(waiter.get());
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(500));
+    // Used up: the next wait runs to its time-out.
+    EXPECT_THROW(stream->WaitForFinishedBuffer(30), TimeoutException);
+
+    stream->KillWait();
+    stream->StartAcquisition();
+    EXPECT_THROW(stream->WaitForFinishedBuffer(30), TimeoutException) << "a kill of the run before ended this wait";
+    stream->StopAcquisition();
+}
+
 TEST_F(FakeDeviceTest, EventControllerTimesOutAndAborts)
 {
     auto device = descriptor->OpenDevice(DeviceAccessType::Control);

@@ -162,6 +162,35 @@ TEST_F(SimAcquisition, SoftwareTriggerGivesExactlyOneFrameEach)
     EXPECT_EQ(sink.Count(), 4u);
 }
 
+// The test hooks that hold a one-shot routine and fail a preparation: the first frame after a start waits for
+// the hold, a stop ends that wait at once, and an injected read failure fails exactly the reads of its register.
+TEST_F(SimAcquisition, FrameHoldAndReadFailureHooks)
+{
+    cam->SetFrameHold(400ms);
+    const auto started = std::chrono::steady_clock::now();
+    ASSERT_TRUE(Execute(*cam, reg::AcquisitionStart));
+    ASSERT_TRUE(sink.WaitFor(1));
+    EXPECT_GE(std::chrono::steady_clock::now() - started, 400ms) << "the first frame did not wait for the hold";
+    ASSERT_TRUE(Execute(*cam, reg::AcquisitionStop));
+
+    const size_t before = sink.Count();
+    cam->SetFrameHold(10000ms);
+    ASSERT_TRUE(Execute(*cam, reg::AcquisitionStart));
+    const auto stopAt = std::chrono::steady_clock::now();
+    ASSERT_TRUE(Execute(*cam, reg::AcquisitionStop));
+    EXPECT_LT(std::chrono::steady_clock::now() - stopAt, 1000ms) << "a stop did not end the hold";
+    EXPECT_FALSE(cam->IsAcquiring());
+    EXPECT_EQ(sink.Count(), before);
+    cam->SetFrameHold(0ms);
+
+    uint32_t value = 0;
+    cam->InjectReadFailure(reg::PayloadSize, true);
+    EXPECT_FALSE(cam->ReadMemory(reg::PayloadSize, &value, 4));
+    EXPECT_TRUE(cam->ReadMemory(reg::Width, &value, 4));
+    cam->InjectReadFailure(reg::PayloadSize, false);
+    EXPECT_TRUE(cam->ReadMemory(reg::PayloadSize, &value, 4));
+}
+
 TEST_F(SimAcquisition, ChunkValuesEqualTheNodeValues)
 {
     ASSERT_TRUE(WriteU32(*cam, reg::OffsetX, 64));

@@ -420,6 +420,36 @@ TEST_F(SimProducer, KillWaitEndsAWaitAtOnce)
     stream->StopAcquisition();
 }
 
+// The capture loop's race: the stop comes after its running check and before its wait. The wait ends at once
+// with AbortedException, and only that one wait.
+TEST_F(SimProducer, KillWaitBeforeTheWaitEndsItAtOnce)
+{
+    auto device = Open("LVSM00001");
+    auto stream = device->GetDataStream(0)->OpenDataStream();
+    stream->QueueBuffer(
+        stream->AllocAndAnnounceBuffer(size_t(Node<IntegerNode>(device, "PayloadSize")->GetValue()), nullptr));
+    stream->StartAcquisition(); // the camera does not acquire: nothing will arrive
+    stream->KillWait();
+    const auto start = std::chrono::steady_clock::now();
+    auto waiter = std::async(std::launch::async, [&stream] {
+        try
+        {
+            stream->WaitForFinishedBuffer(DataStream::kInfinite);
+        }
+        catch (const AbortedException&)
+        {
+            return true;
+        }
+        return false;
+    });
+    ASSERT_EQ(waiter.wait_for(std::chrono::seconds(1)), std::future_status::ready)
+        << "a KillWait before the wait left it blocked";
+    EXPECT_TRUE(waiter.get());
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(500));
+    EXPECT_THROW(stream->WaitForFinishedBuffer(30), TimeoutException);
+    stream->StopAcquisition();
+}
+
 TEST_F(SimProducer, HeldCameraRefusesToOpen)
 {
     auto camera = sim::SimCameraRegistry::Instance().Find("LVSM00001");

@@ -14,31 +14,66 @@ namespace {
 
 // Runs update(module) for every module on a std::async task of its own and waits for all of them. A failure
 // is reported as "<label><id>]: <what>" and does not stop the other modules' updates.
+// The error callback is the caller's and need not be thread-safe: the tasks' reports are serialised.
 template <typename Module, typename Report, typename Update>
 void FanOut(const std::vector<std::shared_ptr<Module>>& modules, const char* label, Report& report, Update update)
 {
+    std::mutex reportMutex;
     std::vector<std::future<void>> tasks;
     tasks.reserve(modules.size());
     for (const auto& module : modules)
-        tasks.push_back(std::async(std::launch::async, [&module, label, &report, &update] {
+        tasks.push_back(std::async(std::launch::async, [&module, label, &report, &update, &reportMutex] {
+            std::string failure;
             try
             {
                 update(module);
+                return;
             }
             catch (const std::exception& e)
             {
-                report(label + module->GetID() + "]: " + e.what());
+                failure = e.what();
+            }
+            catch (...)
+            {
+                failure = "unknown error";
+            }
+            std::lock_guard<std::mutex> lock(reportMutex);
+            try
+            {
+                report(label + module->GetID() + "]: " + failure);
+            }
+            catch (...)
+            {
+                // A failing error callback must not end the pass of the other modules.
             }
         }));
     for (auto& task : tasks)
         task.wait();
 }
 
-// True while the descriptor is the one its interface lists for its id. Takes only the interface's own mutex.
-bool IsCurrent(const std::shared_ptr<core::DeviceDescriptor>& descriptor)
+// True while the descriptor is the one its interface lists for its id. Takes only the interface's own mutex and
+// never raises: it runs under the list mutexes, where an exception would end the pass half done. A descriptor
+// whose interface is gone is not current.
+bool IsCurrent(const std::shared_ptr<core::DeviceDescriptor>& descriptor) noexcept
 {
-    auto iface = descriptor->GetParentInterface();
-    return iface && iface->FindDevice(descriptor->GetID()) == descriptor;
+    try
+    {
+        auto iface = descriptor->GetParentInterface();
+        return iface && iface->FindDevice(descriptor->GetID()) == descriptor;
+    }
+    catch (...)
+    {
+        return false;
+    }
+}
+
+// A device key is its interface's key, "|" and the device id.
+bool BelongsTo(const std::string& deviceKey, const std::set<std::string>& interfaceKeys)
+{
+    for (const auto& key : interfaceKeys)
+        if (deviceKey.size() > key.size() && deviceKey.compare(0, key.size(), key) == 0 && deviceKey[key.size()] == '|')
+            return true;
+    return false;
 }
 
 } // namespace
@@ -134,6 +169,7 @@ std::vector<std::shared_ptr<core::DeviceDescriptor>> DeviceManager::Devices() co
 
 void DeviceManager::Update(UpdatePolicy policy, const ErrorCallback& errorCallback)
 {
+    std::lock_guard<std::mutex> pass(m_passMutex);
     const uint64_t interfaceTimeout = m_interfaceUpdateTimeout;
     const uint64_t deviceTimeout = m_deviceUpdateTimeout;
     auto report = [&errorCallback](const std::string& text) {
@@ -253,13 +289,26 @@ void DeviceManager::Update(UpdatePolicy policy, const ErrorCallback& errorCallba
                            m_interfaces.end());
         // A device can be both found and lost (or lost and found again) within one pass; the interface's own
         // list tells which descriptor is current, so the list ends up as the interfaces see it.
+        // The devices of a lost interface are lost with it, also those its last update still reported: nothing
+        // updates that interface again, so they would otherwise stay listed for good.
+        for (const auto& d : m_devices)
+            if (BelongsTo(d->GetKey(), lostInterfaces) &&
+                std::find(lostDeviceKeys.begin(), lostDeviceKeys.end(), d->GetKey()) == lostDeviceKeys.end())
+                lostDeviceKeys.push_back(d->GetKey());
+        for (const auto& d : foundDevices)
+            if (BelongsTo(d->GetKey(), lostInterfaces) &&
+                std::find(lostDeviceKeys.begin(), lostDeviceKeys.end(), d->GetKey()) == lostDeviceKeys.end())
+                lostDeviceKeys.push_back(d->GetKey());
         const std::set<std::string> lostDevices(lostDeviceKeys.begin(), lostDeviceKeys.end());
+        auto current = [&](const std::shared_ptr<core::DeviceDescriptor>& d) {
+            return !BelongsTo(d->GetKey(), lostInterfaces) && IsCurrent(d);
+        };
         m_devices.erase(
             std::remove_if(m_devices.begin(), m_devices.end(),
-                           [&](const auto& d) { return lostDevices.count(d->GetKey()) > 0 && !IsCurrent(d); }),
+                           [&](const auto& d) { return lostDevices.count(d->GetKey()) > 0 && !current(d); }),
             m_devices.end());
         for (const auto& d : foundDevices)
-            if (!lostDevices.count(d->GetKey()) || IsCurrent(d))
+            if (!lostDevices.count(d->GetKey()) || current(d))
                 m_devices.push_back(d);
     }
 
@@ -269,12 +318,21 @@ void DeviceManager::Update(UpdatePolicy policy, const ErrorCallback& errorCallba
         m_interfaceFound.list.Invoke(iface);
     for (const auto& key : lostInterfaceKeys)
         m_interfaceLost.list.Invoke(key);
+    // A key lost and found again within the pass is told lost first, so that the found descriptor is the one a
+    // subscriber keeps.
+    std::set<std::string> refound;
+    for (const auto& d : Devices())
+        refound.insert(d->GetKey());
+    for (const auto& key : lostDeviceKeys)
+        if (refound.count(key))
+            m_deviceLost.list.Invoke(key);
     for (const auto& descriptor : foundDevices)
         m_deviceFound.list.Invoke(descriptor);
     for (const auto& key : lostInterfaceKeys)
         RemoveInterfaceRecord(key);
     for (const auto& key : lostDeviceKeys)
-        m_deviceLost.list.Invoke(key);
+        if (!refound.count(key))
+            m_deviceLost.list.Invoke(key);
 }
 
 void DeviceManager::AddSystemCallbacks(const std::shared_ptr<core::System>& system)
@@ -438,6 +496,8 @@ void DeviceManager::CheckNoOpenDevice()
 
 void DeviceManager::Reset(bool skipOpenDeviceCheck)
 {
+    // A reset inside a pass would drop what the pass has just made and let it re-add what the reset moved out.
+    std::lock_guard<std::mutex> pass(m_passMutex);
     if (!skipOpenDeviceCheck)
         CheckNoOpenDevice();
 

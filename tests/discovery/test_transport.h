@@ -17,6 +17,7 @@
 #include <cstdlib>
 #include <map>
 #include <mutex>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -33,6 +34,8 @@ struct TestWorld
     std::map<std::string, detail::TransportBackend::ConnectionHandler> connection; // by interface id
     std::string tlType = "GEV";
     int listDelayMs = 0;
+    std::set<std::string> lockedIds;          // devices whose lock register reads 1
+    std::vector<std::thread::id> openThreads; // the thread of every open, in order
     std::atomic<int> loads{0};
     std::atomic<int> listing{0};
     std::atomic<int> maxConcurrentListing{0};
@@ -65,9 +68,11 @@ inline detail::DeviceInfo MakeDevice(const std::string& id, const std::string& s
 class TestDevice : public detail::DeviceBackend
 {
 public:
-    TestDevice()
+    explicit TestDevice(bool locked = false)
     {
         auto bank = orna::core::test::MakeFixtureBank();
+        if (locked)
+            bank->AddMemory(0x50001000, 4, false, {1, 0, 0, 0});
         m_map = detail::CreateLocalNodeMap(bank, orna::core::test::kFixtureXml);
         m_port = std::make_shared<detail::BankPort>(
             bank, detail::PortUrlInfo{"Local:fixture.xml;0;0", "fixture.xml", 0, 0, "Local"});
@@ -122,10 +127,16 @@ public:
         --world.listing;
         return result;
     }
-    std::unique_ptr<detail::DeviceBackend> OpenDevice(const std::string&, const detail::DeviceInfo&,
+    std::unique_ptr<detail::DeviceBackend> OpenDevice(const std::string&, const detail::DeviceInfo& device,
                                                       orna::core::DeviceAccessType) override
     {
-        return std::make_unique<TestDevice>();
+        bool locked = false;
+        {
+            std::lock_guard<std::mutex> lock(World().mutex);
+            World().openThreads.push_back(std::this_thread::get_id());
+            locked = World().lockedIds.count(device.id) > 0;
+        }
+        return std::make_unique<TestDevice>(locked);
     }
     void SetDeviceConnectionHandler(const std::string& interfaceId, ConnectionHandler handler) override
     {

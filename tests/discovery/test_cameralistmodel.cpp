@@ -119,6 +119,7 @@ private slots:
             World().interfaces = {MakeInterface("IF0")};
             World().devices.clear();
             World().lockedIds.clear();
+            World().failingInterfaces.clear();
             World().openThreads.clear();
         }
         World().maxConcurrentListing = 0;
@@ -394,6 +395,9 @@ private slots:
         }
         QTRY_COMPARE_WITH_TIMEOUT(CountDeviceRows(model), 1, 10000);
         QCOMPARE(FindRow(model, QStringLiteral("dev-1")).parent().data(IdRole).toString(), QStringLiteral("IF0"));
+        // And its loss is told again.
+        SetDevices("IF0", {});
+        QTRY_COMPARE_WITH_TIMEOUT(CountDeviceRows(model), 0, 10000);
     }
 
     // --- Kept rows

@@ -10,6 +10,7 @@
 #include "orna/core/detail/backend.h"
 #include "orna/core/detail/localnodemap.h"
 #include "orna/core/detail/localxml.h"
+#include "orna/core/exception.h"
 #include "orna/core/library.h"
 
 #include <atomic>
@@ -34,6 +35,7 @@ struct TestWorld
     std::map<std::string, detail::TransportBackend::ConnectionHandler> connection; // by interface id
     std::string tlType = "GEV";
     int listDelayMs = 0;
+    std::set<std::string> failingInterfaces;  // ListDevices raises for these, after listDelayMs
     std::set<std::string> lockedIds;          // devices whose lock register reads 1
     std::vector<std::thread::id> openThreads; // the thread of every open, in order
     std::atomic<int> loads{0};
@@ -116,15 +118,19 @@ public:
         {
         }
         int delay = 0;
+        bool fail = false;
         std::vector<detail::DeviceInfo> result;
         {
             std::lock_guard<std::mutex> lock(world.mutex);
             delay = world.listDelayMs;
             result = world.devices[interfaceId];
+            fail = world.failingInterfaces.count(interfaceId) > 0;
         }
         if (delay > 0)
             std::this_thread::sleep_for(std::chrono::milliseconds(delay));
         --world.listing;
+        if (fail)
+            throw orna::core::IOException("listing " + interfaceId + " failed");
         return result;
     }
     std::unique_ptr<detail::DeviceBackend> OpenDevice(const std::string&, const detail::DeviceInfo& device,

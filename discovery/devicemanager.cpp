@@ -206,6 +206,10 @@ void DeviceManager::Update(UpdatePolicy policy, const ErrorCallback& errorCallba
             auto producer = core::ProducerLibrary::Construct(path);
             auto system = producer->GetSystem()->OpenSystem();
             AddSystemCallbacks(system);
+            // A producer loaded again after a reset may hand back the system it had (someone, e.g. the camera
+            // tree until it has handled the reset, still holds it): its interfaces are known to it already and
+            // no update reports them found again, so they are taken as found here.
+            AdoptKnownInterfaces(system);
             {
                 std::lock_guard<std::mutex> lock(m_systemsMutex);
                 m_loadedProducerPaths[path] = producer;
@@ -247,6 +251,8 @@ void DeviceManager::Update(UpdatePolicy policy, const ErrorCallback& errorCallba
             {
                 auto iface = descriptor->OpenInterface();
                 AddInterfaceCallbacks(iface);
+                // The same for an interface that was still open: its devices are taken as found.
+                AdoptKnownDevices(iface);
                 newInterfaces.push_back(iface);
             }
             catch (const std::exception& e)
@@ -351,12 +357,8 @@ void DeviceManager::AddSystemCallbacks(const std::shared_ptr<core::System>& syst
     };
     record->foundHandle =
         system->RegisterInterfaceFoundCallback([findRecord](const std::shared_ptr<core::InterfaceDescriptor>& d) {
-            auto record = findRecord();
-            if (!record)
-                return;
-            std::lock_guard<std::mutex> lock(record->recordMutex);
-            record->foundInterfaces.push_back(d);
-            record->keyById[d->GetID()] = d->GetKey();
+            if (auto record = findRecord())
+                RecordFoundInterface(*record, d);
         });
     record->lostHandle =
         system->RegisterInterfaceLostCallback([findRecord](const std::shared_ptr<core::InterfaceDescriptor>& d) {
@@ -389,30 +391,8 @@ void DeviceManager::AddInterfaceCallbacks(const std::shared_ptr<core::Interface>
     std::weak_ptr<OpenedDevices> opened = m_openedDevices;
     record->foundHandle =
         iface->RegisterDeviceFoundCallback([findRecord, opened](const std::shared_ptr<core::DeviceDescriptor>& d) {
-            auto record = findRecord();
-            if (!record)
-                return;
-            {
-                std::lock_guard<std::mutex> lock(record->recordMutex);
-                record->foundDevices.push_back(d);
-                record->keyById[d->GetID()] = d->GetKey();
-            }
-            // Opening a device changes its descriptor's information; that is where an open device becomes known.
-            d->RegisterInformationChangedCallback([opened](const std::shared_ptr<core::DeviceDescriptor>& changed) {
-                auto list = opened.lock();
-                auto device = changed->GetOpenDevice();
-                if (!list || !device)
-                    return;
-                std::lock_guard<std::mutex> lock(list->openedDevicesMutex);
-                auto& entries = list->list;
-                entries.erase(std::remove_if(entries.begin(), entries.end(),
-                                             [](const OpenedDevice& e) { return e.device.expired(); }),
-                              entries.end());
-                for (const auto& entry : entries)
-                    if (entry.device.lock() == device)
-                        return;
-                entries.push_back({device, changed->GetID()});
-            });
+            if (auto record = findRecord())
+                RecordFoundDevice(*record, d, opened);
         });
     record->lostHandle =
         iface->RegisterDeviceLostCallback([findRecord](const std::shared_ptr<core::DeviceDescriptor>& d) {
@@ -434,6 +414,83 @@ void DeviceManager::AddInterfaceCallbacks(const std::shared_ptr<core::Interface>
         });
     record->listChangedHandle =
         iface->RegisterDeviceListChangedCallback([this, key] { m_interfaceUpdated.list.Invoke(key); });
+}
+
+void DeviceManager::RecordFoundInterface(SystemRecord& record, const std::shared_ptr<core::InterfaceDescriptor>& d)
+{
+    std::lock_guard<std::mutex> lock(record.recordMutex);
+    record.foundInterfaces.push_back(d);
+    record.keyById[d->GetID()] = d->GetKey();
+}
+
+void DeviceManager::RecordFoundDevice(InterfaceRecord& record, const std::shared_ptr<core::DeviceDescriptor>& d,
+                                      const std::weak_ptr<OpenedDevices>& opened)
+{
+    {
+        std::lock_guard<std::mutex> lock(record.recordMutex);
+        record.foundDevices.push_back(d);
+        record.keyById[d->GetID()] = d->GetKey();
+    }
+    // Opening a device changes its descriptor's information; that is where an open device becomes known.
+    d->RegisterInformationChangedCallback([opened](const std::shared_ptr<core::DeviceDescriptor>& changed) {
+        auto list = opened.lock();
+        auto device = changed->GetOpenDevice();
+        if (!list || !device)
+            return;
+        std::lock_guard<std::mutex> lock(list->openedDevicesMutex);
+        auto& entries = list->list;
+        entries.erase(
+            std::remove_if(entries.begin(), entries.end(), [](const OpenedDevice& e) { return e.device.expired(); }),
+            entries.end());
+        for (const auto& entry : entries)
+            if (entry.device.lock() == device)
+                return;
+        entries.push_back({device, changed->GetID()});
+    });
+}
+
+void DeviceManager::AdoptKnownInterfaces(const std::shared_ptr<core::System>& system)
+{
+    std::shared_ptr<SystemRecord> record;
+    {
+        std::lock_guard<std::mutex> lock(m_recordsMutex);
+        auto it = m_systemRecords.find(system->GetKey());
+        if (it == m_systemRecords.end())
+            return;
+        record = it->second;
+    }
+    for (const auto& descriptor : system->GetInterfaces())
+    {
+        bool known = false;
+        {
+            std::lock_guard<std::mutex> lock(record->recordMutex);
+            known = record->keyById.count(descriptor->GetID()) > 0;
+        }
+        if (!known)
+            RecordFoundInterface(*record, descriptor);
+    }
+}
+
+void DeviceManager::AdoptKnownDevices(const std::shared_ptr<core::Interface>& iface)
+{
+    std::shared_ptr<InterfaceRecord> record;
+    {
+        std::lock_guard<std::mutex> lock(m_recordsMutex);
+        auto it = m_interfaceRecords.find(iface->GetKey());
+        if (it == m_interfaceRecords.end())
+            return;
+        record = it->second;
+    }
+    for (const auto& descriptor : iface->GetDevices())
+    {
+        bool known = false;
+        {
+            std::lock_guard<std::mutex> lock(record->recordMutex);
+            known = record->keyById.count(descriptor->GetID()) > 0;
+        }
+        if (!known)
+            RecordFoundDevice(*record, descriptor, m_openedDevices);
+    }
 }
 
 void DeviceManager::RemoveSystemRecord(const std::string& key)

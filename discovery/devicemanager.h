@@ -129,7 +129,14 @@ private:
         core::CallbackList<Args...> list;
     };
 
+    struct OpenedDevices;
     void AddSystemCallbacks(const std::shared_ptr<core::System>& system);
+    // Takes what a system or interface already lists as found (a module handed back again after a reset).
+    void AdoptKnownInterfaces(const std::shared_ptr<core::System>& system);
+    void AdoptKnownDevices(const std::shared_ptr<core::Interface>& iface);
+    static void RecordFoundInterface(SystemRecord& record, const std::shared_ptr<core::InterfaceDescriptor>& d);
+    static void RecordFoundDevice(InterfaceRecord& record, const std::shared_ptr<core::DeviceDescriptor>& d,
+                                  const std::weak_ptr<OpenedDevices>& opened);
     void AddInterfaceCallbacks(const std::shared_ptr<core::Interface>& iface);
     void RemoveSystemRecord(const std::string& key);
     void RemoveInterfaceRecord(const std::string& key);

@@ -339,22 +339,27 @@ private slots:
             World().interfaces = {MakeInterface("IF0"), MakeInterface("IF1")};
             World().devices["IF0"] = {MakeDevice("dev-1", "S1"), MakeDevice("dev-2", "S2")};
             World().devices["IF1"] = {MakeDevice("dev-3", "S3")};
-            World().listDelayMs = 60;
+            World().listDelayMs = 300;
         }
+        auto manager = orna::DeviceManager::Instance();
         CameraListModel model;
         QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
         QTRY_COMPARE_WITH_TIMEOUT(CountDeviceRows(model), 3, 10000);
+        model.ResetAndRunUpdate();
         for (int press = 0; press < 20; ++press)
         {
-            // Every press lands inside a pass: half of them at its start, half while it lists the devices.
-            QTRY_VERIFY_WITH_TIMEOUT(model.IsUpdateRunning(), 10000);
-            if (press % 2)
-                QTRY_VERIFY_WITH_TIMEOUT(World().listing.load() > 0, 10000);
-            QVERIFY(model.IsUpdateRunning());
+            // Every press lands in the pass that loads the producers again after the previous press (the
+            // manager has no system yet), half of them while it lists the devices.
+            QTRY_VERIFY_WITH_TIMEOUT(model.IsUpdateRunning() && manager->Systems().empty() &&
+                                         (press % 2 == 0 || World().listing.load() > 0),
+                                     10000);
+            QSignalSpy finished(&model, &CameraListModel::UpdateFinished);
             if (press % 5 == 4)
                 model.SetOnlyKernelTls(press % 2 == 0);
             else
                 model.ResetAndRunUpdate();
+            // The pass the press landed in ends; the next one is the press's own.
+            QVERIFY(finished.wait(10000));
         }
         model.SetOnlyKernelTls(false);
         QTRY_VERIFY_WITH_TIMEOUT(CountDeviceRows(model) == 3 && CountRows(model, QStringLiteral("Interface")) == 2,
@@ -365,7 +370,6 @@ private slots:
         QCOMPARE(CountRows(model, QStringLiteral("Interface")), 2);
         QCOMPARE(CountRows(model, QStringLiteral("System")), 1);
         QCOMPARE(model.OpenableDeviceCount(), 3);
-        auto manager = orna::DeviceManager::Instance();
         QCOMPARE(manager->Devices().size(), size_t(3));
         QCOMPARE(manager->Interfaces().size(), size_t(2));
         QCOMPARE(manager->Systems().size(), size_t(1));

@@ -145,16 +145,23 @@ private slots:
 
     void twentyRefreshPressesDuringPassesEndWithEveryCamera()
     {
+        auto manager = orna::DeviceManager::Instance();
         CameraListModel model;
         QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
         QTRY_COMPARE_WITH_TIMEOUT(CountDeviceRows(model), 4, 30000);
+        model.ResetAndRunUpdate();
         for (int press = 0; press < 20; ++press)
         {
-            QTRY_VERIFY_WITH_TIMEOUT(model.IsUpdateRunning(), 10000);
+            // Every press lands in the pass that loads the producers again after the previous press (a GigE
+            // pass takes about a second).
+            QTRY_VERIFY_WITH_TIMEOUT(model.IsUpdateRunning() && manager->Systems().empty(), 30000);
+            QSignalSpy finished(&model, &CameraListModel::UpdateFinished);
             if (press % 5 == 4)
                 model.SetOnlyKernelTls(press % 2 == 0);
             else
                 model.ResetAndRunUpdate();
+            // The pass the press landed in ends; the next one is the press's own.
+            QVERIFY(finished.wait(30000));
         }
         model.SetOnlyKernelTls(false);
         QTRY_COMPARE_WITH_TIMEOUT(CountDeviceRows(model), 4, 30000);

@@ -274,6 +274,9 @@ void CameraListInterfaceItem::Update()
             ipAddress = camera::ip::AddressText(address.ipAddress);
             subnetMask = camera::ip::AddressText(address.subnetMask);
         }
+        int64_t mac = 0;
+        if (camera::ip::GetInterfaceMACAddress(iface, mac))
+            macAddress = camera::ip::MacText(mac);
     }
     UpdateIcon();
     UpdateTooltip();
@@ -389,8 +392,7 @@ void CameraListDeviceItem::Update()
             userDefinedName = tr("(reading failed)");
         }
     }
-    // No password handler exists yet, so no camera is locked.
-    locked = false;
+    ipWarning = tlTypeId == TlType::GEV && descriptor->GetIsOutsideInterfaceSubnet();
     if (tlTypeId == TlType::GEV)
     {
         camera::ip::IpAddressAndSubnet address;
@@ -473,6 +475,8 @@ void CameraListDeviceItem::UpdateIcon()
         file = QStringLiteral("usb-horizontal.png");
     else if (tlTypeId == TlType::rAvo)
         file = QStringLiteral("camera.png");
+    else if (ipWarning)
+        file = QStringLiteral("exclamation-outline.png");
     else
         file = locked ? QStringLiteral("ip_locked.png") : QStringLiteral("ip.png");
     icon = QIcon(ApplicationGlobals::Image16(file));
@@ -484,7 +488,11 @@ void CameraListDeviceItem::UpdateTooltip()
                    Row(tr("User-defined name"), userDefinedName) + Row(tr("Producer name"), m_producerName) +
                    Row(tr("Access status"), AccessStatusText(accessStatus, connected)) + Row(tr("ID"), id);
     if (tlTypeId == TlType::GEV)
+    {
         rows += Row(QString(), QString()) + Row(tr("IP"), ipAddress) + Row(tr("Subnet"), subnetMask) +
                 Row(tr("MAC"), macAddress);
+        if (ipWarning)
+            rows += Row(tr("Network configuration"), tr("The IP address is outside the subnet of the network card."));
+    }
     tooltip = Table(tr("Device"), rows);
 }

@@ -195,7 +195,12 @@ public:
     int accessStatus = 0;
     bool openable = false;
     bool connected = true;
+    // Set by the model from the lock state its update job read (never read on the GUI thread).
     bool locked = false;
+    // Kept as disconnected because it was open when its camera went; ends when the camera is closed.
+    bool lostWhileOpen = false;
+    // GigE: the camera's address lies outside every network card's subnet (it needs a new address first).
+    bool ipWarning = false;
     QString serial;
     QString userDefinedName;
     QString ipAddress;

@@ -2,6 +2,7 @@
 
 #include "app/logmessagesender.h"
 #include "camera/devicelib/descriptorhelpers.h"
+#include "camera/passwordprotectionhandler.h"
 #include "orna/core/environmentinspector.h"
 #include "orna/core/producerlibrary.h"
 
@@ -23,6 +24,21 @@ void Erase(std::vector<std::shared_ptr<CameraListItem>>& list, const CameraListI
     list.erase(std::remove_if(list.begin(), list.end(), [item](const auto& p) { return p.get() == item; }), list.end());
 }
 
+void LogHandlerFailure(const char* what)
+{
+    LogMessageSender::Error(QStringLiteral("-"), QStringLiteral("CameraListModel (posted handler)"),
+                            QString::fromUtf8(what));
+}
+
+// The identity of a camera on its interface: its serial number, or its device ID where the serial says nothing
+// (two such cameras must not push each other out).
+QString Identity(const QString& serial, const QString& id)
+{
+    if (serial.trimmed().isEmpty() || serial.trimmed().compare(QLatin1String("unknown"), Qt::CaseInsensitive) == 0)
+        return QStringLiteral("id:") + id;
+    return QStringLiteral("serial:") + serial;
+}
+
 int RowOf(const CameraListItem* parent, const CameraListItem* item)
 {
     if (!parent)
@@ -41,9 +57,25 @@ template <typename F> void CameraListModel::Post(const std::shared_ptr<Guard>& g
     if (!guard->model)
         return;
     CameraListModel* model = guard->model;
-    // A queued call to a destroyed receiver is dropped by Qt, so work never meets a dead model.
+    // A queued call to a destroyed receiver is dropped by Qt, so work never meets a dead model. An exception
+    // must not leave a queued call (Qt would end the program): it is logged and the event dropped.
     QMetaObject::invokeMethod(
-        model, [model, work = std::forward<F>(work)]() mutable { work(model); }, Qt::QueuedConnection);
+        model,
+        [model, work = std::forward<F>(work)]() mutable {
+            try
+            {
+                work(model);
+            }
+            catch (const std::exception& e)
+            {
+                LogHandlerFailure(e.what());
+            }
+            catch (...)
+            {
+                LogHandlerFailure("unknown exception");
+            }
+        },
+        Qt::QueuedConnection);
 }
 
 CameraListModel::CameraListModel(QObject* parent)
@@ -66,6 +98,10 @@ CameraListModel::~CameraListModel()
         std::lock_guard<std::mutex> lock(m_guard->mutex);
         m_guard->model = nullptr;
     }
+    {
+        QMutexLocker lock(&m_updateMutex);
+        m_stopping = true;
+    }
     UnregisterAllDeviceChangedCallbacks();
     if (auto manager = m_manager.lock(); manager && m_deviceManagerHandles.size() == 7)
     {
@@ -77,8 +113,13 @@ CameraListModel::~CameraListModel()
         manager->UnregisterDeviceDisconnected(m_deviceManagerHandles[5]);
         manager->UnregisterDeviceReconnected(m_deviceManagerHandles[6]);
     }
-    QMutexLocker lock(&m_updateMutex);
-    m_updateFuture.waitForFinished();
+    // Waited for without the mutex: the job takes it once more when its pass ends.
+    QFuture<void> job;
+    {
+        QMutexLocker lock(&m_updateMutex);
+        job = m_updateFuture;
+    }
+    job.waitForFinished();
 }
 
 void CameraListModel::Init()
@@ -94,16 +135,9 @@ void CameraListModel::Init()
         return;
     }
     m_manager = manager;
-    if (!manager->Systems().empty())
-    {
-        for (const auto& system : manager->Systems())
-            OnSystemFound(system);
-        for (const auto& iface : manager->Interfaces())
-            OnInterfaceFound(iface);
-        for (const auto& device : manager->Devices())
-            OnDeviceFound(device);
-    }
+    Replay({manager->Systems(), manager->Interfaces(), manager->Devices()});
     auto guard = m_guard;
+    auto probes = m_probes;
     m_deviceManagerHandles = {
         manager->RegisterSystemFound([guard](std::shared_ptr<orna::core::System> system) {
             Post(guard, [system](CameraListModel* m) { m->OnSystemFound(system); });
@@ -113,7 +147,11 @@ void CameraListModel::Init()
         }),
         manager->RegisterInterfaceLost(
             [guard](std::string key) { Post(guard, [key](CameraListModel* m) { m->OnInterfaceLost(key); }); }),
-        manager->RegisterDeviceFound([guard](std::shared_ptr<orna::core::DeviceDescriptor> d) {
+        manager->RegisterDeviceFound([guard, probes](std::shared_ptr<orna::core::DeviceDescriptor> d) {
+            {
+                std::lock_guard<std::mutex> lock(probes->mutex);
+                probes->found.push_back(d);
+            }
             Post(guard, [d](CameraListModel* m) { m->OnDeviceFound(d); });
         }),
         manager->RegisterDeviceLost(
@@ -271,7 +309,16 @@ void CameraListModel::OnInterfaceFound(const std::shared_ptr<orna::core::Interfa
 {
     if (!iface || m_itemsByKey.count(iface->GetKey()))
         return;
-    auto system = iface->GetParentSystem();
+    std::shared_ptr<orna::core::System> system;
+    try
+    {
+        system = iface->GetParentSystem();
+    }
+    catch (const std::exception&)
+    {
+        // The system went (a reset with this event still queued): nothing to hang the interface on.
+        return;
+    }
     if (!system)
         return;
     auto found = m_itemsByKey.find(system->GetKey());
@@ -311,11 +358,20 @@ void CameraListModel::OnDeviceFound(const std::shared_ptr<orna::core::DeviceDesc
 {
     if (!descriptor)
         return;
-    auto iface = descriptor->GetParentInterface();
+    std::shared_ptr<orna::core::Interface> iface;
+    try
+    {
+        iface = descriptor->GetParentInterface();
+    }
+    catch (const std::exception&)
+    {
+        // The interface went before this event was handled (lost in the same pass, or a reset): no row.
+        return;
+    }
     if (!iface)
         return;
     auto foundInterface = m_itemsByKey.find(iface->GetKey());
-    if (foundInterface == m_itemsByKey.end())
+    if (foundInterface == m_itemsByKey.end() || foundInterface->second->itemType != CameraListItem::Interface)
         return;
     auto interfaceItem = foundInterface->second;
 
@@ -337,8 +393,32 @@ void CameraListModel::OnDeviceFound(const std::shared_ptr<orna::core::DeviceDesc
         {
             UnregisterDeviceChangedCallback(key);
             item->descriptor = descriptor;
+            item->locked = KnownLockState(descriptor);
             RegisterDeviceChangedCallback(item);
         }
+        // A camera whose card went down and up comes back under the new interface item.
+        auto oldInterface = item->parent.lock();
+        if (oldInterface != interfaceItem)
+        {
+            const int oldRow = RowOf(oldInterface.get(), item.get());
+            const bool announceRemoval = !m_basicView && oldRow >= 0 && IndexOf(oldInterface).isValid();
+            if (announceRemoval)
+                beginRemoveRows(IndexOf(oldInterface), oldRow, oldRow);
+            if (oldInterface)
+                Erase(oldInterface->children, item.get());
+            if (announceRemoval)
+                endRemoveRows();
+            const QModelIndex newParent = IndexOf(interfaceItem);
+            const int newRow = interfaceItem->ChildCount();
+            const bool announceInsertion = !m_basicView && newParent.isValid();
+            if (announceInsertion)
+                beginInsertRows(newParent, newRow, newRow);
+            interfaceItem->children.push_back(item);
+            item->parent = interfaceItem;
+            if (announceInsertion)
+                endInsertRows();
+        }
+        item->lostWhileOpen = false;
         item->SetConnected(true);
         item->Update();
         const QModelIndex idx = IndexOf(item);
@@ -350,10 +430,11 @@ void CameraListModel::OnDeviceFound(const std::shared_ptr<orna::core::DeviceDesc
     }
 
     // The same camera under a new key (for instance a new address) on the same interface: the serial number is
-    // its identity, and the old row goes.
-    const QString serial = helper::GetSerialNumber(descriptor);
+    // its identity, and the old row goes. Without a usable serial the device ID is the identity.
+    const QString identity = Identity(helper::GetSerialNumber(descriptor), helper::GetID(descriptor));
     for (const auto& other : DeviceItems())
-        if (other->parent.lock() == interfaceItem && other->serial == serial && other->key != key)
+        if (other->parent.lock() == interfaceItem && Identity(other->serial, other->id) == identity &&
+            other->key != key)
             OnDeviceLost(other->key, true);
 
     auto systemItem = std::dynamic_pointer_cast<CameraListSystemItem>(interfaceItem->parent.lock());
@@ -384,6 +465,8 @@ void CameraListModel::OnDeviceFound(const std::shared_ptr<orna::core::DeviceDesc
     if (announce)
         beginInsertRows(parentIndex, row, row);
     auto item = std::make_shared<CameraListDeviceItem>(descriptor, interfaceItem);
+    item->locked = KnownLockState(descriptor);
+    item->UpdateIcon();
     item->group = group;
     interfaceItem->children.push_back(item);
     group->children.push_back(item);
@@ -413,7 +496,9 @@ void CameraListModel::OnDeviceLost(const std::string& key, bool force)
     const bool reconnectSupported = systemItem && systemItem->reconnectSupported;
     if (!reconnectSupported && !force && item->IsOpen())
     {
-        // Without reconnection in the transport, an open camera keeps its row until it is closed or comes back.
+        // Without reconnection in the transport, an open camera keeps its row until it is closed (OnDeviceChanged
+        // ends it then) or comes back.
+        item->lostWhileOpen = true;
         item->SetConnected(false);
         emit CameraLost(key);
         const QModelIndex idx = IndexOf(item);
@@ -500,8 +585,16 @@ void CameraListModel::RegisterDeviceChangedCallback(const std::shared_ptr<Camera
 
 void CameraListModel::OnDeviceChanged(const std::shared_ptr<CameraListDeviceItem>& item)
 {
-    if (!m_items.count(item.get()) || !item->connected)
+    if (!m_items.count(item.get()))
         return;
+    if (!item->connected)
+    {
+        // Ours to settle: a row kept for an open camera that was unplugged ends when that camera is closed.
+        const int status = static_cast<int>(helper::GetDeviceAccessStatus(item->descriptor));
+        if (item->lostWhileOpen && status != 5 && status != 6)
+            OnDeviceLost(item->key, true);
+        return;
+    }
     const bool wasOpenable = item->openable;
     item->Update();
     const QModelIndex idx = IndexOf(item);
@@ -534,59 +627,170 @@ void CameraListModel::UnregisterAllDeviceChangedCallbacks()
 bool CameraListModel::IsUpdateRunning() const
 {
     QMutexLocker lock(&m_updateMutex);
-    return m_updateFuture.isRunning();
+    return m_jobActive;
 }
 
 void CameraListModel::RunUpdate()
 {
     QMutexLocker lock(&m_updateMutex);
     // A pass slower than the timer swallows ticks instead of queueing them.
-    if (m_updateFuture.isRunning())
+    if (m_jobActive || m_stopping)
         return;
+    m_jobActive = true;
+    m_updateFuture = QtConcurrent::run([this] { RunJob(); });
+}
+
+void CameraListModel::RequestReset(PendingReset request)
+{
+    {
+        QMutexLocker lock(&m_updateMutex);
+        if (static_cast<int>(request) > static_cast<int>(m_pendingReset))
+            m_pendingReset = request;
+    }
+    // Starts a job now when none runs; a running one takes the request when its pass ends.
+    RunUpdate();
+}
+
+void CameraListModel::RunJob()
+{
+    for (;;)
+    {
+        PendingReset request;
+        {
+            QMutexLocker lock(&m_updateMutex);
+            request = m_pendingReset;
+            m_pendingReset = PendingReset::None;
+        }
+        RunPass(request);
+        QMutexLocker lock(&m_updateMutex);
+        // Checked and cleared under the mutex that RequestReset takes, so a request is never left behind.
+        if (m_stopping || m_pendingReset == PendingReset::None)
+        {
+            m_jobActive = false;
+            return;
+        }
+    }
+}
+
+void CameraListModel::RunPass(PendingReset request)
+{
     auto guard = m_guard;
-    m_updateFuture = QtConcurrent::run([this, guard] {
-        try
+    bool resetPosted = false;
+    try
+    {
+        auto manager = orna::DeviceManager::Instance();
+        if (request != PendingReset::None)
         {
-            auto manager = orna::DeviceManager::Instance();
-            if (manager->Systems().empty())
-            {
-                orna::core::EnvironmentInspector::UpdateCTIPaths();
-                const size_t count = orna::core::EnvironmentInspector::GetNumCTIPaths();
-                for (size_t i = 0; i < count; ++i)
-                {
-                    const std::string path = orna::core::EnvironmentInspector::GetCTIPath(i);
-                    orna::core::ProducerLibrary::Construct(path);
-                    manager->AddProducerLibrary(path);
-                }
-            }
-            manager->Update(orna::DeviceManager::UpdatePolicy::NoScan, {});
-            m_lastJobError.clear();
+            if (request == PendingReset::ResetManager)
+                manager->Reset(true);
+            // The lists as they stand between two passes; every event before this post belongs to the old tree.
+            Snapshot snapshot{manager->Systems(), manager->Interfaces(), manager->Devices()};
+            Post(guard, [snapshot](CameraListModel* m) {
+                m->ResetTree();
+                m->Replay(snapshot);
+            });
+            resetPosted = true;
         }
-        catch (const std::exception& e)
+        if (manager->Systems().empty())
         {
-            if (m_lastJobError != e.what())
+            orna::core::EnvironmentInspector::UpdateCTIPaths();
+            const size_t count = orna::core::EnvironmentInspector::GetNumCTIPaths();
+            for (size_t i = 0; i < count; ++i)
             {
-                m_lastJobError = e.what();
-                LogMessageSender::Error(QStringLiteral("-"), QStringLiteral("void CameraListModel::RunUpdate()"),
-                                        QString::fromStdString(m_lastJobError));
+                const std::string path = orna::core::EnvironmentInspector::GetCTIPath(i);
+                orna::core::ProducerLibrary::Construct(path);
+                manager->AddProducerLibrary(path);
             }
         }
-        Post(guard, [](CameraListModel* m) { emit m->UpdateFinished(); });
-    });
+        manager->Update(orna::DeviceManager::UpdatePolicy::NoScan, {});
+        m_lastJobError.clear();
+    }
+    catch (const std::exception& e)
+    {
+        if (request != PendingReset::None && !resetPosted)
+        {
+            // Without a manager there is nothing to reset; the tree is emptied all the same.
+            Post(guard, [](CameraListModel* m) { m->ResetTree(); });
+        }
+        if (m_lastJobError != e.what())
+        {
+            m_lastJobError = e.what();
+            LogMessageSender::Error(QStringLiteral("-"), QStringLiteral("void CameraListModel::RunUpdate()"),
+                                    QString::fromStdString(m_lastJobError));
+        }
+    }
+    ProbeLockStates();
+    Post(guard, [](CameraListModel* m) { emit m->UpdateFinished(); });
+}
+
+void CameraListModel::ProbeLockStates()
+{
+    std::vector<std::weak_ptr<orna::core::DeviceDescriptor>> found;
+    {
+        std::lock_guard<std::mutex> lock(m_probes->mutex);
+        found.swap(m_probes->found);
+    }
+    for (const auto& weak : found)
+    {
+        {
+            QMutexLocker lock(&m_updateMutex);
+            if (m_stopping)
+                return; // the model goes: nobody would see the answer
+        }
+        auto descriptor = weak.lock();
+        if (!descriptor)
+            continue;
+        // Only a camera that we may open can be asked; a busy or open one keeps the state it had.
+        if (helper::GetDeviceAccessStatus(descriptor) != orna::core::DeviceAccessStatus::ReadWrite)
+            continue;
+        bool locked = false;
+        {
+            PasswordProtectionHandler handler(descriptor);
+            locked = handler.IsPasswordProtected();
+        }
+        Post(m_guard, [descriptor, locked](CameraListModel* m) { m->OnLockState(descriptor, locked); });
+    }
+}
+
+bool CameraListModel::KnownLockState(const std::shared_ptr<orna::core::DeviceDescriptor>& descriptor) const
+{
+    auto it = m_lockStates.find(descriptor->GetKey());
+    return it != m_lockStates.end() && it->second.descriptor.lock() == descriptor && it->second.locked;
+}
+
+void CameraListModel::OnLockState(const std::shared_ptr<orna::core::DeviceDescriptor>& descriptor, bool locked)
+{
+    const std::string key = descriptor->GetKey();
+    m_lockStates[key] = {descriptor, locked};
+    // Entries of descriptors that are gone are dropped here, so the map stays as small as the tree.
+    for (auto it = m_lockStates.begin(); it != m_lockStates.end();)
+        it = it->second.descriptor.expired() ? m_lockStates.erase(it) : std::next(it);
+    auto found = m_itemsByKey.find(key);
+    if (found == m_itemsByKey.end() || found->second->itemType != CameraListItem::Device)
+        return;
+    auto item = std::static_pointer_cast<CameraListDeviceItem>(found->second);
+    if (item->descriptor != descriptor || item->locked == locked)
+        return;
+    item->locked = locked;
+    item->UpdateIcon();
+    const QModelIndex idx = IndexOf(item);
+    if (idx.isValid())
+        emit dataChanged(idx, idx, {Qt::DecorationRole});
 }
 
 void CameraListModel::ResetAndRunUpdate()
 {
-    try
-    {
-        orna::DeviceManager::Instance()->Reset(true);
-    }
-    catch (const std::exception&)
-    {
-        // Without a manager there is nothing to reset; the tree is emptied all the same.
-    }
-    ResetTree();
-    RunUpdate();
+    RequestReset(PendingReset::ResetManager);
+}
+
+void CameraListModel::Replay(const Snapshot& snapshot)
+{
+    for (const auto& system : snapshot.systems)
+        OnSystemFound(system);
+    for (const auto& iface : snapshot.interfaces)
+        OnInterfaceFound(iface);
+    for (const auto& device : snapshot.devices)
+        OnDeviceFound(device);
 }
 
 void CameraListModel::ResetTree()
@@ -631,20 +835,15 @@ bool CameraListModel::IsAutoUpdate() const
 void CameraListModel::SetOnlyKernelTls(bool value)
 {
     m_onlyKernelTls = value;
-    try
-    {
-        orna::DeviceManager::Instance()->Reset(true);
-    }
-    catch (const std::exception&)
-    {
-    }
-    ResetTree();
+    RequestReset(PendingReset::ResetManager);
 }
 
 void CameraListModel::SetHideSmartCameras(bool value)
 {
+    // Ours to settle: the tree is reset and the manager's devices announced again under the new rule, instead of
+    // an empty tree until the next refresh.
     m_hideSmartCameras = value;
-    ResetTree();
+    RequestReset(PendingReset::Reannounce);
 }
 
 // --- Queries

@@ -8,8 +8,17 @@
 //     in the order they came, so that the model never changes under the view and the GUI never waits for a
 //     discovery pass (a GigE pass takes about a second).
 //   - The device library's threads call the device-changed callbacks; they too only post to the GUI thread.
-// Mutexes: m_updateMutex guards the test-and-start of the job (m_updateFuture); m_guard->mutex guards the
-// model pointer that library-thread callbacks post to, cleared by the destructor before anything else goes.
+//   - The reset of the manager and of the tree (Refresh, "Use preferred GigE transport layer only", "Hide smart
+//     cameras") never runs beside a pass: the GUI thread only records the request, and the job runs it between
+//     two passes (the running one ends first). The tree reset is posted in order with the events, so every
+//     event of the pass before it lands before it and every event after it belongs to the new tree.
+//   - The lock state of a camera (PasswordProtectionHandler opens it for a moment) is read on the job, after
+//     the pass, once per new descriptor; the result is posted like an event.
+// Every posted handler catches what it raises: no exception leaves a queued call.
+// Mutexes: m_updateMutex guards the test-and-start of the job (m_jobActive, m_updateFuture) and the pending
+// reset request (m_pendingReset, m_stopping); m_guard->mutex guards the model pointer that library-thread
+// callbacks post to, cleared by the destructor before anything else goes; m_probes->mutex guards the
+// descriptors waiting for their lock state.
 #pragma once
 
 #include "discovery/cameralistitem.h"
@@ -90,9 +99,37 @@ private:
         std::mutex mutex;
         CameraListModel* model = nullptr;
     };
+    // What the next job does before its pass. Ordered: a stronger request includes the weaker.
+    enum class PendingReset
+    {
+        None = 0,
+        Reannounce = 1,   // empty the tree and add what the manager lists
+        ResetManager = 2, // Reset(true) on the manager first, then as Reannounce
+    };
+    // Descriptors found by a pass whose lock state the job still has to read.
+    struct Probes
+    {
+        std::mutex mutex;
+        std::vector<std::weak_ptr<orna::core::DeviceDescriptor>> found;
+    };
+    struct Snapshot
+    {
+        std::vector<std::shared_ptr<orna::core::System>> systems;
+        std::vector<std::shared_ptr<orna::core::Interface>> interfaces;
+        std::vector<std::shared_ptr<orna::core::DeviceDescriptor>> devices;
+    };
 
     void Init();
     void ResetTree();
+    // GUI thread: the tree as the manager lists it (systems, interfaces, devices in this order).
+    void Replay(const Snapshot& snapshot);
+    void RequestReset(PendingReset request);
+    // The job: passes until no reset request is left. Pool thread.
+    void RunJob();
+    void RunPass(PendingReset request);
+    void ProbeLockStates();
+    void OnLockState(const std::shared_ptr<orna::core::DeviceDescriptor>& descriptor, bool locked);
+    bool KnownLockState(const std::shared_ptr<orna::core::DeviceDescriptor>& descriptor) const;
     void OnSystemFound(const std::shared_ptr<orna::core::System>& system);
     void OnInterfaceFound(const std::shared_ptr<orna::core::Interface>& iface);
     void OnInterfaceLost(const std::string& key);
@@ -134,7 +171,18 @@ private:
     QTimer m_updateTimer;
     mutable QMutex m_updateMutex;
     QFuture<void> m_updateFuture;
+    bool m_jobActive = false;
+    bool m_stopping = false;
+    PendingReset m_pendingReset = PendingReset::None;
     std::shared_ptr<Guard> m_guard = std::make_shared<Guard>();
+    std::shared_ptr<Probes> m_probes = std::make_shared<Probes>();
+    // Lock states read by the job, by device key, for the descriptor they were read from. GUI thread.
+    struct LockState
+    {
+        std::weak_ptr<orna::core::DeviceDescriptor> descriptor;
+        bool locked = false;
+    };
+    std::map<std::string, LockState> m_lockStates;
     // Last error of the update job, so that a failing producer is logged once, not every tick. Job thread.
     std::string m_lastJobError;
 

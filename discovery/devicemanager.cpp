@@ -14,31 +14,66 @@ namespace {
 
 // Runs update(module) for every module on a std::async task of its own and waits for all of them. A failure
 // is reported as "<label><id>]: <what>" and does not stop the other modules' updates.
+// The error callback is the caller's and need not be thread-safe: the tasks' reports are serialised.
 template <typename Module, typename Report, typename Update>
 void FanOut(const std::vector<std::shared_ptr<Module>>& modules, const char* label, Report& report, Update update)
 {
+    std::mutex reportMutex;
     std::vector<std::future<void>> tasks;
     tasks.reserve(modules.size());
     for (const auto& module : modules)
-        tasks.push_back(std::async(std::launch::async, [&module, label, &report, &update] {
+        tasks.push_back(std::async(std::launch::async, [&module, label, &report, &update, &reportMutex] {
+            std::string failure;
             try
             {
                 update(module);
+                return;
             }
             catch (const std::exception& e)
             {
-                report(label + module->GetID() + "]: " + e.what());
+                failure = e.what();
+            }
+            catch (...)
+            {
+                failure = "unknown error";
+            }
+            std::lock_guard<std::mutex> lock(reportMutex);
+            try
+            {
+                report(label + module->GetID() + "]: " + failure);
+            }
+            catch (...)
+            {
+                // A failing error callback must not end the pass of the other modules.
             }
         }));
     for (auto& task : tasks)
         task.wait();
 }
 
-// True while the descriptor is the one its interface lists for its id. Takes only the interface's own mutex.
-bool IsCurrent(const std::shared_ptr<core::DeviceDescriptor>& descriptor)
+// True while the descriptor is the one its interface lists for its id. Takes only the interface's own mutex and
+// never raises: it runs under the list mutexes, where an exception would end the pass half done. A descriptor
+// whose interface is gone is not current.
+bool IsCurrent(const std::shared_ptr<core::DeviceDescriptor>& descriptor) noexcept
 {
-    auto iface = descriptor->GetParentInterface();
-    return iface && iface->FindDevice(descriptor->GetID()) == descriptor;
+    try
+    {
+        auto iface = descriptor->GetParentInterface();
+        return iface && iface->FindDevice(descriptor->GetID()) == descriptor;
+    }
+    catch (...)
+    {
+        return false;
+    }
+}
+
+// A device key is its interface's key, "|" and the device id.
+bool BelongsTo(const std::string& deviceKey, const std::set<std::string>& interfaceKeys)
+{
+    for (const auto& key : interfaceKeys)
+        if (deviceKey.size() > key.size() && deviceKey.compare(0, key.size(), key) == 0 && deviceKey[key.size()] == '|')
+            return true;
+    return false;
 }
 
 } // namespace
@@ -134,6 +169,7 @@ std::vector<std::shared_ptr<core::DeviceDescriptor>> DeviceManager::Devices() co
 
 void DeviceManager::Update(UpdatePolicy policy, const ErrorCallback& errorCallback)
 {
+    std::lock_guard<std::mutex> pass(m_passMutex);
     const uint64_t interfaceTimeout = m_interfaceUpdateTimeout;
     const uint64_t deviceTimeout = m_deviceUpdateTimeout;
     auto report = [&errorCallback](const std::string& text) {
@@ -170,6 +206,10 @@ void DeviceManager::Update(UpdatePolicy policy, const ErrorCallback& errorCallba
             auto producer = core::ProducerLibrary::Construct(path);
             auto system = producer->GetSystem()->OpenSystem();
             AddSystemCallbacks(system);
+            // A producer loaded again after a reset may hand back the system it had (someone, e.g. the camera
+            // tree until it has handled the reset, still holds it): its interfaces are known to it already and
+            // no update reports them found again, so they are taken as found here.
+            AdoptKnownInterfaces(system);
             {
                 std::lock_guard<std::mutex> lock(m_systemsMutex);
                 m_loadedProducerPaths[path] = producer;
@@ -211,6 +251,8 @@ void DeviceManager::Update(UpdatePolicy policy, const ErrorCallback& errorCallba
             {
                 auto iface = descriptor->OpenInterface();
                 AddInterfaceCallbacks(iface);
+                // The same for an interface that was still open: its devices are taken as found.
+                AdoptKnownDevices(iface);
                 newInterfaces.push_back(iface);
             }
             catch (const std::exception& e)
@@ -253,13 +295,26 @@ void DeviceManager::Update(UpdatePolicy policy, const ErrorCallback& errorCallba
                            m_interfaces.end());
         // A device can be both found and lost (or lost and found again) within one pass; the interface's own
         // list tells which descriptor is current, so the list ends up as the interfaces see it.
+        // The devices of a lost interface are lost with it, also those its last update still reported: nothing
+        // updates that interface again, so they would otherwise stay listed for good.
+        for (const auto& d : m_devices)
+            if (BelongsTo(d->GetKey(), lostInterfaces) &&
+                std::find(lostDeviceKeys.begin(), lostDeviceKeys.end(), d->GetKey()) == lostDeviceKeys.end())
+                lostDeviceKeys.push_back(d->GetKey());
+        for (const auto& d : foundDevices)
+            if (BelongsTo(d->GetKey(), lostInterfaces) &&
+                std::find(lostDeviceKeys.begin(), lostDeviceKeys.end(), d->GetKey()) == lostDeviceKeys.end())
+                lostDeviceKeys.push_back(d->GetKey());
         const std::set<std::string> lostDevices(lostDeviceKeys.begin(), lostDeviceKeys.end());
+        auto current = [&](const std::shared_ptr<core::DeviceDescriptor>& d) {
+            return !BelongsTo(d->GetKey(), lostInterfaces) && IsCurrent(d);
+        };
         m_devices.erase(
             std::remove_if(m_devices.begin(), m_devices.end(),
-                           [&](const auto& d) { return lostDevices.count(d->GetKey()) > 0 && !IsCurrent(d); }),
+                           [&](const auto& d) { return lostDevices.count(d->GetKey()) > 0 && !current(d); }),
             m_devices.end());
         for (const auto& d : foundDevices)
-            if (!lostDevices.count(d->GetKey()) || IsCurrent(d))
+            if (!lostDevices.count(d->GetKey()) || current(d))
                 m_devices.push_back(d);
     }
 
@@ -269,12 +324,21 @@ void DeviceManager::Update(UpdatePolicy policy, const ErrorCallback& errorCallba
         m_interfaceFound.list.Invoke(iface);
     for (const auto& key : lostInterfaceKeys)
         m_interfaceLost.list.Invoke(key);
+    // A key lost and found again within the pass is told lost first, so that the found descriptor is the one a
+    // subscriber keeps.
+    std::set<std::string> refound;
+    for (const auto& d : Devices())
+        refound.insert(d->GetKey());
+    for (const auto& key : lostDeviceKeys)
+        if (refound.count(key))
+            m_deviceLost.list.Invoke(key);
     for (const auto& descriptor : foundDevices)
         m_deviceFound.list.Invoke(descriptor);
     for (const auto& key : lostInterfaceKeys)
         RemoveInterfaceRecord(key);
     for (const auto& key : lostDeviceKeys)
-        m_deviceLost.list.Invoke(key);
+        if (!refound.count(key))
+            m_deviceLost.list.Invoke(key);
 }
 
 void DeviceManager::AddSystemCallbacks(const std::shared_ptr<core::System>& system)
@@ -293,12 +357,8 @@ void DeviceManager::AddSystemCallbacks(const std::shared_ptr<core::System>& syst
     };
     record->foundHandle =
         system->RegisterInterfaceFoundCallback([findRecord](const std::shared_ptr<core::InterfaceDescriptor>& d) {
-            auto record = findRecord();
-            if (!record)
-                return;
-            std::lock_guard<std::mutex> lock(record->recordMutex);
-            record->foundInterfaces.push_back(d);
-            record->keyById[d->GetID()] = d->GetKey();
+            if (auto record = findRecord())
+                RecordFoundInterface(*record, d);
         });
     record->lostHandle =
         system->RegisterInterfaceLostCallback([findRecord](const std::shared_ptr<core::InterfaceDescriptor>& d) {
@@ -331,30 +391,8 @@ void DeviceManager::AddInterfaceCallbacks(const std::shared_ptr<core::Interface>
     std::weak_ptr<OpenedDevices> opened = m_openedDevices;
     record->foundHandle =
         iface->RegisterDeviceFoundCallback([findRecord, opened](const std::shared_ptr<core::DeviceDescriptor>& d) {
-            auto record = findRecord();
-            if (!record)
-                return;
-            {
-                std::lock_guard<std::mutex> lock(record->recordMutex);
-                record->foundDevices.push_back(d);
-                record->keyById[d->GetID()] = d->GetKey();
-            }
-            // Opening a device changes its descriptor's information; that is where an open device becomes known.
-            d->RegisterInformationChangedCallback([opened](const std::shared_ptr<core::DeviceDescriptor>& changed) {
-                auto list = opened.lock();
-                auto device = changed->GetOpenDevice();
-                if (!list || !device)
-                    return;
-                std::lock_guard<std::mutex> lock(list->openedDevicesMutex);
-                auto& entries = list->list;
-                entries.erase(std::remove_if(entries.begin(), entries.end(),
-                                             [](const OpenedDevice& e) { return e.device.expired(); }),
-                              entries.end());
-                for (const auto& entry : entries)
-                    if (entry.device.lock() == device)
-                        return;
-                entries.push_back({device, changed->GetID()});
-            });
+            if (auto record = findRecord())
+                RecordFoundDevice(*record, d, opened);
         });
     record->lostHandle =
         iface->RegisterDeviceLostCallback([findRecord](const std::shared_ptr<core::DeviceDescriptor>& d) {
@@ -376,6 +414,83 @@ void DeviceManager::AddInterfaceCallbacks(const std::shared_ptr<core::Interface>
         });
     record->listChangedHandle =
         iface->RegisterDeviceListChangedCallback([this, key] { m_interfaceUpdated.list.Invoke(key); });
+}
+
+void DeviceManager::RecordFoundInterface(SystemRecord& record, const std::shared_ptr<core::InterfaceDescriptor>& d)
+{
+    std::lock_guard<std::mutex> lock(record.recordMutex);
+    record.foundInterfaces.push_back(d);
+    record.keyById[d->GetID()] = d->GetKey();
+}
+
+void DeviceManager::RecordFoundDevice(InterfaceRecord& record, const std::shared_ptr<core::DeviceDescriptor>& d,
+                                      const std::weak_ptr<OpenedDevices>& opened)
+{
+    {
+        std::lock_guard<std::mutex> lock(record.recordMutex);
+        record.foundDevices.push_back(d);
+        record.keyById[d->GetID()] = d->GetKey();
+    }
+    // Opening a device changes its descriptor's information; that is where an open device becomes known.
+    d->RegisterInformationChangedCallback([opened](const std::shared_ptr<core::DeviceDescriptor>& changed) {
+        auto list = opened.lock();
+        auto device = changed->GetOpenDevice();
+        if (!list || !device)
+            return;
+        std::lock_guard<std::mutex> lock(list->openedDevicesMutex);
+        auto& entries = list->list;
+        entries.erase(
+            std::remove_if(entries.begin(), entries.end(), [](const OpenedDevice& e) { return e.device.expired(); }),
+            entries.end());
+        for (const auto& entry : entries)
+            if (entry.device.lock() == device)
+                return;
+        entries.push_back({device, changed->GetID()});
+    });
+}
+
+void DeviceManager::AdoptKnownInterfaces(const std::shared_ptr<core::System>& system)
+{
+    std::shared_ptr<SystemRecord> record;
+    {
+        std::lock_guard<std::mutex> lock(m_recordsMutex);
+        auto it = m_systemRecords.find(system->GetKey());
+        if (it == m_systemRecords.end())
+            return;
+        record = it->second;
+    }
+    for (const auto& descriptor : system->GetInterfaces())
+    {
+        bool known = false;
+        {
+            std::lock_guard<std::mutex> lock(record->recordMutex);
+            known = record->keyById.count(descriptor->GetID()) > 0;
+        }
+        if (!known)
+            RecordFoundInterface(*record, descriptor);
+    }
+}
+
+void DeviceManager::AdoptKnownDevices(const std::shared_ptr<core::Interface>& iface)
+{
+    std::shared_ptr<InterfaceRecord> record;
+    {
+        std::lock_guard<std::mutex> lock(m_recordsMutex);
+        auto it = m_interfaceRecords.find(iface->GetKey());
+        if (it == m_interfaceRecords.end())
+            return;
+        record = it->second;
+    }
+    for (const auto& descriptor : iface->GetDevices())
+    {
+        bool known = false;
+        {
+            std::lock_guard<std::mutex> lock(record->recordMutex);
+            known = record->keyById.count(descriptor->GetID()) > 0;
+        }
+        if (!known)
+            RecordFoundDevice(*record, descriptor, m_openedDevices);
+    }
 }
 
 void DeviceManager::RemoveSystemRecord(const std::string& key)
@@ -438,6 +553,8 @@ void DeviceManager::CheckNoOpenDevice()
 
 void DeviceManager::Reset(bool skipOpenDeviceCheck)
 {
+    // A reset inside a pass would drop what the pass has just made and let it re-add what the reset moved out.
+    std::lock_guard<std::mutex> pass(m_passMutex);
     if (!skipOpenDeviceCheck)
         CheckNoOpenDevice();
 

@@ -5,14 +5,16 @@
 // pointer, so that an update job that holds one keeps the object alive while ReleaseReference clears the
 // global pointer.
 //
-// Threads: Update and Reset run on one worker thread at a time (the camera list's update job); the accessors
-// and the event registration may be called from any thread. Library callbacks arrive on the threads that run
-// the System/Interface update tasks and only append to their record under its recordMutex. Every event is
-// raised on the thread that runs Update or Reset, after all manager locks are released, so a subscriber may
-// call Systems(), Interfaces() and Devices() from inside its handler.
+// Threads: Update and Reset never run at the same time (m_passMutex; the camera list runs both on its update
+// job, so the GUI thread never waits for a pass); the accessors and the event registration may be called from
+// any thread. Library callbacks arrive on the threads that run the System/Interface update tasks and only
+// append to their record under its recordMutex. Every event is raised on the thread that runs Update or Reset,
+// after the list and record locks are released, so a subscriber may call Systems(), Interfaces() and Devices()
+// from inside its handler, but not Update or Reset.
 //
 // Mutexes:
 //   s_instanceMutex      the global pointer and the reference count
+//   m_passMutex          one Update or Reset at a time, held for the whole call (first in the lock order)
 //   m_producerPathMutex  m_pendingProducerPaths
 //   m_systemsMutex, m_interfacesMutex, m_devicesMutex  the three lists and m_loadedProducerPaths (taken
 //                        together through LockLists; order systems, interfaces, devices)
@@ -127,7 +129,14 @@ private:
         core::CallbackList<Args...> list;
     };
 
+    struct OpenedDevices;
     void AddSystemCallbacks(const std::shared_ptr<core::System>& system);
+    // Takes what a system or interface already lists as found (a module handed back again after a reset).
+    void AdoptKnownInterfaces(const std::shared_ptr<core::System>& system);
+    void AdoptKnownDevices(const std::shared_ptr<core::Interface>& iface);
+    static void RecordFoundInterface(SystemRecord& record, const std::shared_ptr<core::InterfaceDescriptor>& d);
+    static void RecordFoundDevice(InterfaceRecord& record, const std::shared_ptr<core::DeviceDescriptor>& d,
+                                  const std::weak_ptr<OpenedDevices>& opened);
     void AddInterfaceCallbacks(const std::shared_ptr<core::Interface>& iface);
     void RemoveSystemRecord(const std::string& key);
     void RemoveInterfaceRecord(const std::string& key);
@@ -143,6 +152,7 @@ private:
     uint64_t m_interfaceUpdateTimeout = 0;
     uint64_t m_deviceUpdateTimeout = 0;
 
+    std::mutex m_passMutex;
     std::mutex m_producerPathMutex;
     std::vector<std::string> m_pendingProducerPaths;
     std::map<std::string, std::shared_ptr<core::ProducerLibrary>> m_loadedProducerPaths;

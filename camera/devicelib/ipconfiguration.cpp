@@ -139,6 +139,24 @@ bool GetInterfaceIpAndSubnetMask(const std::shared_ptr<orna::core::Interface>& i
     return false;
 }
 
+bool GetInterfaceMACAddress(const std::shared_ptr<orna::core::Interface>& iface, int64_t& mac)
+{
+    try
+    {
+        orna::core::RequireNotNull(iface, orna::core::nullptr_text::Pointer);
+        auto map = iface->GetNodeMap();
+        std::lock_guard<orna::core::NodeMap> lock(*map);
+        mac = map->FindNode<IntegerNode>("GevInterfaceMACAddress")->GetValue();
+        return true;
+    }
+    catch (const std::exception& e)
+    {
+        LogFailure("bool camera::ip::GetInterfaceMACAddress(const std::shared_ptr<orna::core::Interface> &, int64_t &)",
+                   QString::fromUtf8(e.what()));
+    }
+    return false;
+}
+
 bool GetDeviceMACAddress(const std::shared_ptr<DeviceDescriptor>& descriptor, int64_t& mac)
 {
     try

@@ -40,6 +40,8 @@ QString MacText(int64_t mac);
 
 bool GetDeviceIpAndSubnetMask(const std::shared_ptr<orna::core::DeviceDescriptor>& descriptor, IpAddressAndSubnet& out);
 bool GetInterfaceIpAndSubnetMask(const std::shared_ptr<orna::core::Interface>& iface, IpAddressAndSubnet& out);
+// The MAC address of a GigE interface (the network card), from GevInterfaceMACAddress.
+bool GetInterfaceMACAddress(const std::shared_ptr<orna::core::Interface>& iface, int64_t& mac);
 bool GetDeviceMACAddress(const std::shared_ptr<orna::core::DeviceDescriptor>& descriptor, int64_t& mac);
 bool GetNetworkConfiguration(const std::shared_ptr<orna::core::DeviceDescriptor>& descriptor, Configuration& out);
 // Opens the device and writes the configuration to its own node map, then resets it. A device that cannot be

@@ -23,8 +23,15 @@ DeviceAccessStatus DeviceDescriptor::GetAccessStatus() const
     if (!m_device.expired())
         return m_openAccess == DeviceAccessType::ReadOnly ? DeviceAccessStatus::OpenReadOnly
                                                           : DeviceAccessStatus::OpenReadWrite;
-    // The transports cannot tell "busy" (held by another application) without opening the device.
-    return m_present ? DeviceAccessStatus::ReadWrite : DeviceAccessStatus::Unknown;
+    // Busy or no access as the transport last saw it (GigE: another host holds control, or the address lies
+    // outside the card's subnet).
+    return m_present ? m_info.accessStatus : DeviceAccessStatus::Unknown;
+}
+
+bool DeviceDescriptor::GetIsOutsideInterfaceSubnet() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_info.outsideSubnet;
 }
 
 bool DeviceDescriptor::GetIsOpenable(DeviceAccessType access) const

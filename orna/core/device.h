@@ -44,6 +44,8 @@ public:
     std::string GetVendorName() const;
     std::string GetVersion() const;
     std::shared_ptr<Interface> GetParentInterface() const;
+    // GigE: the camera's address lies outside the subnet of every network card (it needs a new address).
+    bool GetIsOutsideInterfaceSubnet() const;
     // The open device, if we hold one.
     std::shared_ptr<Device> GetOpenDevice() const;
 

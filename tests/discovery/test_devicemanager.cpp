@@ -10,6 +10,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <thread>
 #include <utility>
 
 using namespace discoverytest;
@@ -70,6 +73,8 @@ protected:
             World().interfaces = {MakeInterface("IF0")};
             World().devices.clear();
             World().devices["IF0"] = {MakeDevice("dev-1", "S1")};
+            World().failingInterfaces.clear();
+            World().listDelayMs = 0;
         }
         DeviceManager::AddReference();
         manager = DeviceManager::Instance();
@@ -160,6 +165,83 @@ TEST_F(DeviceManagerTest, InterfaceLostIsToldBeforeItsDevices)
     EXPECT_NE(events[1].find("dev-3"), std::string::npos);
     EXPECT_EQ(manager->Interfaces().size(), 1u);
     EXPECT_EQ(manager->Devices().size(), 1u);
+}
+
+TEST_F(DeviceManagerTest, CardGoneInThePassThatStillFoundACameraLeavesNoStaleDevice)
+{
+    {
+        std::lock_guard<std::mutex> lock(World().mutex);
+        World().devices["IF0"].clear();
+    }
+    manager->AddProducerLibrary("dmtest:");
+    Pass();
+    ASSERT_TRUE(manager->Devices().empty());
+    Recorder recorder(*manager);
+    // The card goes in the pass whose last device update still finds a camera on it.
+    {
+        std::lock_guard<std::mutex> lock(World().mutex);
+        World().interfaces.clear();
+        World().devices["IF0"] = {MakeDevice("dev-1", "S1")};
+    }
+    Pass();
+    EXPECT_TRUE(manager->Devices().empty());
+    auto events = recorder.Take();
+    ASSERT_FALSE(events.empty());
+    EXPECT_EQ(events.front().rfind("InterfaceLost:", 0), 0u);
+    EXPECT_EQ(events.back().rfind("DeviceLost:", 0), 0u);
+
+    // The card comes back with the camera, and then the camera goes: the loss is told and the list is empty,
+    // also though a descriptor of the first card (whose interface is gone) had the same key.
+    {
+        std::lock_guard<std::mutex> lock(World().mutex);
+        World().interfaces = {MakeInterface("IF0")};
+    }
+    Pass();
+    ASSERT_EQ(manager->Devices().size(), 1u);
+    recorder.Take();
+    {
+        std::lock_guard<std::mutex> lock(World().mutex);
+        World().devices["IF0"].clear();
+    }
+    Pass();
+    EXPECT_TRUE(manager->Devices().empty());
+    events = recorder.Take();
+    ASSERT_EQ(events.size(), 1u);
+    EXPECT_EQ(events[0].rfind("DeviceLost:", 0), 0u);
+}
+
+TEST_F(DeviceManagerTest, FailureReportsOfParallelUpdatesReachTheCallbackOneAtATime)
+{
+    {
+        std::lock_guard<std::mutex> lock(World().mutex);
+        World().interfaces.clear();
+        for (int i = 0; i < 8; ++i)
+        {
+            World().interfaces.push_back(MakeInterface("IF" + std::to_string(i)));
+            World().failingInterfaces.insert("IF" + std::to_string(i));
+        }
+        World().listDelayMs = 20;
+    }
+    manager->AddProducerLibrary("dmtest:");
+    std::atomic<int> inside{0};
+    std::atomic<bool> overlapped{false};
+    std::vector<std::string> errors; // deliberately unguarded: the manager serialises the calls
+    manager->Update(DeviceManager::UpdatePolicy::NoScan, [&](const std::string& text) {
+        if (++inside > 1)
+            overlapped = true;
+        errors.push_back(text);
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        --inside;
+    });
+    {
+        std::lock_guard<std::mutex> lock(World().mutex);
+        World().failingInterfaces.clear();
+        World().listDelayMs = 0;
+    }
+    EXPECT_FALSE(overlapped.load());
+    ASSERT_EQ(errors.size(), 8u);
+    for (const auto& text : errors)
+        EXPECT_EQ(text.rfind("[Interface - IF", 0), 0u) << text;
 }
 
 TEST_F(DeviceManagerTest, ResetRefusesWhileADeviceIsOpenAndLeavesTheListsAlone)

@@ -10,6 +10,7 @@
 #include "orna/core/detail/backend.h"
 #include "orna/core/detail/localnodemap.h"
 #include "orna/core/detail/localxml.h"
+#include "orna/core/exception.h"
 #include "orna/core/library.h"
 
 #include <atomic>
@@ -17,6 +18,7 @@
 #include <cstdlib>
 #include <map>
 #include <mutex>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -33,6 +35,9 @@ struct TestWorld
     std::map<std::string, detail::TransportBackend::ConnectionHandler> connection; // by interface id
     std::string tlType = "GEV";
     int listDelayMs = 0;
+    std::set<std::string> failingInterfaces;  // ListDevices raises for these, after listDelayMs
+    std::set<std::string> lockedIds;          // devices whose lock register reads 1
+    std::vector<std::thread::id> openThreads; // the thread of every open, in order
     std::atomic<int> loads{0};
     std::atomic<int> listing{0};
     std::atomic<int> maxConcurrentListing{0};
@@ -65,9 +70,11 @@ inline detail::DeviceInfo MakeDevice(const std::string& id, const std::string& s
 class TestDevice : public detail::DeviceBackend
 {
 public:
-    TestDevice()
+    explicit TestDevice(bool locked = false)
     {
         auto bank = orna::core::test::MakeFixtureBank();
+        if (locked)
+            bank->AddMemory(0x50001000, 4, false, {1, 0, 0, 0});
         m_map = detail::CreateLocalNodeMap(bank, orna::core::test::kFixtureXml);
         m_port = std::make_shared<detail::BankPort>(
             bank, detail::PortUrlInfo{"Local:fixture.xml;0;0", "fixture.xml", 0, 0, "Local"});
@@ -111,21 +118,31 @@ public:
         {
         }
         int delay = 0;
+        bool fail = false;
         std::vector<detail::DeviceInfo> result;
         {
             std::lock_guard<std::mutex> lock(world.mutex);
             delay = world.listDelayMs;
             result = world.devices[interfaceId];
+            fail = world.failingInterfaces.count(interfaceId) > 0;
         }
         if (delay > 0)
             std::this_thread::sleep_for(std::chrono::milliseconds(delay));
         --world.listing;
+        if (fail)
+            throw orna::core::IOException("listing " + interfaceId + " failed");
         return result;
     }
-    std::unique_ptr<detail::DeviceBackend> OpenDevice(const std::string&, const detail::DeviceInfo&,
+    std::unique_ptr<detail::DeviceBackend> OpenDevice(const std::string&, const detail::DeviceInfo& device,
                                                       orna::core::DeviceAccessType) override
     {
-        return std::make_unique<TestDevice>();
+        bool locked = false;
+        {
+            std::lock_guard<std::mutex> lock(World().mutex);
+            World().openThreads.push_back(std::this_thread::get_id());
+            locked = World().lockedIds.count(device.id) > 0;
+        }
+        return std::make_unique<TestDevice>(locked);
     }
     void SetDeviceConnectionHandler(const std::string& interfaceId, ConnectionHandler handler) override
     {

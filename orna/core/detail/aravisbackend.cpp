@@ -12,6 +12,7 @@
 #include "orna/core/detail/aravis_error.h"
 #include "orna/core/detail/backend.h"
 #include "orna/core/detail/gobjectptr.h"
+#include "orna/core/detail/gvcpprobe.h"
 #include "orna/core/detail/nodemapimpl.h"
 #include "orna/core/exception.h"
 #include "orna/core/library.h"
@@ -27,7 +28,9 @@
 #include <netinet/in.h>
 
 #include <chrono>
+#include <cstdio>
 #include <cstring>
+#include <map>
 #include <mutex>
 #include <unordered_map>
 
@@ -49,6 +52,29 @@ constexpr auto kDiscoveryReuse = std::chrono::milliseconds(500);
 
 std::mutex g_interfaceMutex[3];
 std::chrono::steady_clock::time_point g_lastUpdate[3];
+
+// How long discovery waits for the cameras' own answers (discovery data and control privilege).
+constexpr int kProbeTimeoutMs = 200;
+
+// GigE device ids this process holds open: their control privilege register shows our own control, which is not
+// "busy". g_openedMutex guards g_opened (counts, as a device may be opened again before the last one is gone).
+std::mutex g_openedMutex;
+std::map<std::string, int> g_opened;
+
+void MarkOpened(const std::string& id, int delta)
+{
+    std::lock_guard<std::mutex> lock(g_openedMutex);
+    auto& count = g_opened[id];
+    count += delta;
+    if (count <= 0)
+        g_opened.erase(id);
+}
+
+bool IsOpenedHere(const std::string& id)
+{
+    std::lock_guard<std::mutex> lock(g_openedMutex);
+    return g_opened.count(id) > 0;
+}
 
 ArvInterface* AravisInterface(Kind kind)
 {
@@ -177,7 +203,7 @@ public:
     {
         std::vector<PortUrlInfo> urls;
         if (m_kind == Kind::Usb3)
-            return urls; // the manifest table of USB3 Vision devices is not read yet
+            return ManifestUrls();
         // GigE Vision bootstrap: first and second URL, 512 bytes each (the Fake device has the same layout).
         for (uint64_t address : {uint64_t(0x200), uint64_t(0x400)})
         {
@@ -205,6 +231,64 @@ public:
     }
 
 private:
+    // USB3 Vision keeps its description files in the manifest table whose address is the ABRM register 0x01D0
+    // (little-endian): an 8-byte entry count, then 64-byte entries of file version, file format info (bits 0-2
+    // file type, 0 the device description; bits 10-15 compression, 1 zip), register address and file size.
+    // Each device description becomes a "Local:" URL. Written against the register map only: no USB3 camera
+    // was at hand to try it on.
+    std::vector<PortUrlInfo> ManifestUrls()
+    {
+        std::vector<PortUrlInfo> urls;
+        auto read64 = [this](uint64_t address, uint64_t& value) {
+            uint8_t bytes[8] = {0};
+            GError* error = nullptr;
+            if (!arv_device_read_memory(m_device.Get(), address, 8, bytes, &error))
+            {
+                g_clear_error(&error);
+                return false;
+            }
+            value = 0;
+            for (int i = 7; i >= 0; --i)
+                value = (value << 8) | bytes[i];
+            return true;
+        };
+        uint64_t table = 0;
+        uint64_t count = 0;
+        if (!read64(0x01D0, table) || table == 0 || !read64(table, count))
+            return urls;
+        for (uint64_t i = 0; i < count && i < 16; ++i)
+        {
+            const uint64_t entry = table + 8 + i * 64;
+            uint8_t head[8] = {0};
+            GError* error = nullptr;
+            uint64_t address = 0;
+            uint64_t size = 0;
+            if (!arv_device_read_memory(m_device.Get(), entry, 8, head, &error))
+            {
+                g_clear_error(&error);
+                break;
+            }
+            if (!read64(entry + 8, address) || !read64(entry + 16, size))
+                break;
+            const uint32_t formatInfo =
+                uint32_t(head[4]) | (uint32_t(head[5]) << 8) | (uint32_t(head[6]) << 16) | (uint32_t(head[7]) << 24);
+            if ((formatInfo & 0x7) != 0 || address == 0 || size == 0)
+                continue;
+            const bool zipped = ((formatInfo >> 10) & 0x3F) == 1;
+            char text[128];
+            std::snprintf(text, sizeof text, "Local:manifest%u.%s;%llx;%llx", unsigned(i), zipped ? "zip" : "xml",
+                          static_cast<unsigned long long>(address), static_cast<unsigned long long>(size));
+            PortUrlInfo url;
+            url.url = text;
+            if (ParseLocalUrl(url.url, url.fileName, url.address, url.size))
+            {
+                url.scheme = "Local";
+                urls.push_back(url);
+            }
+        }
+        return urls;
+    }
+
     GObjectPtr<ArvDevice> m_device;
     const bool m_fake;
     const Kind m_kind;
@@ -499,9 +583,11 @@ private:
 class AravisDevice : public DeviceBackend
 {
 public:
-    AravisDevice(GObjectPtr<ArvDevice> device, Kind kind, bool fake)
-        : m_device(std::move(device)), m_kind(kind), m_fake(fake), m_target(std::make_shared<SignalTarget>())
+    AravisDevice(GObjectPtr<ArvDevice> device, Kind kind, bool fake, std::string id)
+        : m_device(std::move(device)), m_kind(kind), m_fake(fake), m_target(std::make_shared<SignalTarget>()),
+          m_id(std::move(id))
     {
+        MarkOpened(m_id, +1);
         m_signal = ConnectSignal(m_device.Get(), "control-lost", m_target);
         m_remote = std::make_shared<NodeMap>(NodeMapImpl::Create(m_device));
         m_port = std::make_shared<AravisPort>(m_device, m_fake, m_kind);
@@ -510,6 +596,7 @@ public:
     {
         m_target->Set({});
         g_signal_handler_disconnect(m_device.Get(), m_signal);
+        MarkOpened(m_id, -1);
     }
 
     std::shared_ptr<NodeMap> RemoteNodeMap() override { return m_remote; }
@@ -555,6 +642,7 @@ private:
     gulong m_signal = 0;
     std::shared_ptr<NodeMap> m_remote;
     std::shared_ptr<PortBackend> m_port;
+    const std::string m_id;
 };
 
 // --- Transport
@@ -641,10 +729,12 @@ public:
     std::vector<DeviceInfo> ListDevices(const std::string& interfaceId, uint64_t) override
     {
         InterfaceInfo nic;
+        std::vector<InterfaceInfo> cards;
         if (m_kind == Kind::GigE)
         {
             bool known = false;
-            for (const auto& info : ListInterfaces())
+            cards = ListInterfaces();
+            for (const auto& info : cards)
             {
                 if (info.id == interfaceId)
                 {
@@ -656,7 +746,7 @@ public:
                 return {};
         }
         const int slot = int(m_kind);
-        std::lock_guard<std::mutex> lock(g_interfaceMutex[slot]);
+        std::unique_lock<std::mutex> lock(g_interfaceMutex[slot]);
         ArvInterface* iface = AravisInterface(m_kind);
         const auto now = std::chrono::steady_clock::now();
         if (m_kind != Kind::GigE || now - g_lastUpdate[slot] > kDiscoveryReuse)
@@ -678,14 +768,19 @@ public:
             if (m_kind == Kind::GigE)
             {
                 info.ipAddress = ParseIpv4(Text(arv_interface_get_device_address(iface, i)));
-                // Discovery does not carry the camera's mask; the card's mask is the subnet it was found on.
-                info.subnetMask = nic.subnetMask;
                 info.macAddress = ParseMac(Text(arv_interface_get_device_physical_id(iface, i)));
-                if ((info.ipAddress & nic.subnetMask) != (nic.ipAddress & nic.subnetMask))
+                const auto placement = gvcp::PlaceOnCard(info.ipAddress, nic, cards);
+                if (!placement.listed)
                     continue;
+                info.outsideSubnet = placement.outsideSubnet;
+                if (info.outsideSubnet)
+                    info.accessStatus = DeviceAccessStatus::NoAccess;
             }
             devices.push_back(info);
         }
+        lock.unlock();
+        if (m_kind == Kind::GigE)
+            AddCameraFacts(devices);
         return devices;
     }
 
@@ -718,10 +813,46 @@ public:
         }
         const bool fake = ARV_IS_FAKE_DEVICE(opened.Get()) ||
                           (device.vendor == "Aravis" && device.model.find("Fake") != std::string::npos);
-        return std::make_unique<AravisDevice>(std::move(opened), m_kind, fake);
+        return std::make_unique<AravisDevice>(std::move(opened), m_kind, fake, device.id);
     }
 
 private:
+    // What each camera says itself (Aravis keeps its discovery data private): version, user-defined name, its
+    // own subnet mask, the current IP configuration, and whether another host holds its control channel. A
+    // camera that does not answer keeps what the transport listed; one outside the subnet is not asked (it is
+    // not reachable by unicast).
+    static void AddCameraFacts(std::vector<DeviceInfo>& devices)
+    {
+        std::vector<uint32_t> addresses;
+        std::vector<size_t> asked;
+        for (size_t i = 0; i < devices.size(); ++i)
+        {
+            if (devices[i].outsideSubnet || devices[i].ipAddress == 0)
+                continue;
+            addresses.push_back(devices[i].ipAddress);
+            asked.push_back(i);
+        }
+        const auto results = gvcp::Probe(addresses, kProbeTimeoutMs);
+        for (size_t k = 0; k < asked.size(); ++k)
+        {
+            DeviceInfo& info = devices[asked[k]];
+            const auto& result = results[k];
+            if (result.answered)
+            {
+                info.version = result.facts.version;
+                info.userDefinedName = result.facts.userDefinedName;
+                info.subnetMask = result.facts.subnetMask;
+                info.ipConfigurationStatus = gvcp::IpConfigurationStatus(result.facts.currentIpConfiguration);
+            }
+            if (IsOpenedHere(info.id))
+                continue; // our own control is not someone else's
+            if (result.privilege == gvcp::Privilege::Held)
+                info.accessStatus = DeviceAccessStatus::Busy;
+            else if (result.privilege == gvcp::Privilege::Refused)
+                info.accessStatus = DeviceAccessStatus::NoAccess;
+        }
+    }
+
     const Kind m_kind;
 };
 

@@ -67,12 +67,19 @@ struct DeviceInfo
     uint32_t subnetMask = 0;
     uint64_t macAddress = 0;
     int64_t ipConfigurationStatus = 0; // 0 None, 1 PersistentIP, 2 DHCP, 3 LLA, 4 ForceIP
+    // GigE: the address lies outside the subnet of every network card; the camera needs a new address
+    // (ForceIP) before it can be opened.
+    bool outsideSubnet = false;
+    // What the transport can tell without opening: ReadWrite, Busy (another host holds control), NoAccess
+    // (unreachable, e.g. outside the subnet). Our own open state is the descriptor's to add.
+    DeviceAccessStatus accessStatus = DeviceAccessStatus::ReadWrite;
     bool operator==(const DeviceInfo& o) const
     {
         return id == o.id && displayName == o.displayName && vendor == o.vendor && model == o.model &&
                serialNumber == o.serialNumber && version == o.version && userDefinedName == o.userDefinedName &&
                tlType == o.tlType && ipAddress == o.ipAddress && subnetMask == o.subnetMask &&
-               macAddress == o.macAddress && ipConfigurationStatus == o.ipConfigurationStatus;
+               macAddress == o.macAddress && ipConfigurationStatus == o.ipConfigurationStatus &&
+               outsideSubnet == o.outsideSubnet && accessStatus == o.accessStatus;
     }
     bool operator!=(const DeviceInfo& o) const { return !(*this == o); }
 };

@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <ifaddrs.h>
 #include <signal.h>
 #include <spawn.h>
@@ -19,7 +20,9 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <set>
 #include <string>
 #include <thread>
@@ -142,6 +145,71 @@ inline bool WaitForDeviceGone(const std::shared_ptr<Interface>& iface, const std
     }
     return false;
 }
+
+// A second process (arv-camera-test) that takes control of a fake camera and keeps it while it streams.
+class OtherProcessController
+{
+public:
+    explicit OtherProcessController(std::string deviceId) : m_deviceId(std::move(deviceId)) {}
+    ~OtherProcessController() { Stop(); }
+
+    static bool Available() { return ::access("/usr/bin/arv-camera-test-0.8", X_OK) == 0; }
+
+    // True once it streams (its first rate line), so it holds control by then; what it printed otherwise. On a
+    // loaded machine it can miss the camera at its one discovery and quit: then it is started again.
+    bool Start(std::chrono::seconds limit, std::string& said)
+    {
+        const std::string output = ::testing::TempDir() + "gige-other-process-" + m_deviceId + ".txt";
+        std::remove(output.c_str());
+        // Line-buffered through stdbuf: into a file, its lines would otherwise only appear when it exits.
+        const char* argv[] = {"stdbuf", "-oL", "/usr/bin/arv-camera-test-0.8", "-n", m_deviceId.c_str(), nullptr};
+        bool streaming = false;
+        for (auto deadline = std::chrono::steady_clock::now() + limit;
+             !streaming && std::chrono::steady_clock::now() < deadline;)
+        {
+            if (m_pid <= 0)
+            {
+                posix_spawn_file_actions_t actions;
+                posix_spawn_file_actions_init(&actions);
+                posix_spawn_file_actions_addopen(&actions, 1, output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+                if (posix_spawn(&m_pid, "/usr/bin/stdbuf", &actions, nullptr, const_cast<char* const*>(argv),
+                                environ) != 0)
+                    m_pid = -1;
+                posix_spawn_file_actions_destroy(&actions);
+                if (m_pid <= 0)
+                    return false;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+            std::ifstream in(output);
+            std::string line;
+            said.clear();
+            while (!streaming && std::getline(in, line))
+            {
+                said += line + "\n";
+                streaming = line.find("frames/s") != std::string::npos;
+            }
+            if (!streaming && ::waitpid(m_pid, nullptr, WNOHANG) == m_pid)
+                m_pid = -1;
+        }
+        std::remove(output.c_str());
+        if (!streaming)
+            Stop();
+        return streaming;
+    }
+    void Stop()
+    {
+        if (m_pid > 0)
+        {
+            ::kill(m_pid, SIGINT);
+            ::waitpid(m_pid, nullptr, 0);
+            m_pid = -1;
+        }
+    }
+
+private:
+    std::string m_deviceId;
+    pid_t m_pid = -1;
+};
 
 inline std::shared_ptr<Interface> OpenLoopbackInterface(std::shared_ptr<ProducerLibrary>& producer,
                                                         std::shared_ptr<System>& system)

@@ -152,7 +152,7 @@ private Q_SLOTS:
     void nodeMapSwappedUnderAThousandAsyncWrites()
     {
         SelectedDevice device;
-        *device.decimalWriteDelayUs = 200;
+        *device.decimalWriteDelayUs = 2000;
         NodeMapAccess access;
         access.SetNodeMap(MakeMap(device));
         // Bound directly, not through the access's list: nothing rebinds (and so waits for) it before a swap.

@@ -103,6 +103,14 @@ FeatureAccess CameraFeatureAccessorInterface::ReadAccess()
 
 void CameraFeatureAccessorInterface::SetAccess(FeatureAccess access)
 {
+    // An application lock makes the node read-only for every control, whatever the camera says.
+    if (m_item && m_item->HasApplicationLock())
+    {
+        if (access == FeatureAccess::ReadWrite)
+            access = FeatureAccess::ReadOnly;
+        else if (access == FeatureAccess::WriteOnly)
+            access = FeatureAccess::NotAvailable;
+    }
     if (access == m_access)
         return;
     m_access = access;

@@ -447,7 +447,8 @@ void SelectedCameraFeatureAccessor::Bind()
         if (SelectorOnEntry())
             OnValueChanged(value);
     }));
-    m_connections.push_back(connect(m_item, &TreeItem::accessChanged, this, [this](FeatureAccess) { RefreshAccess(); }));
+    m_connections.push_back(
+        connect(m_item, &TreeItem::accessChanged, this, [this](FeatureAccess) { RefreshAccess(); }));
     // The entry of this accessor can vanish from the selector (or come back): the feature is then
     // unavailable (available) and its controls follow.
     if (m_item->parent)

@@ -3,8 +3,8 @@
 #include "app/logmessagesender.h"
 #include "features/camerafeature.h"
 #include "nodetree/treeitem.h"
-#include "nodetree/valuetext.h"
 #include "nodetree/updatenodemapworker.h"
+#include "nodetree/valuetext.h"
 #include "orna/core/exception.h"
 
 #include <QElapsedTimer>
@@ -1531,7 +1531,9 @@ void NodeMapAccess::RestoreSelector(TreeItem* selector, const QString& previous,
     }
     catch (const std::exception& e)
     {
-        Log(context, QStringLiteral("Failed to restore selector %1 of node %2 to %3. ").arg(selector->name, item->name, previous),
+        Log(context,
+            QStringLiteral("Failed to restore selector %1 of node %2 to %3. ")
+                .arg(selector->name, item->name, previous),
             e);
     }
 }

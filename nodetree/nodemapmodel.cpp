@@ -261,10 +261,10 @@ QVariant NodeMapModel::data(const QModelIndex& index, int role) const
         if (index.column() != 0 || item->type == FeatureType::Category)
             return QVariant();
         const bool connected = nodeMapAccess && nodeMapAccess->IsConnected();
-        const QString name = !connected              ? QStringLiteral("display_off.png")
-                             : item->IsWriteable()   ? QStringLiteral("pencil.png")
-                             : item->IsReadable()    ? QStringLiteral("opened.png")
-                                                     : QStringLiteral("close.png");
+        const QString name = !connected            ? QStringLiteral("display_off.png")
+                             : item->IsWriteable() ? QStringLiteral("pencil.png")
+                             : item->IsReadable()  ? QStringLiteral("opened.png")
+                                                   : QStringLiteral("close.png");
         return QIcon(ApplicationGlobals::Image16(name));
     }
     case Qt::ForegroundRole: {

@@ -5,8 +5,8 @@
 
 #include <QHBoxLayout>
 #include <QKeyEvent>
-#include <QWheelEvent>
 #include <QLocale>
+#include <QWheelEvent>
 
 #include <algorithm>
 #include <cmath>

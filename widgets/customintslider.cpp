@@ -7,10 +7,10 @@
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QKeyEvent>
-#include <QWheelEvent>
 #include <QMetaType>
 #include <QMouseEvent>
 #include <QRegularExpression>
+#include <QWheelEvent>
 
 #include <algorithm>
 

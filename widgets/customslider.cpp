@@ -3,8 +3,8 @@
 #include "app/applicationglobals.h"
 
 #include <QMouseEvent>
-#include <QWheelEvent>
 #include <QPainter>
+#include <QWheelEvent>
 
 CustomSlider::CustomSlider(QWidget* parent) : QAbstractSlider(parent)
 {

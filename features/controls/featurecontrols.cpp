@@ -303,8 +303,8 @@ void Switch::UpdateModeState()
     if (!m_mode)
         return;
     const QStringList entries = m_mode->GetEntries(false);
-    const bool usable = m_mode->IsWriteable() && entries.contains(QLatin1String(kOff)) &&
-                        entries.contains(QLatin1String(kOnce));
+    const bool usable =
+        m_mode->IsWriteable() && entries.contains(QLatin1String(kOff)) && entries.contains(QLatin1String(kOnce));
     SetValue(m_mode->GetStringValue(false) == QLatin1String(kOnce));
     setEnabled(usable);
 }

@@ -157,9 +157,9 @@ private Q_SLOTS:
     // The two-way form of an auto function: on is "Once", and the switch goes off when the function does.
     void switchTwoWayFormFollowsTheMode()
     {
-        EnumerationSoftwareFeature mode(QStringLiteral("Mode"),
-                                        {{0, QStringLiteral("Off")}, {1, QStringLiteral("Once")}, {2, QStringLiteral("Continuous")}},
-                                        0);
+        EnumerationSoftwareFeature mode(
+            QStringLiteral("Mode"),
+            {{0, QStringLiteral("Off")}, {1, QStringLiteral("Once")}, {2, QStringLiteral("Continuous")}}, 0);
         FeatureControls::Switch sw;
         sw.SetFeature(&mode);
         QVERIFY(sw.isEnabled());
@@ -180,7 +180,8 @@ private Q_SLOTS:
     {
         DoubleSoftwareFeature level(QStringLiteral("Level"), 0.0, 1.0, 0.0, 0.5);
         BooleanSoftwareFeature flag(QStringLiteral("Flag"), false);
-        EnumerationSoftwareFeature choice(QStringLiteral("Choice"), {{0, QStringLiteral("A")}, {1, QStringLiteral("B")}}, 0);
+        EnumerationSoftwareFeature choice(QStringLiteral("Choice"),
+                                          {{0, QStringLiteral("A")}, {1, QStringLiteral("B")}}, 0);
         StringSoftwareFeature text(QStringLiteral("Text"), QStringLiteral("a"));
         level.SetReadOnly(true);
         flag.SetReadOnly(true);

@@ -342,7 +342,8 @@ private Q_SLOTS:
             const bool isAddress = QLatin1String(node) == QLatin1String("AddressValue");
             QTest::newRow(qPrintable(QStringLiteral("%1 0x10").arg(QLatin1String(node)))) << node << "0x10" << 16LL;
             QTest::newRow(qPrintable(QStringLiteral("%1 16").arg(QLatin1String(node)))) << node << "16" << 16LL;
-            QTest::newRow(qPrintable(QStringLiteral("%1 ip").arg(QLatin1String(node)))) << node << "192.168.0.10" << (isAddress ? address : -1LL);
+            QTest::newRow(qPrintable(QStringLiteral("%1 ip").arg(QLatin1String(node))))
+                << node << "192.168.0.10" << (isAddress ? address : -1LL);
             QTest::newRow(qPrintable(QStringLiteral("%1 abc").arg(QLatin1String(node)))) << node << "abc" << -1LL;
         }
         QTest::addRow("AddressValue spaced") << "AddressValue"

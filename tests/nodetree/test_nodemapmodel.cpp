@@ -177,8 +177,7 @@ private Q_SLOTS:
     {
         nodetree_test::SelectedDevice device;
         NodeMapAccess access;
-        access.SetNodeMap(
-            orna::core::detail::CreateLocalNodeMap(device.bank, nodetree_test::SelectedXml()));
+        access.SetNodeMap(orna::core::detail::CreateLocalNodeMap(device.bank, nodetree_test::SelectedXml()));
         NodeMapModel model(&access);
         const QModelIndex name = FindIndex(model, QStringLiteral("DecimalValue"));
         QVERIFY(name.isValid());

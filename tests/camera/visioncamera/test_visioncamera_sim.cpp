@@ -14,11 +14,11 @@
 #include "orna/core/nodes.h"
 #include "orna/ipl/pixelformat.h"
 
-#include <cmath>
 #include <QElapsedTimer>
 #include <QPointer>
 #include <QSignalSpy>
 #include <QtTest>
+#include <cmath>
 
 #include <atomic>
 

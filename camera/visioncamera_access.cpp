@@ -23,6 +23,8 @@
 #include "processing/ipltransformationfeatureprovider.h"
 
 #include <algorithm>
+#include <cctype>
+#include <cmath>
 #include <mutex>
 
 using orna::core::NodeMap;
@@ -873,6 +875,19 @@ bool VisionCamera::GetDeviceLinkSpeed_bytes_per_second(int64_t& speed)
     return GetIntegerValue("DeviceLinkSpeed", ReadValueType::Value, speed);
 }
 
+// One stage's gain as an amplification factor. Gain nodes give decibels (0 dB is a factor of 1, not 0); a
+// node whose unit says it is already a factor ("x", "times") is taken as it is.
+static double GainFactor(double value, const std::string& unit)
+{
+    std::string u;
+    for (char c : unit)
+        if (c != ' ')
+            u.push_back(char(std::tolower(static_cast<unsigned char>(c))));
+    if (u == "x" || u == "times" || u == "factor")
+        return value;
+    return std::pow(10.0, value / 20.0);
+}
+
 double VisionCamera::GetTotalGain() const
 {
     double total = 1.0;
@@ -890,7 +905,7 @@ double VisionCamera::GetTotalGain() const
                 continue;
             auto gain = UsableNode<FloatNode>(remoteDeviceNodeMap, "Gain", false);
             if (gain)
-                total *= gain->GetValue(false);
+                total *= GainFactor(gain->GetValue(false), gain->GetUnit());
         }
         return true;
     });

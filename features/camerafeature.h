@@ -6,8 +6,10 @@
 // own; at most one write is in flight per feature. A value that arrives while one is in flight is kept as
 // the pending one (a newer value replaces it) and the running task writes it before it ends, so a burst
 // ends on its last value. m_pendingMutex guards m_pending and m_taskRunning. The destructor, SetSource and
-// Unbind wait for the task. Known limit: a tree rebuilt by NodeMapAccess::SetNodeMap while a task runs
-// is not waited for; the camera's owner rebinds features before it replaces the node map.
+// Unbind wait for the task. The task holds the tree's TreeTicket and writes only through
+// NodeMapAccess::WithTree: a tree replaced (SetNodeMap) or an access destroyed meanwhile is not touched, and
+// the replacement waits for a write that runs. When the task ends, the value is read back on the GUI thread
+// and told to every control of the feature (a selected node's cache need not hold its entry's value).
 #pragma once
 
 #include "features/camerafeatureaccessor.h"
@@ -23,8 +25,23 @@
 
 class TreeItem;
 
+// How NodeMapAccess keeps the camera features in its list bound across disconnection, reconnection and a new
+// tree. GUI thread.
+class CameraFeatureBinding
+{
+public:
+    virtual ~CameraFeatureBinding() = default;
+    // Binds to the node of that name (unbound when the tree lacks it) and tells everything afresh.
+    virtual void BindTo(NodeMapAccess* access, const QString& nodeName) = 0;
+    virtual bool IsBoundTo(const NodeMapAccess* access) const = 0;
+    // The camera is gone: tell the access group as for a feature that has gone; the binding stays.
+    virtual void Disconnected() = 0;
+    // Re-reads access, range, entries and value and tells all of them.
+    virtual void Resync() = 0;
+};
+
 // The part every typed camera feature shares: forwarding to the accessor and relaying its signals.
-template <class Interface> class CameraFeatureT : public Interface
+template <class Interface> class CameraFeatureT : public Interface, public CameraFeatureBinding
 {
 public:
     explicit CameraFeatureT(std::shared_ptr<CameraFeatureAccessorInterface> accessor, QObject* parent)
@@ -74,6 +91,14 @@ public:
         WaitForWrite();
         m_accessor->Unbind();
     }
+
+    void BindTo(NodeMapAccess* access, const QString& nodeName) override { SetSource(access, nodeName); }
+    bool IsBoundTo(const NodeMapAccess* access) const override
+    {
+        return m_accessor->GetItem() && m_accessor->GetNodeMapAccess() == access;
+    }
+    void Disconnected() override { m_accessor->Disconnected(); }
+    void Resync() override { m_accessor->Sync(); }
 
     FeatureType GetType() const override { return m_accessor->GetType(); }
     FeatureAccess GetAccess() override { return m_accessor->GetAccess(); }
@@ -126,19 +151,24 @@ protected:
             }
             m_taskRunning = true;
         }
-        // The binding is taken here, on the GUI thread; the task uses nothing else of the accessor.
+        // The binding is taken here, on the GUI thread; the task uses nothing else of the accessor, and the
+        // item and access only while the ticket says that the tree they belong to still stands.
         TreeItem* item = m_accessor->GetItem();
         NodeMapAccess* access = m_accessor->GetNodeMapAccess();
+        const TreeTicket ticket = access ? access->GetTreeTicket() : TreeTicket();
         auto accessor = m_accessor;
-        auto task = [this, accessor, item, access, value, type] {
+        auto task = [this, accessor, item, access, ticket, value, type] {
             QVariant next = value;
             for (;;)
             {
-                accessor->WriteDirect(item, access, next, type);
+                NodeMapAccess::WithTree(ticket, [&] { accessor->WriteDirect(item, access, next, type); });
                 std::lock_guard<std::mutex> lock(m_pendingMutex);
                 if (!m_pending)
                 {
                     m_taskRunning = false;
+                    // The accessor lives on the GUI thread; a queued call to a destroyed one is dropped.
+                    QMetaObject::invokeMethod(
+                        accessor.get(), [raw = accessor.get()] { raw->ReadBack(); }, Qt::QueuedConnection);
                     return;
                 }
                 next = *m_pending;

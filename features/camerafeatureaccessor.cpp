@@ -31,9 +31,23 @@ CameraFeatureAccessorInterface::~CameraFeatureAccessorInterface()
 
 bool CameraFeatureAccessorInterface::IsAvailable() const
 {
-    if (!m_bound || !m_item || !m_nodeMapAccess)
+    if (!m_bound || !m_item || !m_nodeMapAccess || !m_nodeMapAccess->IsConnected())
         return false;
     return m_isAvailableFunction() && IsItemAvailable();
+}
+
+FeatureAccess CameraFeatureAccessorInterface::UnavailableAccess() const
+{
+    if (!m_bound || !m_item || !m_nodeMapAccess || !m_nodeMapAccess->IsConnected())
+        return FeatureAccess::Unbound;
+    if (m_item->GetAccess() == FeatureAccess::NotImplemented)
+        return FeatureAccess::NotImplemented;
+    return FeatureAccess::NotAvailable;
+}
+
+void CameraFeatureAccessorInterface::RefreshAccess()
+{
+    SetAccess(IsAvailable() ? ReadAccess() : UnavailableAccess());
 }
 
 bool CameraFeatureAccessorInterface::IsItemAvailable() const
@@ -89,6 +103,14 @@ FeatureAccess CameraFeatureAccessorInterface::ReadAccess()
 
 void CameraFeatureAccessorInterface::SetAccess(FeatureAccess access)
 {
+    // An application lock makes the node read-only for every control, whatever the camera says.
+    if (m_item && m_item->HasApplicationLock())
+    {
+        if (access == FeatureAccess::ReadWrite)
+            access = FeatureAccess::ReadOnly;
+        else if (access == FeatureAccess::WriteOnly)
+            access = FeatureAccess::NotAvailable;
+    }
     if (access == m_access)
         return;
     m_access = access;
@@ -106,9 +128,7 @@ void CameraFeatureAccessorInterface::SetAccess(FeatureAccess access)
 
 FeatureAccess CameraFeatureAccessorInterface::GetAccess()
 {
-    if (!IsAvailable())
-        return FeatureAccess::Unbound;
-    SetAccess(ReadAccess());
+    RefreshAccess();
     return m_access;
 }
 
@@ -129,12 +149,7 @@ bool CameraFeatureAccessorInterface::IsAccessible()
 
 void CameraFeatureAccessorInterface::UpdateAccess()
 {
-    if (!IsAvailable())
-    {
-        SetAccess(FeatureAccess::Unbound);
-        return;
-    }
-    SetAccess(ReadAccess());
+    RefreshAccess();
 }
 
 void CameraFeatureAccessorInterface::DisconnectSignals()
@@ -184,6 +199,20 @@ void CameraFeatureAccessorInterface::ForgetTold()
     m_lastMin = QVariant();
     m_lastMax = QVariant();
     m_lastInc = QVariant();
+}
+
+void CameraFeatureAccessorInterface::Disconnected()
+{
+    ForgetTold();
+    SetAccess(FeatureAccess::Unbound);
+}
+
+void CameraFeatureAccessorInterface::ReadBack()
+{
+    if (!IsAvailable())
+        return;
+    m_lastValue = QVariant();
+    OnValueChanged(GetValue(true));
 }
 
 void CameraFeatureAccessorInterface::Unbind()
@@ -353,11 +382,13 @@ void CameraFeatureAccessorInterface::OnValueChanged(QVariant value)
     Q_EMIT ValueChanged(value);
 }
 
+// A node that turns not implemented (or unavailable, or whose map disconnects) is told as such, so that its
+// controls turn off instead of writing nowhere.
 void CameraFeatureAccessorInterface::OnAccessChanged(FeatureAccess access)
 {
-    if (!IsAvailable())
+    if (!m_bound || !m_item)
         return;
-    SetAccess(access);
+    SetAccess(IsAvailable() ? access : UnavailableAccess());
 }
 
 void CameraFeatureAccessorInterface::OnRangeChanged(QVariant min, QVariant max, QVariant inc)
@@ -393,12 +424,15 @@ bool SelectedCameraFeatureAccessor::SelectorOnEntry() const
     return selector && selector->GetValue().toString() == SelectorEntry();
 }
 
+// From the selector's cached entries, which the worker keeps current and tells by entriesChanged (see Bind);
+// read once here while nothing is cached yet.
 bool SelectedCameraFeatureAccessor::IsItemAvailable() const
 {
     TreeItem* selector = m_item->parent;
     if (!selector)
         return false;
-    m_nodeMapAccess->UpdateEntries(selector, Mode::Quiet);
+    if (selector->GetEntries().isEmpty())
+        m_nodeMapAccess->UpdateEntries(selector, Mode::Quiet);
     return selector->GetEntries().contains(SelectorEntry());
 }
 
@@ -413,10 +447,13 @@ void SelectedCameraFeatureAccessor::Bind()
         if (SelectorOnEntry())
             OnValueChanged(value);
     }));
-    m_connections.push_back(connect(m_item, &TreeItem::accessChanged, this, [this](FeatureAccess) {
-        if (IsAvailable())
-            SetAccess(ReadAccess());
-    }));
+    m_connections.push_back(
+        connect(m_item, &TreeItem::accessChanged, this, [this](FeatureAccess) { RefreshAccess(); }));
+    // The entry of this accessor can vanish from the selector (or come back): the feature is then
+    // unavailable (available) and its controls follow.
+    if (m_item->parent)
+        m_connections.push_back(
+            connect(m_item->parent, &TreeItem::entriesChanged, this, [this](const QStringList&) { RefreshAccess(); }));
     m_connections.push_back(
         connect(m_item, &TreeItem::entriesChanged, this, &CameraFeatureAccessorInterface::EntriesChanged));
     m_connections.push_back(

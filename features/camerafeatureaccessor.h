@@ -70,6 +70,11 @@ public:
 
     void SetSource(TreeItem* item, NodeMapAccess* nodeMapAccess);
     void Unbind();
+    // The node map is disconnected: access -2 is told (controls turn off), the binding stays for Sync.
+    void Disconnected();
+    // After an asynchronous write: reads the value (through the selector for a selected node) and tells it,
+    // also when it equals the last one told, so a control that showed the written value shows the taken one.
+    void ReadBack();
     void SetBound(bool bound) { m_bound = bound; }
     void DisconnectSignals();
     // After a (re)binding: refreshes the node's access, range and entries, then tells all of them.
@@ -98,6 +103,11 @@ public Q_SLOTS:
 protected:
     virtual FeatureAccess ReadAccess();
     void SetAccess(FeatureAccess access);
+    // The access told while bound but not available: -2 while disconnected, 0 for a node that is not
+    // implemented (any more), 1 otherwise.
+    FeatureAccess UnavailableAccess() const;
+    // Tells the access the feature has now: the read one when available, UnavailableAccess otherwise.
+    void RefreshAccess();
     void ForgetTold();
 
     TreeItem* m_item = nullptr;

@@ -53,7 +53,13 @@ DoubleSoftwareFeature::DoubleSoftwareFeature(const QString& name, double min, do
 
 void DoubleSoftwareFeature::SetDoubleValue(const double& newValue)
 {
-    if (!IsWriteable() || !std::isfinite(newValue) || newValue == value)
+    if (IsWriteable())
+        StoreValue(newValue);
+}
+
+void DoubleSoftwareFeature::StoreValue(double newValue)
+{
+    if (!std::isfinite(newValue) || newValue == value)
         return;
     value = newValue;
     Q_EMIT DoubleValueChanged(value);
@@ -85,7 +91,13 @@ BooleanSoftwareFeature::BooleanSoftwareFeature(const QString& name, bool initial
 
 void BooleanSoftwareFeature::SetBoolValue(bool newValue)
 {
-    if (!IsWriteable() || newValue == value)
+    if (IsWriteable())
+        StoreValue(newValue);
+}
+
+void BooleanSoftwareFeature::StoreValue(bool newValue)
+{
+    if (newValue == value)
         return;
     value = newValue;
     Q_EMIT BoolValueChanged(value);
@@ -111,7 +123,13 @@ EnumerationSoftwareFeature::EnumerationSoftwareFeature(const QString& name, cons
 
 void EnumerationSoftwareFeature::SetIntValue(const int64_t& newValue)
 {
-    if (!IsWriteable() || newValue == value)
+    if (IsWriteable())
+        StoreValue(newValue);
+}
+
+void EnumerationSoftwareFeature::StoreValue(int64_t newValue)
+{
+    if (newValue == value)
         return;
     for (const auto& entry : entries)
         if (entry.first == newValue)
@@ -190,7 +208,13 @@ StringSoftwareFeature::StringSoftwareFeature(const QString& name, const QString&
 
 void StringSoftwareFeature::SetStringValue(const QString& newValue)
 {
-    if (!IsWriteable() || newValue == value)
+    if (IsWriteable())
+        StoreValue(newValue);
+}
+
+void StringSoftwareFeature::StoreValue(const QString& newValue)
+{
+    if (newValue == value)
         return;
     value = newValue;
     Q_EMIT StringValueChanged(value);

@@ -167,8 +167,16 @@ public:
     void EmitRange() override { Q_EMIT DoubleRangeChanged(minimum, maximum, increment); }
     void EmitValueChanged() override;
 
+    // The stored value regardless of availability, and a store by the owner, also while read-only (tells a
+    // change like a write).
+    double GetDoubleValueStored() const { return value; }
+    void StoreValue(double newValue);
+
 public Q_SLOTS:
     void SetRange(double min, double max, double inc);
+    void SetMin(double min) { SetRange(min, maximum, increment); }
+    void SetMax(double max) { SetRange(minimum, max, increment); }
+    void SetInc(double inc) { SetRange(minimum, maximum, inc); }
 
 protected:
     double minimum;
@@ -189,6 +197,8 @@ public:
     bool GetBoolValue(bool) override { return IsAvailable() && value; }
     QString GetValueAsString() override { return GetBoolValue(false) ? QStringLiteral("1") : QStringLiteral("0"); }
     void EmitValueChanged() override;
+    // A store by the owner, also while read-only.
+    void StoreValue(bool newValue);
 
 protected:
     bool value;
@@ -210,6 +220,8 @@ public:
     QStringList GetEntries(bool) override;
     void SetEntries(const Entries& entries);
     void EmitValueChanged() override;
+    // A store by the owner, also while read-only; an unknown number is ignored.
+    void StoreValue(int64_t newValue);
 
 protected:
     Entries entries;
@@ -239,6 +251,8 @@ public:
     void SetStringValue(const QString& value) override;
     QString GetStringValue(bool) override { return IsAvailable() ? value : QString(); }
     void EmitValueChanged() override;
+    // A store by the owner, also while read-only.
+    void StoreValue(const QString& newValue);
 
 protected:
     QString value;

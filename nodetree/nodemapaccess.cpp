@@ -1,13 +1,17 @@
 #include "nodetree/nodemapaccess.h"
 
 #include "app/logmessagesender.h"
+#include "features/camerafeature.h"
 #include "nodetree/treeitem.h"
 #include "nodetree/updatenodemapworker.h"
+#include "nodetree/valuetext.h"
 #include "orna/core/exception.h"
 
 #include <QElapsedTimer>
 #include <QMutexLocker>
+#include <QReadLocker>
 #include <QSet>
+#include <QWriteLocker>
 
 #include <cmath>
 #include <exception>
@@ -99,6 +103,12 @@ NodeMapAccess::NodeMapAccess(const QString& moduleName, QObject* parent)
 NodeMapAccess::~NodeMapAccess()
 {
     {
+        // Waits for a feature's write that runs on this access; later ones find it gone.
+        QWriteLocker lock(&m_life->lock);
+        m_life->alive = false;
+        ++m_life->generation;
+    }
+    {
         QMutexLocker lock(&pendingRolesMutex);
         pendingRoleItems.clear();
         pendingRoles.clear();
@@ -138,15 +148,17 @@ void NodeMapAccess::SetNodeMap(std::shared_ptr<NodeMap> map)
     {
         QMutexLocker lock(&m_sink->mutex);
         m_sink->accepting = false;
+        ++m_sink->generation;
         m_sink->changedItems.clear();
         m_sink->changedSet.clear();
     }
+    DeleteTree();
     {
+        // After DeleteTree: a feature's write that ran until then may have queued its item's roles.
         QMutexLocker lock(&pendingRolesMutex);
         pendingRoleItems.clear();
         pendingRoles.clear();
     }
-    DeleteTree();
     std::atomic_store(&nodeMap, std::move(map));
     connected = nodeMap != nullptr;
     if (nodeMap)
@@ -159,6 +171,91 @@ void NodeMapAccess::SetNodeMap(std::shared_ptr<NodeMap> map)
     }
     emit TreeReset();
     ResumeWorker();
+    // The features lost their items with the old tree: bind them to the new one by name.
+    if (nodeMap)
+        BindFeatures(true);
+}
+
+TreeTicket NodeMapAccess::GetTreeTicket() const
+{
+    TreeTicket ticket;
+    ticket.m_life = m_life;
+    QReadLocker lock(&m_life->lock);
+    ticket.m_generation = m_life->generation;
+    return ticket;
+}
+
+bool NodeMapAccess::WithTree(const TreeTicket& ticket, const std::function<void()>& work)
+{
+    if (!ticket.m_life)
+        return false;
+    QReadLocker lock(&ticket.m_life->lock);
+    if (!ticket.m_life->alive || ticket.m_life->generation != ticket.m_generation)
+        return false;
+    work();
+    return true;
+}
+
+// --- Features
+
+void NodeMapAccess::AddFeature(std::shared_ptr<FeatureInterface> feature, const QString& path)
+{
+    if (!feature)
+        return;
+    {
+        QMutexLocker lock(&featuresMutex);
+        for (const auto& known : features)
+            if (known == feature)
+                return;
+        features.push_back(feature);
+        featurePaths.append(path);
+    }
+    auto* binding = dynamic_cast<CameraFeatureBinding*>(feature.get());
+    if (binding && root)
+        binding->BindTo(this, path.section(QLatin1Char(':'), -1));
+}
+
+void NodeMapAccess::RemoveFeature(const FeatureInterface* feature)
+{
+    QMutexLocker lock(&featuresMutex);
+    for (size_t i = 0; i < features.size(); ++i)
+        if (features[i].get() == feature)
+        {
+            features.erase(features.begin() + long(i));
+            featurePaths.removeAt(int(i));
+            return;
+        }
+}
+
+int NodeMapAccess::GetFeatureCount() const
+{
+    QMutexLocker lock(&featuresMutex);
+    return int(features.size());
+}
+
+std::vector<std::pair<std::shared_ptr<FeatureInterface>, QString>> NodeMapAccess::FeatureList() const
+{
+    std::vector<std::pair<std::shared_ptr<FeatureInterface>, QString>> list;
+    QMutexLocker lock(&featuresMutex);
+    for (size_t i = 0; i < features.size(); ++i)
+        list.emplace_back(features[i], featurePaths.value(int(i)).section(QLatin1Char(':'), -1));
+    return list;
+}
+
+// After a new tree (rebindAll: every item is new) or a reconnection (the items stayed; one whose feature let
+// go of it is bound again): bind by name and tell everything afresh.
+void NodeMapAccess::BindFeatures(bool rebindAll)
+{
+    for (const auto& entry : FeatureList())
+    {
+        auto* binding = dynamic_cast<CameraFeatureBinding*>(entry.first.get());
+        if (!binding)
+            continue;
+        if (rebindAll || !binding->IsBoundTo(this))
+            binding->BindTo(this, entry.second);
+        else
+            binding->Resync();
+    }
 }
 
 std::shared_ptr<NodeMap> NodeMapAccess::GetNodeMap() const
@@ -202,11 +299,19 @@ void NodeMapAccess::IndexItem(TreeItem* item)
     auto it = itemsByName.find(item->name);
     if (it == itemsByName.end())
         itemsByName.insert(item->name, item);
+    else
+        moreItemsByName.insert(item->name, item);
 }
 
 void NodeMapAccess::DeleteTree()
 {
+    {
+        // Waits until no write started on this tree runs; those that start later see the new generation.
+        QWriteLocker lock(&m_life->lock);
+        ++m_life->generation;
+    }
     itemsByName.clear();
+    moreItemsByName.clear();
     delete root;
     root = nullptr;
 }
@@ -329,9 +434,15 @@ bool NodeMapAccess::RegisterCallback(TreeItem* item) const
     if (!node)
         return false;
     std::shared_ptr<CallbackSink> sink = m_sink;
-    const auto handle = node->RegisterChangedCallback([sink, item](const std::shared_ptr<nodes::Node>&) {
+    quint64 generation = 0;
+    {
         QMutexLocker lock(&sink->mutex);
-        if (!sink->accepting || sink->changedSet.contains(item))
+        generation = sink->generation;
+    }
+    const auto handle = node->RegisterChangedCallback([sink, item, generation](const std::shared_ptr<nodes::Node>&) {
+        QMutexLocker lock(&sink->mutex);
+        // item is only looked at, never followed, until the generation says it still belongs to the tree.
+        if (!sink->accepting || sink->generation != generation || sink->changedSet.contains(item))
             return;
         sink->changedSet.insert(item);
         sink->changedItems.append(item);
@@ -346,7 +457,8 @@ bool NodeMapAccess::RegisterCallback(TreeItem* item) const
 bool NodeMapAccess::StoreAccess(TreeItem* item, uint8_t access, bool forced, bool* readableChanged, bool* readable)
 {
     QMutexLocker lock(&item->accessMutex);
-    if (!forced && access == item->access)
+    // An application lock changed meanwhile (also while disconnected) counts as a change of the same access.
+    if (!forced && access == item->access && item->locked == item->applicationLock)
     {
         if (readable)
             *readable = item->readable;
@@ -694,7 +806,12 @@ bool NodeMapAccess::UpdateRangePart(TreeItem* item, UpdateMode mode, int part) c
     if (!Guard(item))
         return false;
     auto node = item->GetNode();
-    return node && UpdateRangeOf(item, *node, mode, part);
+    auto map = GetMap();
+    if (!node || !map)
+        return false;
+    // Read to store under the map's mutex, as UpdateValue: an older range never overwrites a newer one.
+    std::lock_guard<NodeMap> mapLock(*map);
+    return UpdateRangeOf(item, *node, mode, part);
 }
 
 bool NodeMapAccess::UpdateMinimum(TreeItem* item, UpdateMode mode) const
@@ -717,7 +834,11 @@ bool NodeMapAccess::UpdateEntries(TreeItem* item, UpdateMode mode) const
     if (!Guard(item) || item->type != FeatureType::Enumeration)
         return false;
     auto node = item->GetNode();
-    return node && UpdateEntriesOf(item, *node, mode);
+    auto map = GetMap();
+    if (!node || !map)
+        return false;
+    std::lock_guard<NodeMap> mapLock(*map);
+    return UpdateEntriesOf(item, *node, mode);
 }
 
 bool NodeMapAccess::UpdateEntriesOf(TreeItem* item, const nodes::Node& node, UpdateMode mode) const
@@ -928,6 +1049,15 @@ bool NodeMapAccess::WriteNode(TreeItem* item, const QVariant& value, const char*
     auto node = item->GetNode();
     if (!node)
         return false;
+    QVariant typed;
+    QString error;
+    if (!ConvertForWrite(item, value, &typed, &error))
+    {
+        // Nothing is written: a value that does not parse must never reach the camera as 0.
+        LogMessageSender::Error(logOrigin, QString::fromLatin1(context),
+                                QStringLiteral("Failed to write value of node %1. ").arg(item->name) + error);
+        return false;
+    }
     bool ok = true;
     item->busy = true;
     try
@@ -935,13 +1065,13 @@ bool NodeMapAccess::WriteNode(TreeItem* item, const QVariant& value, const char*
         switch (item->type)
         {
         case FeatureType::Integer:
-            nodes::NodeCast<nodes::IntegerNode>(node)->SetValue(value.toLongLong());
+            nodes::NodeCast<nodes::IntegerNode>(node)->SetValue(typed.toLongLong());
             break;
         case FeatureType::Float:
-            nodes::NodeCast<nodes::FloatNode>(node)->SetValue(value.toDouble());
+            nodes::NodeCast<nodes::FloatNode>(node)->SetValue(typed.toDouble());
             break;
         case FeatureType::Boolean:
-            nodes::NodeCast<nodes::BooleanNode>(node)->SetValue(value.toBool());
+            nodes::NodeCast<nodes::BooleanNode>(node)->SetValue(typed.toBool());
             break;
         case FeatureType::String:
             nodes::NodeCast<nodes::StringNode>(node)->SetValue(value.toString().toStdString());
@@ -978,6 +1108,89 @@ bool NodeMapAccess::WriteNode(TreeItem* item, const QVariant& value, const char*
     }
     item->busy = false;
     return ok;
+}
+
+bool NodeMapAccess::ConvertForWrite(const TreeItem* item, const QVariant& value, QVariant* converted,
+                                    QString* error) const
+{
+    const bool isText = value.userType() == QMetaType::QString || value.userType() == QMetaType::QByteArray;
+    const QString text = value.toString();
+    switch (item->type)
+    {
+    case FeatureType::Integer: {
+        int64_t number = 0;
+        bool ok = false;
+        if (isText)
+            ok = ValueText::ParseInteger(text, item->representation, &number);
+        else if (value.userType() == QMetaType::Double || value.userType() == QMetaType::Float)
+        {
+            const double d = value.toDouble();
+            ok = std::isfinite(d) && std::abs(d) < 9.2e18;
+            number = ok ? int64_t(std::llround(d)) : 0;
+        }
+        else if (value.userType() == QMetaType::Bool)
+        {
+            ok = true;
+            number = value.toBool() ? 1 : 0;
+        }
+        else if (value.isValid())
+        {
+            const qlonglong parsed = value.toLongLong(&ok);
+            number = parsed;
+        }
+        if (!ok)
+        {
+            *error = QStringLiteral("\"%1\" is not an integer.").arg(text);
+            return false;
+        }
+        *converted = QVariant::fromValue<qlonglong>(number);
+        return true;
+    }
+    case FeatureType::Float: {
+        double number = 0.0;
+        bool ok = false;
+        if (isText)
+            ok = ValueText::ParseDouble(text, &number);
+        else if (value.isValid())
+        {
+            number = value.toDouble(&ok);
+            ok = ok && std::isfinite(number);
+        }
+        if (!ok)
+        {
+            *error = QStringLiteral("\"%1\" is not a number.").arg(text);
+            return false;
+        }
+        *converted = QVariant(number);
+        return true;
+    }
+    case FeatureType::Boolean: {
+        bool flag = false;
+        bool ok = false;
+        if (isText)
+            ok = ValueText::ParseBoolean(text, &flag);
+        else if (value.isValid())
+        {
+            ok = value.canConvert<bool>();
+            flag = value.toBool();
+        }
+        if (!ok)
+        {
+            *error = QStringLiteral("\"%1\" is not a boolean.").arg(text);
+            return false;
+        }
+        *converted = QVariant(flag);
+        return true;
+    }
+    default:
+        if (!value.isValid())
+        {
+            *error = QStringLiteral("No value.");
+            return false;
+        }
+        *converted = value;
+        return true;
+    }
 }
 
 bool NodeMapAccess::SetValueGeneric(TreeItem* item, const QVariant& value, bool readDependents)
@@ -1126,9 +1339,18 @@ bool NodeMapAccess::Execute(TreeItem* item, bool wait)
     {
         if (reset)
         {
-            // The device goes away with this command: let go of it first.
+            // The device goes away with this command: let go of it first. A device that resets at once may
+            // never acknowledge the write; the reset still happened as far as the program knows, so the
+            // camera's owner is told in every case and waits for the device to come back.
             OnDisconnected(true);
-            command->Execute();
+            try
+            {
+                command->Execute();
+            }
+            catch (const std::exception& e)
+            {
+                Log(kExecute, QStringLiteral("Failed to execute node %1. ").arg(item->name), e);
+            }
             emit Signal_DeviceResetExecuted();
             return true;
         }
@@ -1295,32 +1517,53 @@ bool NodeMapAccess::SelectEntry(TreeItem* selector, const QString& entry, QStrin
     return true;
 }
 
+// The selected operations hold the node map's mutex from the selector write to its restore, so no other
+// thread acts on the node under the wrong entry, and restore on every path: a device call that raises in
+// between leaves the selector where it was found like one that succeeds.
+void NodeMapAccess::RestoreSelector(TreeItem* selector, const QString& previous, const char* context,
+                                    const TreeItem* item)
+{
+    if (!selector || previous.isEmpty())
+        return;
+    try
+    {
+        SelectEntry(selector, previous, nullptr);
+    }
+    catch (const std::exception& e)
+    {
+        Log(context,
+            QStringLiteral("Failed to restore selector %1 of node %2 to %3. ")
+                .arg(selector->name, item->name, previous),
+            e);
+    }
+}
+
 uint32_t NodeMapAccess::GetSelectedAccess(TreeItem* item, const QString& selectorEntry, bool select, bool restore)
 {
     if (!Guard(item))
         return 0;
     UpdateAccess(item, UpdateMode::Normal);
     TreeItem* selector = SelectorOf(item);
+    auto map = GetMap();
+    if (!map)
+        return 0;
     uint32_t access = 0;
+    std::lock_guard<NodeMap> lock(*map);
+    QString previous;
     try
     {
-        auto map = GetMap();
-        if (!map)
-            return {};
-        std::lock_guard<NodeMap> lock(*map);
-        QString previous;
         if (select && selector)
             SelectEntry(selector, selectorEntry, &previous);
         access = static_cast<uint32_t>(item->GetNode()->GetAccessStatus());
-        if (restore && selector && !previous.isEmpty())
-            SelectEntry(selector, previous, nullptr);
     }
     catch (const std::exception& e)
     {
         Log(kGetSelectedAccess, QStringLiteral("Failed to read access of node %1[%2]. ").arg(item->name, selectorEntry),
             e);
-        return 0;
+        access = 0;
     }
+    if (restore)
+        RestoreSelector(selector, previous, kGetSelectedAccess, item);
     return access;
 }
 
@@ -1331,39 +1574,41 @@ QVariant NodeMapAccess::GetSelectedValueGeneric(TreeItem* item, const QString& s
         return QVariant();
     UpdateAccess(item, UpdateMode::Normal);
     TreeItem* selector = SelectorOf(item);
+    auto map = GetMap();
+    if (!map)
+        return QVariant();
     QVariant result;
-    try
     {
-        auto map = GetMap();
-        if (!map)
-            return {};
         std::lock_guard<NodeMap> lock(*map);
         QString previous;
-        if (select && selector)
-            SelectEntry(selector, selectorEntry, &previous);
-        switch (what)
+        try
         {
-        case ReturnValueType::Value:
-            result = ReadNodeValue(item);
-            break;
-        case ReturnValueType::Minimum:
-            result = ReadRange(item, RangeMinimum);
-            break;
-        case ReturnValueType::Maximum:
-            result = ReadRange(item, RangeMaximum);
-            break;
-        case ReturnValueType::Increment:
-            result = ReadRange(item, RangeIncrement);
-            break;
+            if (select && selector)
+                SelectEntry(selector, selectorEntry, &previous);
+            switch (what)
+            {
+            case ReturnValueType::Value:
+                result = ReadNodeValue(item);
+                break;
+            case ReturnValueType::Minimum:
+                result = ReadRange(item, RangeMinimum);
+                break;
+            case ReturnValueType::Maximum:
+                result = ReadRange(item, RangeMaximum);
+                break;
+            case ReturnValueType::Increment:
+                result = ReadRange(item, RangeIncrement);
+                break;
+            }
         }
-        if (restore && selector && !previous.isEmpty())
-            SelectEntry(selector, previous, nullptr);
-    }
-    catch (const std::exception& e)
-    {
-        Log(kGetSelectedValue,
-            QStringLiteral("Failed to read %1 of node %2[%3]. ").arg(WhatText(what), item->name, selectorEntry), e);
-        return QVariant();
+        catch (const std::exception& e)
+        {
+            Log(kGetSelectedValue,
+                QStringLiteral("Failed to read %1 of node %2[%3]. ").arg(WhatText(what), item->name, selectorEntry), e);
+            result = QVariant();
+        }
+        if (restore)
+            RestoreSelector(selector, previous, kGetSelectedValue, item);
     }
     if (what == ReturnValueType::Value && result.isValid())
         RecordSelectorValue(item, selectorEntry, result);
@@ -1377,27 +1622,39 @@ bool NodeMapAccess::SetSelectedValueGeneric(TreeItem* item, const QString& selec
         return false;
     UpdateAccess(item, UpdateMode::Normal);
     TreeItem* selector = SelectorOf(item);
+    auto map = GetMap();
+    if (!map)
+        return false;
     bool ok = true;
-    try
     {
-        auto map = GetMap();
-        if (!map)
-            return {};
         std::lock_guard<NodeMap> lock(*map);
         QString previous;
-        if (select && selector)
-            SelectEntry(selector, selectorEntry, &previous);
-        ok = WriteNode(item, value, kSetSelectedValue);
-        if (ok)
-            RecordSelectorValue(item, selectorEntry, ReadNodeValue(item));
-        if (restore && selector && !previous.isEmpty())
-            SelectEntry(selector, previous, nullptr);
-    }
-    catch (const std::exception& e)
-    {
-        Log(kSetSelectedValue, QStringLiteral("Failed to write value of node %1[%2]. ").arg(item->name, selectorEntry),
-            e);
-        ok = false;
+        try
+        {
+            if (select && selector)
+                SelectEntry(selector, selectorEntry, &previous);
+            ok = WriteNode(item, value, kSetSelectedValue);
+        }
+        catch (const std::exception& e)
+        {
+            Log(kSetSelectedValue,
+                QStringLiteral("Failed to write value of node %1[%2]. ").arg(item->name, selectorEntry), e);
+            ok = false;
+        }
+        // The write's result stands on its own: the read-back only files the value for a later restore, and a
+        // write-only node (or one that fails to read) simply has nothing to file.
+        if (ok && item->IsReadable())
+        {
+            try
+            {
+                RecordSelectorValue(item, selectorEntry, ReadNodeValue(item));
+            }
+            catch (const std::exception&)
+            {
+            }
+        }
+        if (restore)
+            RestoreSelector(selector, previous, kSetSelectedValue, item);
     }
     QueueChanged(item);
     if (selector)
@@ -1411,26 +1668,30 @@ bool NodeMapAccess::ExecuteSelected(TreeItem* item, const QString& selectorEntry
     if (!Guard(item) || item->type != FeatureType::Command)
         return false;
     TreeItem* selector = SelectorOf(item);
-    try
+    auto map = GetMap();
+    if (!map)
+        return false;
+    bool ok = true;
     {
-        auto map = GetMap();
-        if (!map)
-            return {};
         std::lock_guard<NodeMap> lock(*map);
         QString previous;
-        if (select && selector)
-            SelectEntry(selector, selectorEntry, &previous);
-        nodes::NodeCast<nodes::CommandNode>(item->GetNode())->Execute();
-        if (restore && selector && !previous.isEmpty())
-            SelectEntry(selector, previous, nullptr);
+        try
+        {
+            if (select && selector)
+                SelectEntry(selector, selectorEntry, &previous);
+            nodes::NodeCast<nodes::CommandNode>(item->GetNode())->Execute();
+        }
+        catch (const std::exception& e)
+        {
+            Log(kExecuteSelected, QStringLiteral("Failed to execute node %1[%2]. ").arg(item->name, selectorEntry), e);
+            ok = false;
+        }
+        if (restore)
+            RestoreSelector(selector, previous, kExecuteSelected, item);
     }
-    catch (const std::exception& e)
-    {
-        Log(kExecuteSelected, QStringLiteral("Failed to execute node %1[%2]. ").arg(item->name, selectorEntry), e);
-        return false;
-    }
-    emit item->executed();
-    return true;
+    if (ok)
+        emit item->executed();
+    return ok;
 }
 
 // --- Application lock
@@ -1439,14 +1700,18 @@ void NodeMapAccess::SetApplicationLock(const QStringList& names, bool locked)
 {
     for (const QString& name : names)
     {
-        TreeItem* item = FindItem(name);
-        if (!item)
-            continue;
+        // A node listed in several categories has an item in each: all of them carry the lock.
+        QList<TreeItem*> items = moreItemsByName.values(name);
+        if (TreeItem* first = FindItem(name))
+            items.prepend(first);
+        for (TreeItem* item : qAsConst(items))
         {
-            QMutexLocker lock(&item->accessMutex);
-            item->applicationLock = locked;
+            {
+                QMutexLocker lock(&item->accessMutex);
+                item->applicationLock = locked;
+            }
+            UpdateAccess(item, UpdateMode::Forced);
         }
-        UpdateAccess(item, UpdateMode::Forced);
     }
 }
 
@@ -1499,6 +1764,10 @@ void NodeMapAccess::OnDisconnected(bool deleteCallback)
         UnregisterAll(root, deleteCallback);
     // Every row now reads as not connected.
     emit dataChanged(nullptr, -1);
+    // The bound features keep their items and say that nothing is behind them now: their controls turn off.
+    for (const auto& entry : FeatureList())
+        if (auto* binding = dynamic_cast<CameraFeatureBinding*>(entry.first.get()))
+            binding->Disconnected();
 }
 
 void NodeMapAccess::OnDisconnected()
@@ -1542,6 +1811,7 @@ void NodeMapAccess::OnReconnected(std::shared_ptr<NodeMap> parentNodeMap, bool s
     skipRestoreOnce = false;
     ResumeWorker();
     emit dataChanged(nullptr, -1);
+    BindFeatures(false);
 }
 
 void NodeMapAccess::OnReconnected(std::shared_ptr<NodeMap> parentNodeMap)

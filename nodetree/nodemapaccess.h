@@ -17,6 +17,9 @@
 //                  node call is serialised by the node map's own mutex and every cache field by its item mutex.
 //   callback       node-changed callbacks run on whichever thread changed the node; they only append the
 //                  item to the changed list (m_sink), nothing else.
+//   async writes   features' asynchronous writes run on their own threads; they hold a TreeTicket and enter
+//                  through WithTree, which SetNodeMap and the destructor wait for before they delete the tree,
+//                  so a write in flight never reaches a deleted item or a destroyed access.
 // Nothing here touches a widget. No operation raises: device exceptions are caught, logged through
 // LogMessageSender::Error and the caches stay as they were.
 //
@@ -24,6 +27,9 @@
 //   m_sink->mutex      (changedItemsMutex) the changed-item list and whether callbacks are accepted.
 //   pendingRolesMutex  pendingRoleItems/pendingRoles, the item and role pairs waiting for SendDataChangedSignal.
 //   m_writeMutex       the coalesced write requests (latest value per item) and m_writerRunning.
+//   m_life->lock       read: a write through WithTree runs on the tree; write: the tree is replaced or the
+//                      access destroyed (generation and alive change under it).
+//   featuresMutex      features and featurePaths; never held while a feature is told anything.
 //   item mutexes       see TreeItem. Lock order: an item mutex is never held across a device call nor while
 //                      taking any of the mutexes above.
 #pragma once
@@ -34,6 +40,7 @@
 #include <QHash>
 #include <QMutex>
 #include <QObject>
+#include <QReadWriteLock>
 #include <QSet>
 #include <QStringList>
 #include <QThread>
@@ -44,11 +51,32 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <vector>
 
+class FeatureInterface;
 class TreeItem;
 class UpdateNodemapWorker;
+
+// What a write on another thread holds of the tree it was started on: the tree's generation and the access's
+// lifetime record. Taken on the GUI thread (NodeMapAccess::GetTreeTicket), checked by NodeMapAccess::WithTree.
+class TreeTicket
+{
+public:
+    bool IsNull() const { return !m_life; }
+
+private:
+    friend class NodeMapAccess;
+    struct Life
+    {
+        QReadWriteLock lock;
+        quint64 generation = 0;
+        bool alive = true;
+    };
+    std::shared_ptr<Life> m_life;
+    quint64 m_generation = 0;
+};
 
 class NodeMapAccess : public QObject
 {
@@ -110,11 +138,26 @@ public:
 
     // The origin text of log lines (the camera's key), "-" by default.
     void SetLogOrigin(const QString& origin) { logOrigin = origin; }
+    // Connected to the option "Restore camera parameters on reconnect".
     void SetRestoreEnabled(bool enabled) { restoreEnabled = enabled; }
     void SetInvisibleNodesPolled(bool polled) { invisibleNodesPolled = polled; }
     void SetUpdateBusyNodes(bool update) { updateBusyNodes = update; }
 
     void CreateTree();
+
+    // GUI thread: a ticket for the current tree.
+    TreeTicket GetTreeTicket() const;
+    // Any thread: runs work while the tree the ticket was taken from still stands, and returns true; a tree
+    // replaced since (SetNodeMap) or a destroyed access returns false without running it. Replacing the tree
+    // waits for work that runs. work must not call SetNodeMap nor wait for the GUI thread.
+    static bool WithTree(const TreeTicket& ticket, const std::function<void()>& work);
+
+    // The features bound to this map (GUI thread). path ends with the node's name after the last ":". A
+    // camera feature is bound to its item now when the tree has it, told on disconnection (its controls turn
+    // off), and bound again and synchronised after a reconnection or a new tree; other features are kept.
+    void AddFeature(std::shared_ptr<FeatureInterface> feature, const QString& path);
+    void RemoveFeature(const FeatureInterface* feature);
+    int GetFeatureCount() const;
 
     // Update group: read the node, store into the cache, signal by mode. Any thread.
     bool UpdateAccess(TreeItem* item, UpdateMode mode) const;
@@ -213,6 +256,9 @@ private:
     {
         QMutex mutex;
         bool accepting = false;
+        // Bumped when the tree is replaced: a callback registered on an older tree (its item deleted) that
+        // the old node map still runs is refused by its generation.
+        quint64 generation = 0;
         QList<TreeItem*> changedItems;
         QSet<TreeItem*> changedSet;
     };
@@ -252,6 +298,14 @@ private:
     void ReadAccessQuietly(TreeItem* item) const;
     TreeItem* SelectorOf(TreeItem* item) const;
     bool SelectEntry(TreeItem* selector, const QString& entry, QString* previous);
+    // Writes previous back to the selector (the caller holds the map's mutex); logs a failure with context.
+    void RestoreSelector(TreeItem* selector, const QString& previous, const char* context, const TreeItem* item);
+    // Converts a value for the item's type: text in the forms the program shows, numbers of any kind. False
+    // (nothing to write) for a value that does not convert; *error says why.
+    bool ConvertForWrite(const TreeItem* item, const QVariant& value, QVariant* converted, QString* error) const;
+    // The features' node names and bindings (copied under featuresMutex).
+    std::vector<std::pair<std::shared_ptr<FeatureInterface>, QString>> FeatureList() const;
+    void BindFeatures(bool rebindAll);
     void StoreItemValues(TreeItem* item);
     void RecordSelectorValue(TreeItem* item, const QString& key, const QVariant& value) const;
 
@@ -262,6 +316,8 @@ private:
     QString moduleName;
     TreeItem* root = nullptr;
     QHash<QString, TreeItem*> itemsByName;
+    // Further items of a node listed under more than one category (the first is in itemsByName).
+    QMultiHash<QString, TreeItem*> moreItemsByName;
     int lastItemCount = 0; // size of the previous tree, to size the index of the next one
 
     mutable QVector<TreeItem*> pendingRoleItems;
@@ -280,6 +336,11 @@ private:
     QThread workerThread;
 
     std::shared_ptr<CallbackSink> m_sink;
+    std::shared_ptr<TreeTicket::Life> m_life = std::make_shared<TreeTicket::Life>();
+
+    std::vector<std::shared_ptr<FeatureInterface>> features;
+    QStringList featurePaths;
+    mutable QMutex featuresMutex;
 
     QThreadPool m_writePool;
     QMutex m_writeMutex;

@@ -5,6 +5,8 @@
 #include "nodetree/treeitem.h"
 #include "orna/core/nodemap.h"
 
+#include <QIcon>
+
 NodeMapModel::NodeMapModel(NodeMapAccess* access, QObject* parent)
     : QAbstractItemModel(parent), nodeMapAccess(access), developerView(ApplicationGlobals::developerView)
 {
@@ -254,6 +256,17 @@ QVariant NodeMapModel::data(const QModelIndex& index, int role) const
         return item->GetValue();
     case Qt::ToolTipRole:
         return item->tooltip.isEmpty() ? QVariant() : QVariant(item->tooltip);
+    case Qt::DecorationRole: {
+        // The state of the node at a glance in the name column: editable, read-only (or locked), or neither.
+        if (index.column() != 0 || item->type == FeatureType::Category)
+            return QVariant();
+        const bool connected = nodeMapAccess && nodeMapAccess->IsConnected();
+        const QString name = !connected            ? QStringLiteral("display_off.png")
+                             : item->IsWriteable() ? QStringLiteral("pencil.png")
+                             : item->IsReadable()  ? QStringLiteral("opened.png")
+                                                   : QStringLiteral("close.png");
+        return QIcon(ApplicationGlobals::Image16(name));
+    }
     case Qt::ForegroundRole: {
         if (item->type == FeatureType::Category)
             return QVariant();
@@ -319,7 +332,7 @@ bool NodeMapModel::setData(const QModelIndex& index, const QVariant& value, int 
     if (!index.isValid() || index.column() != 1 || role != Qt::EditRole)
         return false;
     TreeItem* item = static_cast<TreeItem*>(index.internalPointer());
-    if (!item || !item->IsWriteable())
+    if (!item || !item->IsWriteable() || !nodeMapAccess || !nodeMapAccess->IsConnected())
         return false;
     // The cache changes when the write has been read back, not here.
     emit SetValueRequested(item, value);
@@ -332,7 +345,9 @@ Qt::ItemFlags NodeMapModel::flags(const QModelIndex& index) const
         return Qt::NoItemFlags;
     Qt::ItemFlags result = Qt::ItemIsEnabled | Qt::ItemIsSelectable;
     TreeItem* item = static_cast<TreeItem*>(index.internalPointer());
-    if (index.column() == 1 && item && item->IsWriteable() && !item->IsLocked() &&
+    // While disconnected nothing is editable: the cached access is the camera's last, not its present one.
+    const bool connected = nodeMapAccess && nodeMapAccess->IsConnected();
+    if (index.column() == 1 && connected && item && item->IsWriteable() && !item->IsLocked() &&
         item->type != FeatureType::Category && item->type != FeatureType::Command)
         result |= Qt::ItemIsEditable;
     return result;
@@ -403,7 +418,7 @@ void NodeMapModel::SendDataChangedSignal(TreeItem* item, int role)
     const QModelIndex first = IndexFromItem(item, 0);
     const QModelIndex last = IndexFromItem(item, 1);
     if (role == ValueRole || role == AccessStatusRole)
-        emit dataChanged(first, last, {Qt::DisplayRole, Qt::EditRole, Qt::ForegroundRole, role});
+        emit dataChanged(first, last, {Qt::DisplayRole, Qt::EditRole, Qt::ForegroundRole, Qt::DecorationRole, role});
     else
         emit dataChanged(first, last, {role});
 }

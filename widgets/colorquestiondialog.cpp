@@ -73,11 +73,14 @@ void ColorQuestionDialog::RebuildText()
     for (const Line& line : m_lines)
     {
         const QColor c = line.color.isValid() ? line.color : ApplicationGlobals::colorText;
-        html += QStringLiteral("<div style=\"color:%1\">%2</div>").arg(c.name(), line.text.toHtmlEscaped());
+        html +=
+            QStringLiteral("<div style=\"color:%1\">%2</div>")
+                .arg(c.name(), QString(line.text.toHtmlEscaped()).replace(QLatin1Char('\n'), QStringLiteral("<br>")));
     }
     if (!m_question.isEmpty())
         html += QStringLiteral("<p style=\"color:%1\"><b>%2</b></p>")
-                    .arg(ApplicationGlobals::colorText.name(), m_question.toHtmlEscaped());
+                    .arg(ApplicationGlobals::colorText.name(),
+                         QString(m_question.toHtmlEscaped()).replace(QLatin1Char('\n'), QStringLiteral("<br>")));
     m_label->setText(html);
 }
 

@@ -33,7 +33,9 @@ void CustomColorLabel::Rebuild()
     for (const Line& line : m_lines)
     {
         const QColor c = line.color.isValid() ? line.color : ApplicationGlobals::colorText;
-        html += QStringLiteral("<div style=\"color:%1\">%2</div>").arg(c.name(), line.text.toHtmlEscaped());
+        html +=
+            QStringLiteral("<div style=\"color:%1\">%2</div>")
+                .arg(c.name(), QString(line.text.toHtmlEscaped()).replace(QLatin1Char('\n'), QStringLiteral("<br>")));
     }
     setHtml(html);
 }

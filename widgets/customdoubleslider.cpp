@@ -6,6 +6,7 @@
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLocale>
+#include <QWheelEvent>
 
 #include <algorithm>
 #include <cmath>
@@ -51,8 +52,11 @@ double CustomDoubleSlider::Normalize(double value, double minimum, double maximu
     value = std::clamp(value, minimum, maximum);
     if (increment > 0.0)
     {
-        const double k = std::round((value - minimum) / increment);
-        value = std::min(minimum + k * increment, maximum);
+        // The nearest grid value that lies in the range: the grid's last point below the maximum, not the
+        // maximum itself when that is off the grid.
+        const double last = std::floor((maximum - minimum) / increment + 1e-9);
+        const double k = std::clamp(std::round((value - minimum) / increment), 0.0, last);
+        value = minimum + k * increment;
     }
     return value;
 }
@@ -85,10 +89,11 @@ void CustomDoubleSlider::SetDecimals(int decimals)
 void CustomDoubleSlider::SetValue(double value)
 {
     m_value = Normalize(value, m_min, m_max, m_inc);
-    ShowValue();
+    // A value from the source while the user types into the box moves the slider but keeps the text.
+    ShowValue(m_edit->hasFocus() && m_edit->isModified());
 }
 
-void CustomDoubleSlider::ShowValue()
+void CustomDoubleSlider::ShowValue(bool keepText)
 {
     {
         const QSignalBlocker blocker(m_slider);
@@ -96,7 +101,10 @@ void CustomDoubleSlider::ShowValue()
         const int pos = span > 0.0 ? static_cast<int>(std::lround((m_value - m_min) / span * kPositions)) : 0;
         m_slider->setValue(pos);
     }
-    m_edit->setText(QString::number(m_value, 'f', m_decimals));
+    if (keepText)
+        return;
+    m_shownText = QString::number(m_value, 'f', m_decimals);
+    m_edit->setText(m_shownText);
 }
 
 double CustomDoubleSlider::StepSize() const
@@ -136,7 +144,8 @@ void CustomDoubleSlider::OnSliderValueChanged(double position)
     if (v == m_value)
         return;
     m_value = v;
-    m_edit->setText(QString::number(m_value, 'f', m_decimals));
+    m_shownText = QString::number(m_value, 'f', m_decimals);
+    m_edit->setText(m_shownText);
     if (m_slider->isSliderDown())
         Q_EMIT Signal_ImmediateUpdate(m_value);
     else
@@ -155,6 +164,13 @@ void CustomDoubleSlider::OnSliderReleased()
 
 void CustomDoubleSlider::OnEditingFinished(const QString& text)
 {
+    // Text as it was shown (the focus left the box, or Return on an untouched box) is no user change: with
+    // fewer decimals than the value has, writing it back would round the camera's value.
+    if (text.trimmed() == m_shownText)
+    {
+        ShowValue();
+        return;
+    }
     bool ok = false;
     QString t = text.trimmed();
     // Both the C locale and the user's decimal separator are accepted.
@@ -172,6 +188,22 @@ void CustomDoubleSlider::OnEditingFinished(const QString& text)
     ShowValue();
     if (changed)
         Q_EMIT Signal_ValueChanged(m_value);
+}
+
+void CustomDoubleSlider::wheelEvent(QWheelEvent* event)
+{
+    const bool focused = hasFocus() || m_slider->hasFocus() || m_edit->hasFocus();
+    const int delta = event->angleDelta().y() != 0 ? event->angleDelta().y() : event->angleDelta().x();
+    if (!focused || !isEnabled() || delta == 0)
+    {
+        event->ignore();
+        return;
+    }
+    if (delta > 0)
+        StepUp();
+    else
+        StepDown();
+    event->accept();
 }
 
 void CustomDoubleSlider::keyPressEvent(QKeyEvent* event)

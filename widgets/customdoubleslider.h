@@ -61,6 +61,9 @@ protected Q_SLOTS:
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    // With the focus in the slider or its edit box, one wheel turn is one step; without it the wheel goes
+    // on to the scroll area, so scrolling a panel never changes a camera value.
+    void wheelEvent(QWheelEvent* event) override;
 
     QHBoxLayout* m_layout = nullptr;
 
@@ -68,7 +71,7 @@ private Q_SLOTS:
     void OnEditingFinished(const QString& text);
 
 private:
-    void ShowValue();
+    void ShowValue(bool keepText = false);
     double StepSize() const;
 
     CustomSlider* m_slider = nullptr;
@@ -78,6 +81,8 @@ private:
     double m_inc = 0.0;
     double m_value = 0.0;
     int m_decimals = 2;
+    // The text the edit box was last given, to tell an edit from unchanged text.
+    QString m_shownText;
 };
 
 // The plain slider form of the floating point rows: also reports the slider's press and release.

@@ -10,6 +10,7 @@
 #include <QMetaType>
 #include <QMouseEvent>
 #include <QRegularExpression>
+#include <QWheelEvent>
 
 #include <algorithm>
 
@@ -164,15 +165,18 @@ void CustomIntSlider::SetIncrement(int64_t increment)
 void CustomIntSlider::SetValue(int64_t value)
 {
     m_value = Normalize(value, m_min, m_max, m_inc);
-    ShowValue();
+    // A value from the source while the user types into the box moves the slider but keeps the text.
+    ShowValue(m_edit->hasFocus() && m_edit->isModified());
 }
 
-void CustomIntSlider::ShowValue()
+void CustomIntSlider::ShowValue(bool keepText)
 {
     {
         const QSignalBlocker blocker(m_slider);
         m_slider->setValue(PositionForValue(m_value, m_min, m_max, m_inc));
     }
+    if (keepText)
+        return;
     m_edit->setText(QString::number(static_cast<qlonglong>(m_value)));
 }
 
@@ -253,6 +257,22 @@ void CustomIntSlider::mousePressEvent(QMouseEvent* event)
 {
     Q_EMIT Signal_Clicked();
     QWidget::mousePressEvent(event);
+}
+
+void CustomIntSlider::wheelEvent(QWheelEvent* event)
+{
+    const bool focused = hasFocus() || m_slider->hasFocus() || m_edit->hasFocus();
+    const int delta = event->angleDelta().y() != 0 ? event->angleDelta().y() : event->angleDelta().x();
+    if (!focused || !isEnabled() || delta == 0)
+    {
+        event->ignore();
+        return;
+    }
+    if (delta > 0)
+        StepUp();
+    else
+        StepDown();
+    event->accept();
 }
 
 void CustomIntSlider::keyPressEvent(QKeyEvent* event)

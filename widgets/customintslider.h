@@ -72,6 +72,9 @@ protected Q_SLOTS:
 protected:
     void mousePressEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    // With the focus in the slider or its edit box, one wheel turn is one step; without it the wheel goes
+    // on to the scroll area, so scrolling a panel never changes a camera value.
+    void wheelEvent(QWheelEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
     virtual void OnStepped(bool up) { Q_UNUSED(up); }
 
@@ -81,7 +84,7 @@ private Q_SLOTS:
     void OnEditingFinished(const QString& text);
 
 private:
-    void ShowValue();
+    void ShowValue(bool keepText = false);
 
     CustomSlider* m_slider = nullptr;
     CustomEdit* m_edit = nullptr;

@@ -4,6 +4,7 @@
 
 #include <QMouseEvent>
 #include <QPainter>
+#include <QWheelEvent>
 
 CustomSlider::CustomSlider(QWidget* parent) : QAbstractSlider(parent)
 {
@@ -66,6 +67,11 @@ void CustomSlider::mouseReleaseEvent(QMouseEvent* event)
     setSliderDown(false);
     Q_EMIT Signal_SliderReleased();
     event->accept();
+}
+
+void CustomSlider::wheelEvent(QWheelEvent* event)
+{
+    event->ignore();
 }
 
 void CustomSlider::paintEvent(QPaintEvent* event)

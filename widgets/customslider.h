@@ -32,6 +32,9 @@ protected:
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
+    // The bar never turns the wheel into a value: the value widget that owns it (or, without focus, the
+    // scroll area around) decides.
+    void wheelEvent(QWheelEvent* event) override;
 
 private Q_SLOTS:
     void OnSliderValueChanged(int value);

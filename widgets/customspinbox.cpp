@@ -16,6 +16,8 @@ CustomSpinbox::CustomSpinbox(QWidget* parent) : QWidget(parent)
     m_right = new SpinButtonRight(this);
     m_label = new CustomLabel(QString(), this);
     m_label->setAlignment(Qt::AlignCenter);
+    // Focus by click or tab: the wheel only steps a focused box.
+    setFocusPolicy(Qt::StrongFocus);
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(2);
@@ -68,9 +70,24 @@ void CustomSpinbox::SetValue(double value)
     Show();
 }
 
+// A user step lands on the grid counted from the minimum, computed afresh each time: repeated steps of 0.1
+// never drift to 0.30000000000000004 and the like.
+double CustomSpinbox::OnGrid(double value) const
+{
+    double v = std::clamp(value, m_min, m_max);
+    if (m_step > 0.0)
+    {
+        const double k = std::round((v - m_min) / m_step);
+        v = std::clamp(m_min + k * m_step, m_min, m_max);
+    }
+    const double scale = std::pow(10.0, m_decimals);
+    const double rounded = std::round(v * scale) / scale;
+    return std::abs(rounded - v) < m_step * 1e-6 || m_step <= 0.0 ? std::clamp(rounded, m_min, m_max) : v;
+}
+
 void CustomSpinbox::SetByUser(double value)
 {
-    const double v = std::clamp(value, m_min, m_max);
+    const double v = OnGrid(value);
     if (v == m_value)
         return;
     m_value = v;
@@ -106,6 +123,12 @@ void CustomSpinbox::OnButtonRightClicked()
 
 void CustomSpinbox::wheelEvent(QWheelEvent* event)
 {
+    if (!hasFocus() || !isEnabled())
+    {
+        // The scroll area around gets the wheel.
+        event->ignore();
+        return;
+    }
     if (event->angleDelta().y() > 0)
         OnButtonRightClicked();
     else if (event->angleDelta().y() < 0)

@@ -48,6 +48,7 @@ protected:
 private:
     void Show();
     void SetByUser(double value);
+    double OnGrid(double value) const;
 
     SpinButtonLeft* m_left = nullptr;
     SpinButtonRight* m_right = nullptr;

@@ -132,6 +132,13 @@ void CustomSwitch::keyPressEvent(QKeyEvent* event)
     QAbstractButton::keyPressEvent(event);
 }
 
+void CustomSwitch::changeEvent(QEvent* event)
+{
+    QAbstractButton::changeEvent(event);
+    if (event->type() == QEvent::EnabledChange)
+        UpdateStyleSheet();
+}
+
 void CustomSwitch::resizeEvent(QResizeEvent* event)
 {
     QAbstractButton::resizeEvent(event);

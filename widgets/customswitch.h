@@ -64,6 +64,8 @@ protected:
     void mouseReleaseEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    // An enabled-state change repaints the thumb in its colour for that state.
+    void changeEvent(QEvent* event) override;
 
 private Q_SLOTS:
     void OnAnimationFinished();

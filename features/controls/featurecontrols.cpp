@@ -1,5 +1,8 @@
 #include "features/controls/featurecontrols.h"
 
+#include "app/logmessagesender.h"
+#include "nodetree/valuetext.h"
+
 #include <cmath>
 
 namespace FeatureControls {
@@ -182,6 +185,10 @@ void DoubleSlider::ConnectWrites()
 
 void DoubleSlider::UpdateRange(double min, double max, double inc)
 {
+    // The precision comes with the node: a slider bound before its camera opened had none, and a rebinding
+    // or Sync tells the range again, so the decimals follow here.
+    if (m_feature)
+        SetDecimals(std::max(m_feature->GetPrecision(), 0));
     SetRange(min, max);
     SetIncrement(inc);
     update();
@@ -288,11 +295,39 @@ void Switch::Detach()
 {
     DisconnectAll(m_connections);
     m_feature = nullptr;
+    m_mode = nullptr;
+}
+
+void Switch::UpdateModeState()
+{
+    if (!m_mode)
+        return;
+    const QStringList entries = m_mode->GetEntries(false);
+    const bool usable =
+        m_mode->IsWriteable() && entries.contains(QLatin1String(kOff)) && entries.contains(QLatin1String(kOnce));
+    SetValue(m_mode->GetStringValue(false) == QLatin1String(kOnce));
+    setEnabled(usable);
 }
 
 void Switch::SetFeature(FeatureInterface* feature)
 {
     Detach();
+    if (auto* mode = qobject_cast<EnumerationFeatureInterface*>(feature))
+    {
+        m_mode = mode;
+        UpdateModeState();
+        m_connections << connect(this, &CustomSwitch::Signal_ValueChanged, mode, [this](bool on) {
+            if (m_mode)
+                m_mode->SetStringValue(QLatin1String(on ? kOnce : kOff));
+        });
+        m_connections << connect(mode, &EnumerationFeatureInterface::StringValueChanged, this,
+                                 [this](const QString&) { UpdateModeState(); });
+        m_connections << connect(mode, &EnumerationFeatureInterface::EntriesChanged, this,
+                                 [this](const QStringList&) { UpdateModeState(); });
+        m_connections << connect(mode, &FeatureInterface::WriteableChanged, this, [this](bool) { UpdateModeState(); });
+        m_connections << connect(mode, &QObject::destroyed, this, [this] { SetFeature(nullptr); });
+        return;
+    }
     auto* typed = qobject_cast<BooleanFeatureInterface*>(feature);
     if (!typed)
     {
@@ -454,13 +489,19 @@ void IntEdit::OnEdited(const QString& text)
 {
     if (!m_feature)
         return;
-    bool ok = false;
-    const QString trimmed = text.trimmed();
-    const qlonglong value = trimmed.startsWith(QLatin1String("0x"), Qt::CaseInsensitive)
-                                ? trimmed.mid(2).toLongLong(&ok, 16)
-                                : trimmed.toLongLong(&ok, 10);
-    if (ok)
+    // The forms the edit shows (decimal, hexadecimal, IPv4, MAC by representation) are the forms it takes.
+    int64_t value = 0;
+    const QString shown = m_feature->GetValueAsString();
+    if (text.trimmed() == shown)
+    {
+        // Unchanged text (focus left the box) writes nothing.
+    }
+    else if (ValueText::ParseInteger(text, m_feature->GetRepresentation(), &value))
         m_feature->SetIntValue(m_feature->Clamp(value));
+    else
+        LogMessageSender::Error(QStringLiteral("-"), QStringLiteral("FeatureControls::IntEdit"),
+                                QStringLiteral("\"%1\" is not a value of %2; nothing was written.")
+                                    .arg(text.trimmed(), m_feature->GetName()));
     // Whatever was typed, the field shows what the source holds now.
     UpdateValue();
 }

@@ -119,21 +119,30 @@ private:
     QList<QMetaObject::Connection> m_connections;
 };
 
+// A boolean feature, or the two-way form of an auto function's mode: an enumeration with the entries "Off"
+// and "Once", where on writes "Once" and the switch goes off by itself when the function returns to "Off".
+// The two-way form is enabled only while the feature is writeable and lists both entries.
 class Switch : public CustomSwitch
 {
     Q_OBJECT
 
 public:
+    static constexpr const char* kOff = "Off";
+    static constexpr const char* kOnce = "Once";
+
     explicit Switch(QWidget* parent = nullptr);
     ~Switch() override;
 
     void SetFeature(FeatureInterface* feature);
     BooleanFeatureInterface* Feature() const { return m_feature; }
+    EnumerationFeatureInterface* ModeFeature() const { return m_mode; }
 
 private:
     void Detach();
+    void UpdateModeState();
 
     QPointer<BooleanFeatureInterface> m_feature;
+    QPointer<EnumerationFeatureInterface> m_mode;
     QList<QMetaObject::Connection> m_connections;
 };
 
@@ -181,8 +190,9 @@ private:
     QList<QMetaObject::Connection> m_connections;
 };
 
-// An integer feature as text, by its representation (hexadecimal, address ...); typed input is decimal or
-// "0x" hexadecimal, clamped onto the feature's grid before it is written. Bad input shows the value again.
+// An integer feature as text, by its representation (hexadecimal, address ...); typed input is decimal,
+// "0x" hexadecimal, or the IPv4 or MAC form the edit shows, clamped onto the feature's grid before it is
+// written. Bad input is logged, writes nothing and shows the value again; unchanged text writes nothing.
 class IntEdit : public CustomEdit
 {
     Q_OBJECT

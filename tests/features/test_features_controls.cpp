@@ -130,6 +130,91 @@ private Q_SLOTS:
         QCOMPARE(combo.count(), 3);
     }
 
+    // The integer edit takes back the forms it shows; text that is none of them writes nothing.
+    void intEditTakesTheFormsItShows()
+    {
+        struct AddressFeature : IntegerSoftwareFeature
+        {
+            using IntegerSoftwareFeature::IntegerSoftwareFeature;
+            qint8 GetRepresentation() override { return 5; }
+        };
+        AddressFeature address(QStringLiteral("Address"), 0, 0xFFFFFFFFLL, 1, 0xC0A8000ALL);
+        FeatureControls::IntEdit edit;
+        edit.SetFeature(&address);
+        QCOMPARE(edit.text(), QStringLiteral("192.168.0.10"));
+        Q_EMIT edit.Signal_EditingFinished(QStringLiteral("10.0.0.1"));
+        QCOMPARE(address.GetIntValue(false), int64_t(0x0A000001));
+        QCOMPARE(edit.text(), QStringLiteral("10.0.0.1"));
+        Q_EMIT edit.Signal_EditingFinished(QStringLiteral("0x10"));
+        QCOMPARE(address.GetIntValue(false), int64_t(16));
+        QSignalSpy values(&address, &IntegerFeatureInterface::IntValueChanged);
+        Q_EMIT edit.Signal_EditingFinished(QStringLiteral("10.0.0.256"));
+        Q_EMIT edit.Signal_EditingFinished(QStringLiteral("abc"));
+        QCOMPARE(values.size(), 0);
+        QCOMPARE(edit.text(), QStringLiteral("0.0.0.16"));
+    }
+
+    // The two-way form of an auto function: on is "Once", and the switch goes off when the function does.
+    void switchTwoWayFormFollowsTheMode()
+    {
+        EnumerationSoftwareFeature mode(
+            QStringLiteral("Mode"),
+            {{0, QStringLiteral("Off")}, {1, QStringLiteral("Once")}, {2, QStringLiteral("Continuous")}}, 0);
+        FeatureControls::Switch sw;
+        sw.SetFeature(&mode);
+        QVERIFY(sw.isEnabled());
+        QVERIFY(!sw.Value());
+        Q_EMIT sw.Signal_ValueChanged(true);
+        QCOMPARE(mode.GetStringValue(false), QStringLiteral("Once"));
+        QVERIFY(sw.Value());
+        mode.SetStringValue(QStringLiteral("Off")); // the function ended by itself
+        QVERIFY(!sw.Value());
+        mode.SetEntries({{0, QStringLiteral("Off")}, {2, QStringLiteral("Continuous")}});
+        QVERIFY(!sw.isEnabled());
+        sw.SetFeature(nullptr);
+        QVERIFY(!sw.isEnabled());
+    }
+
+    // An owner updates what it shows also while the user may not change it.
+    void softwareFeaturesTakeTheirOwnersValuesWhileReadOnly()
+    {
+        DoubleSoftwareFeature level(QStringLiteral("Level"), 0.0, 1.0, 0.0, 0.5);
+        BooleanSoftwareFeature flag(QStringLiteral("Flag"), false);
+        EnumerationSoftwareFeature choice(QStringLiteral("Choice"),
+                                          {{0, QStringLiteral("A")}, {1, QStringLiteral("B")}}, 0);
+        StringSoftwareFeature text(QStringLiteral("Text"), QStringLiteral("a"));
+        level.SetReadOnly(true);
+        flag.SetReadOnly(true);
+        choice.SetReadOnly(true);
+        text.SetReadOnly(true);
+        QSignalSpy levelValues(&level, &DoubleFeatureInterface::DoubleValueChanged);
+        level.SetDoubleValue(0.7);
+        QCOMPARE(level.GetDoubleValue(false), 0.5);
+        level.StoreValue(0.9);
+        QCOMPARE(level.GetDoubleValue(false), 0.9);
+        QCOMPARE(levelValues.size(), 1);
+        flag.SetBoolValue(true);
+        QVERIFY(!flag.GetBoolValue(false));
+        flag.StoreValue(true);
+        QVERIFY(flag.GetBoolValue(false));
+        choice.SetIntValue(1);
+        QCOMPARE(choice.GetStringValue(false), QStringLiteral("A"));
+        choice.StoreValue(1);
+        QCOMPARE(choice.GetStringValue(false), QStringLiteral("B"));
+        text.SetStringValue(QStringLiteral("b"));
+        text.StoreValue(QStringLiteral("c"));
+        QCOMPARE(text.GetStringValue(false), QStringLiteral("c"));
+
+        QSignalSpy ranges(&level, &DoubleFeatureInterface::DoubleRangeChanged);
+        level.SetMin(0.1);
+        level.SetMax(2.0);
+        level.SetInc(0.1);
+        QCOMPARE(ranges.size(), 3);
+        QCOMPARE(level.GetMinimum(false), 0.1);
+        QCOMPARE(level.GetMaximum(false), 2.0);
+        QCOMPARE(level.GetIncrement(false), 0.1);
+    }
+
     void autoGroupFollowsTheFeature()
     {
         EnumerationSoftwareFeature mode(

@@ -226,7 +226,7 @@ private Q_SLOTS:
         DoubleCameraFeature missing(std::make_shared<SelectedCameraFeatureAccessor>(QStringLiteral("NoSuchStage")));
         missing.SetSource(Item("Gain"), remote.get());
         QVERIFY(!missing.IsAvailable());
-        QCOMPARE(missing.GetAccess(), FeatureAccess::Unbound);
+        QCOMPARE(missing.GetAccess(), FeatureAccess::NotAvailable); // bound, but its entry is not there
         QCOMPARE(missing.GetDoubleValue(true), 0.0);
     }
 
@@ -439,6 +439,54 @@ private Q_SLOTS:
     }
 
     // Last: the camera does not come back.
+    // The camera's link drops and comes back: the access's features are told, their controls turn off, and
+    // after the reconnection they are bound again with the camera's ranges and values; an application lock
+    // set meanwhile holds.
+    void controlsFollowADisconnectionAndReconnection()
+    {
+        auto width = std::make_shared<IntegerCameraFeature>();
+        auto exposure = std::make_shared<DoubleCameraFeature>();
+        remote->AddFeature(width, QStringLiteral("RemoteDevice:Width"));
+        remote->AddFeature(exposure, QStringLiteral("RemoteDevice:ExposureTime"));
+        FeatureControls::IntSlider widthSlider;
+        widthSlider.SetFeature(width.get());
+        FeatureControls::DoubleSlider exposureSlider;
+        exposureSlider.SetFeature(exposure.get());
+        QVERIFY(widthSlider.isEnabled());
+        QVERIFY(exposureSlider.isEnabled());
+        const int64_t minimum = widthSlider.Minimum();
+        const int64_t maximum = widthSlider.Maximum();
+        const double exposureMaximum = exposureSlider.Maximum();
+        QVERIFY(maximum > minimum);
+        width->SetIntValue(width->Clamp(minimum + (maximum - minimum) / 2));
+        const int64_t kept = width->GetIntValue(false);
+        QTRY_COMPARE(widthSlider.Value(), kept);
+
+        auto camera = sim::SimCameraRegistry::Instance().Find(serial.toStdString());
+        QVERIFY(camera);
+        camera->DisconnectNow();
+        remote->OnDisconnected();
+        QVERIFY(!widthSlider.isEnabled());
+        QVERIFY(!exposureSlider.isEnabled());
+        QCOMPARE(width->GetAccess(), FeatureAccess::Unbound);
+        remote->SetApplicationLock({QStringLiteral("ExposureTime")}, true);
+
+        camera->ReconnectAfter(std::chrono::milliseconds(10));
+        QTRY_VERIFY(camera->IsConnected());
+        remote->OnReconnected(device->GetRemoteDevice()->GetNodeMap());
+        QVERIFY(widthSlider.isEnabled());
+        QCOMPARE(widthSlider.Minimum(), minimum);
+        QCOMPARE(widthSlider.Maximum(), maximum);
+        QCOMPARE(widthSlider.Value(), kept);
+        QCOMPARE(exposureSlider.Maximum(), exposureMaximum);
+        QVERIFY(!exposureSlider.isEnabled());
+        remote->SetApplicationLock({QStringLiteral("ExposureTime")}, false);
+        QVERIFY(exposureSlider.isEnabled());
+        remote->RemoveFeature(width.get());
+        remote->RemoveFeature(exposure.get());
+        QCOMPARE(remote->GetFeatureCount(), 0);
+    }
+
     void cameraLostDuringWrites()
     {
         IntegerCameraFeature width;

@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstring>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -201,6 +202,200 @@ struct AccessDevice
         bank->Read(address, b, 4);
         return FromLe32(b);
     }
+};
+
+// Addresses of SelectedXml's registers.
+enum : uint64_t
+{
+    kStageSelectorAddress = 0x300,
+    kStageLevelAddress = 0x310, // three values, one per stage
+    kStageWriteOnlyAddress = 0x330,
+    kStageFireAddress = 0x350,
+    kHexAddress = 0x370,
+    kAddressAddress = 0x374,
+    kDecimalAddress = 0x378,
+    kSharedAddress = 0x37C,
+    kOptionalAddress = 0x380,
+    kOptionalImplementedAddress = 0x384,
+    kPreciseAddress = 0x388,
+    kBoxResetAddress = 0x390,
+};
+
+// A description with a selector over three stages whose dependent register, command and write-only register
+// fail at the device for the stage "C"; integers shown in hexadecimal, as an IPv4 address and in decimal; a
+// node listed under two categories; a node whose implementation a register switches off; a float with three
+// decimals; and a device reset that is never acknowledged.
+inline std::string SelectedXml()
+{
+    std::string xml = kHeader;
+    xml += R"(  <Category Name="Root" NameSpace="Standard">
+    <pFeature>Stages</pFeature>
+    <pFeature>Numbers</pFeature>
+  </Category>
+  <Category Name="Stages" NameSpace="Custom">
+    <pFeature>StageSelector</pFeature>
+    <pFeature>StageLevel</pFeature>
+    <pFeature>StageWriteOnly</pFeature>
+    <pFeature>StageFire</pFeature>
+    <pFeature>Shared</pFeature>
+    <pFeature>DeviceReset</pFeature>
+  </Category>
+  <Category Name="Numbers" NameSpace="Custom">
+    <pFeature>HexValue</pFeature>
+    <pFeature>AddressValue</pFeature>
+    <pFeature>DecimalValue</pFeature>
+    <pFeature>Shared</pFeature>
+    <pFeature>Optional</pFeature>
+    <pFeature>Precise</pFeature>
+  </Category>
+  <Enumeration Name="StageSelector" NameSpace="Custom">
+    <pSelected>StageLevel</pSelected>
+    <pSelected>StageWriteOnly</pSelected>
+    <pSelected>StageFire</pSelected>
+    <EnumEntry Name="A"><Value>0</Value></EnumEntry>
+    <EnumEntry Name="B"><Value>1</Value></EnumEntry>
+    <EnumEntry Name="C"><Value>2</Value></EnumEntry>
+    <pValue>StageSelectorReg</pValue>
+  </Enumeration>
+  <IntReg Name="StageLevel" NameSpace="Custom">
+    <Address>0x310</Address>
+    <pIndex Offset="4">StageSelector</pIndex>
+    <Length>4</Length><AccessMode>RW</AccessMode><pPort>Device</pPort>
+    <Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess>
+  </IntReg>
+  <IntReg Name="StageWriteOnly" NameSpace="Custom">
+    <Address>0x330</Address>
+    <pIndex Offset="4">StageSelector</pIndex>
+    <Length>4</Length><AccessMode>WO</AccessMode><pPort>Device</pPort>
+    <Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess>
+  </IntReg>
+  <Command Name="StageFire" NameSpace="Custom">
+    <pValue>StageFireReg</pValue><CommandValue>1</CommandValue>
+  </Command>
+  <IntReg Name="StageFireReg" NameSpace="Custom">
+    <Address>0x350</Address>
+    <pIndex Offset="4">StageSelector</pIndex>
+    <Length>4</Length><AccessMode>RW</AccessMode><pPort>Device</pPort>
+    <Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess>
+  </IntReg>
+  <Integer Name="HexValue" NameSpace="Custom">
+    <pValue>HexReg</pValue><Min>0</Min><Max>4294967295</Max><Representation>HexNumber</Representation>
+  </Integer>
+  <Integer Name="AddressValue" NameSpace="Custom">
+    <pValue>AddressReg</pValue><Min>0</Min><Max>4294967295</Max><Representation>IPV4Address</Representation>
+  </Integer>
+  <Integer Name="DecimalValue" NameSpace="Custom">
+    <pValue>DecimalReg</pValue><Min>0</Min><Max>4294967295</Max>
+  </Integer>
+  <Integer Name="Shared" NameSpace="Custom">
+    <pValue>SharedReg</pValue><Min>0</Min><Max>100</Max>
+  </Integer>
+  <Integer Name="Optional" NameSpace="Custom">
+    <pIsImplemented>OptionalImplementedReg</pIsImplemented>
+    <pValue>OptionalReg</pValue><Min>0</Min><Max>100</Max>
+  </Integer>
+  <Float Name="Precise" NameSpace="Custom">
+    <pValue>PreciseReg</pValue><Min>0</Min><Max>10</Max><DisplayPrecision>3</DisplayPrecision>
+  </Float>
+  <FloatReg Name="PreciseReg" NameSpace="Custom">
+    <Address>0x388</Address><Length>8</Length><AccessMode>RW</AccessMode><pPort>Device</pPort>
+    <Endianess>LittleEndian</Endianess>
+  </FloatReg>
+  <Command Name="DeviceReset" NameSpace="Standard">
+    <pValue>BoxResetReg</pValue><CommandValue>1</CommandValue>
+  </Command>
+)";
+    xml += IntReg("StageSelectorReg", kStageSelectorAddress) + IntReg("HexReg", kHexAddress) +
+           IntReg("AddressReg", kAddressAddress) + IntReg("DecimalReg", kDecimalAddress) +
+           IntReg("SharedReg", kSharedAddress) + IntReg("OptionalReg", kOptionalAddress) +
+           IntReg("OptionalImplementedReg", kOptionalImplementedAddress) + IntReg("BoxResetReg", kBoxResetAddress);
+    xml += "  <Port Name=\"Device\" NameSpace=\"Standard\"/>\n</RegisterDescription>\n";
+    return xml;
+}
+
+// The device behind SelectedXml. Stage "C" (index 2) of the indexed registers fails every device access; the
+// write-only register cannot be read back at all; the reset register takes the write and then fails it, as
+// a device that resets before it acknowledges; DecimalReg can be made slow.
+struct SelectedDevice
+{
+    std::shared_ptr<orna::core::detail::RegisterBank> bank = std::make_shared<orna::core::detail::RegisterBank>();
+    std::shared_ptr<std::atomic<int>> resets = std::make_shared<std::atomic<int>>(0);
+    std::shared_ptr<std::atomic<uint32_t>> decimalValue = std::make_shared<std::atomic<uint32_t>>(0);
+    // Each write of DecimalReg takes this long, a slow link.
+    std::shared_ptr<std::atomic<int>> decimalWriteDelayUs = std::make_shared<std::atomic<int>>(0);
+
+    SelectedDevice()
+    {
+        bank->AddMemory(kStageSelectorAddress, 4);
+        AddStages(kStageLevelAddress, {11, 22, 33}, true);
+        AddStages(kStageWriteOnlyAddress, {0, 0, 0}, false);
+        AddStages(kStageFireAddress, {0, 0, 0}, true);
+        bank->AddMemory(kHexAddress, 4);
+        bank->AddMemory(kAddressAddress, 4);
+        auto decimal = decimalValue;
+        auto delay = decimalWriteDelayUs;
+        bank->AddRegion(
+            kDecimalAddress, 4,
+            [decimal](uint8_t* data, size_t) {
+                std::memcpy(data, Le32(decimal->load()).data(), 4);
+                return true;
+            },
+            [decimal, delay](const uint8_t* data, size_t) {
+                if (const int us = delay->load())
+                    std::this_thread::sleep_for(std::chrono::microseconds(us));
+                decimal->store(FromLe32(data));
+                return true;
+            });
+        bank->AddMemory(kSharedAddress, 4);
+        bank->AddMemory(kOptionalAddress, 4, true, Le32(5));
+        bank->AddMemory(kOptionalImplementedAddress, 4, true, Le32(1));
+        bank->AddMemory(kPreciseAddress, 8);
+        auto count = resets;
+        bank->AddRegion(
+            kBoxResetAddress, 4,
+            [](uint8_t* data, size_t) {
+                std::memset(data, 0, 4);
+                return true;
+            },
+            [count](const uint8_t*, size_t) {
+                ++*count;
+                return false;
+            });
+    }
+
+    // Three 4-byte stage values at address; the third fails, reads of a write-only set fail too.
+    void AddStages(uint64_t address, std::vector<uint32_t> initial, bool readable)
+    {
+        auto values = std::make_shared<std::vector<uint32_t>>(std::move(initial));
+        stages[address] = values;
+        for (size_t i = 0; i < 3; ++i)
+            bank->AddRegion(
+                address + 4 * i, 4,
+                [values, i, readable](uint8_t* data, size_t) {
+                    if (!readable || i == 2)
+                        return false;
+                    std::memcpy(data, Le32((*values)[i]).data(), 4);
+                    return true;
+                },
+                [values, i](const uint8_t* data, size_t) {
+                    if (i == 2)
+                        return false;
+                    (*values)[i] = FromLe32(data);
+                    return true;
+                });
+    }
+
+    uint32_t Stage(uint64_t address, size_t index) const { return (*stages.at(address))[index]; }
+
+    uint32_t Peek(uint64_t address) const
+    {
+        uint8_t b[4] = {};
+        bank->Read(address, b, 4);
+        return FromLe32(b);
+    }
+    void Poke(uint64_t address, uint32_t value) { bank->Write(address, Le32(value).data(), 4); }
+
+    std::map<uint64_t, std::shared_ptr<std::vector<uint32_t>>> stages;
 };
 
 // Features per category and kinds of the generated description.

@@ -13,12 +13,19 @@
 #include <QtTest>
 
 using nodetree_test::AccessDevice;
+using nodetree_test::SelectedDevice;
+using What = NodeMapAccess::ReturnValueType;
 
 namespace {
 
 std::shared_ptr<orna::core::NodeMap> MakeMap(const AccessDevice& device, bool withPlain = true)
 {
     return orna::core::detail::CreateLocalNodeMap(device.bank, nodetree_test::AccessXml(withPlain));
+}
+
+std::shared_ptr<orna::core::NodeMap> MakeSelectedMap(const SelectedDevice& device)
+{
+    return orna::core::detail::CreateLocalNodeMap(device.bank, nodetree_test::SelectedXml());
 }
 
 // Collects error log messages on the test's thread (queued from whichever thread reported them).
@@ -274,6 +281,153 @@ private Q_SLOTS:
         // A change on the device map while disconnected (the callbacks are gone or refused) queues nothing.
         map->FindNode<orna::core::nodes::IntegerNode>("Counter")->SetValue(3);
         QVERIFY(access.TakeChangedItems().isEmpty());
+    }
+
+    // A device call that raises between the selector write and its restore must not leave the selector on
+    // the other entry: every other feature would then act on the wrong stage.
+    void selectedAccessRestoresTheSelectorOnEveryPath()
+    {
+        SelectedDevice device;
+        NodeMapAccess access;
+        access.SetNodeMap(MakeSelectedMap(device));
+        TreeItem* selector = access.FindItem("StageSelector");
+        TreeItem* level = access.FindItem("StageLevel");
+        TreeItem* writeOnly = access.FindItem("StageWriteOnly");
+        TreeItem* fire = access.FindItem("StageFire");
+        QVERIFY(selector && level && writeOnly && fire);
+        QCOMPARE(level->parent, selector);
+        QCOMPARE(writeOnly->parent, selector);
+        QCOMPARE(fire->parent, selector);
+        QVERIFY(access.SetValue(selector, QStringLiteral("B")));
+        QCOMPARE(device.Peek(nodetree_test::kStageSelectorAddress), 1u);
+
+        LogCollector log;
+        QVERIFY(!access.GetSelectedValueGeneric(level, "C", true, true, What::Value).isValid());
+        QCOMPARE(device.Peek(nodetree_test::kStageSelectorAddress), 1u);
+        QTRY_VERIFY(log.Has("Failed to read value of node StageLevel[C]. "));
+
+        QVERIFY(!access.SetSelectedValueGeneric(level, "C", 44LL, true, true));
+        QCOMPARE(device.Peek(nodetree_test::kStageSelectorAddress), 1u);
+        QCOMPARE(device.Stage(nodetree_test::kStageLevelAddress, 2), 33u);
+
+        QVERIFY(!access.ExecuteSelected(fire, "C", true, true));
+        QCOMPARE(device.Peek(nodetree_test::kStageSelectorAddress), 1u);
+        QCOMPARE(device.Stage(nodetree_test::kStageFireAddress, 2), 0u);
+
+        // The successful paths act on their entry and restore as well.
+        QCOMPARE(access.GetSelectedValueGeneric(level, "A", true, true, What::Value).toLongLong(), 11LL);
+        QVERIFY(access.SetSelectedValueGeneric(level, "A", 12LL, true, true));
+        QCOMPARE(device.Stage(nodetree_test::kStageLevelAddress, 0), 12u);
+        QVERIFY(access.ExecuteSelected(fire, "A", true, true));
+        QCOMPARE(device.Stage(nodetree_test::kStageFireAddress, 0), 1u);
+        QCOMPARE(device.Peek(nodetree_test::kStageSelectorAddress), 1u);
+
+        // A write-only node cannot be read back; its successful write is still a success.
+        QVERIFY(access.SetSelectedValueGeneric(writeOnly, "A", 9LL, true, true));
+        QCOMPARE(device.Stage(nodetree_test::kStageWriteOnlyAddress, 0), 9u);
+        QCOMPARE(device.Peek(nodetree_test::kStageSelectorAddress), 1u);
+        QVERIFY(access.SetValue(selector, QStringLiteral("A")));
+        QVERIFY(access.SetValue(writeOnly, int64_t(8)));
+        QCOMPARE(device.Stage(nodetree_test::kStageWriteOnlyAddress, 0), 8u);
+    }
+
+    void genericTextWritesParseAsShown_data()
+    {
+        QTest::addColumn<QString>("node");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<qlonglong>("expected"); // -1: refused, the register keeps its value
+        const qlonglong address = (192LL << 24) | (168LL << 16) | 10LL;
+        for (const char* node : {"HexValue", "AddressValue", "DecimalValue"})
+        {
+            const bool isAddress = QLatin1String(node) == QLatin1String("AddressValue");
+            QTest::newRow(qPrintable(QStringLiteral("%1 0x10").arg(QLatin1String(node)))) << node << "0x10" << 16LL;
+            QTest::newRow(qPrintable(QStringLiteral("%1 16").arg(QLatin1String(node)))) << node << "16" << 16LL;
+            QTest::newRow(qPrintable(QStringLiteral("%1 ip").arg(QLatin1String(node))))
+                << node << "192.168.0.10" << (isAddress ? address : -1LL);
+            QTest::newRow(qPrintable(QStringLiteral("%1 abc").arg(QLatin1String(node)))) << node << "abc" << -1LL;
+        }
+        QTest::addRow("AddressValue spaced") << "AddressValue"
+                                             << " 10.0.0.1 " << ((10LL << 24) | 1LL);
+        QTest::addRow("AddressValue octet too big") << "AddressValue"
+                                                    << "10.0.0.256" << -1LL;
+        QTest::addRow("HexValue empty") << "HexValue"
+                                        << "" << -1LL;
+    }
+
+    // What the tree shows can be typed back; anything else is refused with a log line, and never 0 written.
+    void genericTextWritesParseAsShown()
+    {
+        QFETCH(QString, node);
+        QFETCH(QString, text);
+        QFETCH(qlonglong, expected);
+        SelectedDevice device;
+        NodeMapAccess access;
+        access.SetNodeMap(MakeSelectedMap(device));
+        TreeItem* item = access.FindItem(node);
+        QVERIFY(item);
+        const uint64_t address = node == QLatin1String("HexValue")       ? nodetree_test::kHexAddress
+                                 : node == QLatin1String("AddressValue") ? nodetree_test::kAddressAddress
+                                                                         : nodetree_test::kDecimalAddress;
+        device.Poke(address, 7);
+        LogCollector log;
+        const bool ok = access.SetValueGeneric(item, QVariant(text));
+        QCOMPARE(ok, expected >= 0);
+        QCOMPARE(qlonglong(device.Peek(address)), expected >= 0 ? expected : 7LL);
+        if (expected < 0)
+            QTRY_VERIFY(log.Has(QStringLiteral("Failed to write value of node %1. ").arg(node)));
+    }
+
+    void applicationLockCoversEveryItemAndOutlastsADisconnection()
+    {
+        SelectedDevice device;
+        NodeMapAccess access;
+        access.SetNodeMap(MakeSelectedMap(device));
+        TreeItem* first = access.GetRoot()->FindChild("Stages")->FindChild("Shared");
+        TreeItem* second = access.GetRoot()->FindChild("Numbers")->FindChild("Shared");
+        QVERIFY(first && second && first != second);
+
+        // A node listed in two categories is locked in both.
+        access.SetApplicationLock({QStringLiteral("Shared")}, true);
+        QVERIFY(!first->IsWriteable());
+        QVERIFY(!second->IsWriteable());
+        QVERIFY(!access.SetValue(second, int64_t(3)));
+        QCOMPARE(device.Peek(nodetree_test::kSharedAddress), 0u);
+        access.SetApplicationLock({QStringLiteral("Shared")}, false);
+        QVERIFY(access.SetValue(second, int64_t(3)));
+        QCOMPARE(device.Peek(nodetree_test::kSharedAddress), 3u);
+
+        // A lock set while disconnected holds after the reconnection, and so does its lifting.
+        TreeItem* hex = access.FindItem("HexValue");
+        access.OnDisconnected(true);
+        access.SetApplicationLock({QStringLiteral("HexValue")}, true);
+        SelectedDevice again;
+        access.OnReconnected(MakeSelectedMap(again));
+        QVERIFY(access.IsConnected());
+        QVERIFY(hex->IsReadable());
+        QVERIFY(!hex->IsWriteable());
+        QVERIFY(!access.SetValue(hex, int64_t(5)));
+        QCOMPARE(again.Peek(nodetree_test::kHexAddress), 0u);
+
+        access.OnDisconnected(true);
+        access.SetApplicationLock({QStringLiteral("HexValue")}, false);
+        SelectedDevice third;
+        access.OnReconnected(MakeSelectedMap(third));
+        QVERIFY(hex->IsWriteable());
+        QVERIFY(access.SetValue(hex, int64_t(5)));
+        QCOMPARE(third.Peek(nodetree_test::kHexAddress), 5u);
+    }
+
+    // A device that resets before it acknowledges the command still gets its owner told.
+    void deviceResetWithoutAcknowledgementIsReported()
+    {
+        SelectedDevice device;
+        NodeMapAccess access;
+        access.SetNodeMap(MakeSelectedMap(device));
+        QSignalSpy reset(&access, &NodeMapAccess::Signal_DeviceResetExecuted);
+        access.Execute(access.FindItem("DeviceReset"), false);
+        QCOMPARE(device.resets->load(), 1);
+        QCOMPARE(reset.size(), 1);
+        QVERIFY(!access.IsConnected());
     }
 
     void deviceResetDisconnects()

@@ -11,6 +11,7 @@
 #include "orna/core/library.h"
 
 #include <QAbstractItemModelTester>
+#include <QIcon>
 #include <QSet>
 #include <QtTest>
 
@@ -168,6 +169,31 @@ private Q_SLOTS:
         QTRY_VERIFY(!changed.isEmpty());
         // PayloadSize depends on Height: the worker re-reads it after the write.
         QTRY_COMPARE(FindIndex(model, "PayloadSize").siblingAtColumn(1).data().toString(), QString::number(640 * 720));
+    }
+
+    // While disconnected the cache is the camera's last state, not its present one: nothing is editable, and
+    // the name column shows a state icon; after the reconnection editing and the icons come back.
+    void disconnectedItemsAreNotEditable()
+    {
+        nodetree_test::SelectedDevice device;
+        NodeMapAccess access;
+        access.SetNodeMap(orna::core::detail::CreateLocalNodeMap(device.bank, nodetree_test::SelectedXml()));
+        NodeMapModel model(&access);
+        const QModelIndex name = FindIndex(model, QStringLiteral("DecimalValue"));
+        QVERIFY(name.isValid());
+        const QModelIndex value = name.sibling(name.row(), 1);
+        QVERIFY(model.flags(value) & Qt::ItemIsEditable);
+        QVERIFY(name.data(Qt::DecorationRole).canConvert<QIcon>());
+        const QModelIndex category = FindIndex(model, QStringLiteral("Numbers"));
+        QVERIFY(!category.data(Qt::DecorationRole).isValid());
+
+        access.OnDisconnected(true);
+        QVERIFY(!(model.flags(value) & Qt::ItemIsEditable));
+        QVERIFY(!model.setData(value, QStringLiteral("5"), Qt::EditRole));
+
+        nodetree_test::SelectedDevice again;
+        access.OnReconnected(orna::core::detail::CreateLocalNodeMap(again.bank, nodetree_test::SelectedXml()));
+        QVERIFY(model.flags(value) & Qt::ItemIsEditable);
     }
 
     void visibilityFilterWithoutDeveloperView()

@@ -18,6 +18,7 @@
 #include <QPointer>
 #include <QSignalSpy>
 #include <QtTest>
+#include <cmath>
 
 #include <atomic>
 
@@ -273,14 +274,16 @@ private Q_SLOTS:
         QVERIFY(camera->GetEnumerationEntry("GainSelector", selector));
         QCOMPARE(selector, std::string("AnalogAll"));
         QVERIFY(camera->SetSelectedFloatValues({{"Gain", 2.0}}, "GainSelector", "AnalogAll", true));
-        // Gains multiply over the stages that exist.
-        double all = 1.0;
+        // The stages' decibels add up (their factors multiply): 0 dB is a factor of 1.
+        double all = 0.0;
         std::vector<std::pair<std::string, double>> allRead = {{"Gain", 0.0}};
         if (camera->GetSelectedFloatValues(allRead, ReadValueType::Value, "GainSelector", "All", true, 0.1))
             all = allRead[0].second;
-        QCOMPARE(camera->GetTotalGain(), 2.0 * 3.0 * all);
+        QVERIFY(std::abs(camera->GetTotalGain() - std::pow(10.0, (2.0 + 3.0 + all) / 20.0)) < 1e-9);
         QVERIFY(camera->SetSelectedFloatValues({{"Gain", 0.0}}, "GainSelector", "DigitalAll", true));
         QVERIFY(camera->SetSelectedFloatValues({{"Gain", 0.0}}, "GainSelector", "AnalogAll", true));
+        if (all == 0.0)
+            QCOMPARE(camera->GetTotalGain(), 1.0);
     }
 
     void triggerModeDetection()

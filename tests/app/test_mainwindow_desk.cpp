@@ -378,6 +378,39 @@ private Q_SLOTS:
         QVERIFY(!window.IsInFullScreen());
         QVERIFY(!window.ToolBarFrame()->isHidden());
     }
+
+    void fullScreenRoundTripsLeaveEveryElementWhereItWas()
+    {
+        MainWindow window;
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        auto* camera = new PlainElement(&window, ControlElement::kCameraObjectType);
+        window.AppendElement(camera);
+        camera->SetDocked(true);
+        camera->setGeometry(100, 120, 601, 401);
+        camera->show();
+        ControlElement* floating = window.AddControlElement(camera, kTestPanelType);
+        QVERIFY(floating != nullptr && !floating->IsDocked());
+        floating->move(300, 260);
+        ControlElement* docked = window.AddControlElement(camera, kTestPanelType);
+        docked->SetDocked(true);
+        docked->move(420, 300);
+        QTest::mouseClick(window.ToolBarButton("logger.png"), Qt::LeftButton);
+        QTRY_VERIFY(window.Logger()->isVisible());
+        const std::vector<QWidget*> watched = {camera, floating, docked, window.Logger()};
+        std::vector<QPoint> before;
+        for (QWidget* w : watched)
+            before.push_back(w->pos());
+
+        for (int trip = 0; trip < 3; ++trip)
+        {
+            window.OnFullscreen();
+            QVERIFY(window.IsInFullScreen());
+            window.OnFullscreen();
+            QVERIFY(!window.IsInFullScreen());
+        }
+        for (size_t i = 0; i < watched.size(); ++i)
+            QCOMPARE(watched[i]->pos(), before[i]);
+    }
 };
 
 QTEST_MAIN(TestMainWindowDesk)

@@ -18,6 +18,8 @@ namespace {
 constexpr size_t kPoolImages = 2;
 // The magnifier square is about this wide, whatever the cell size.
 constexpr int kMagnifierSpan = 192;
+// The smallest font the cell values are written in.
+constexpr double kMinimumTextPoints = 5.0;
 
 QColor ThemeColor(const QColor& themed, Qt::GlobalColor fallback)
 {
@@ -303,12 +305,23 @@ void CustomGraphicsScene::PaintMagnifier(QPainter* painter)
         QFont font = ApplicationGlobals::fontSmall;
         if (font.family().isEmpty())
             font = painter->font();
-        painter->setFont(font);
-        const QFontMetrics metrics(font);
-        const int lines = block.channels;
+        const int lines = std::max(1, block.channels);
         const QString widest = QString::number((1 << block.bitDepth) - 1);
+        QFontMetrics metrics(font);
+        const auto fits = [&] {
+            return metrics.horizontalAdvance(widest) + 2 <= c && lines * metrics.height() <= c;
+        };
+        if (!fits() && font.pointSizeF() > 0)
+        {
+            // A smaller cell takes a smaller font, down to what stays legible.
+            const double scale = std::min(double(c - 2) / std::max(1, metrics.horizontalAdvance(widest)),
+                                          double(c) / (lines * metrics.height()));
+            font.setPointSizeF(std::max(kMinimumTextPoints, font.pointSizeF() * scale));
+            metrics = QFontMetrics(font);
+        }
+        painter->setFont(font);
         // Texts only where they fit whole; a smaller cell shows the enlarged pixels alone.
-        if (block.IsValid() && metrics.horizontalAdvance(widest) + 2 <= c && lines * metrics.height() <= c)
+        if (block.IsValid() && fits())
         {
             const double full = double((1 << block.bitDepth) - 1);
             const QColor channelColors[3] = {ThemeColor(ApplicationGlobals::colorRedStrong, Qt::red),

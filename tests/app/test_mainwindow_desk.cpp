@@ -297,6 +297,28 @@ private Q_SLOTS:
         QCOMPARE(QPoint(place.x, place.y), QPoint(150, 160));
     }
 
+    void aPanelClosedInItsColumnOpensThereAgain()
+    {
+        MainWindow window;
+        auto* camera = new PlainElement(&window, ControlElement::kCameraObjectType);
+        camera->setGeometry(100, 100, 601, 401);
+        window.AppendElement(camera);
+        ControlElement* panel = window.AddControlElement(camera, kTestPanelType);
+        QVERIFY(panel != nullptr);
+        camera->TabRight(panel, true);
+        QVERIFY(panel->IsTabbedRight());
+        QPointer<ControlElement> watch(panel);
+        QTest::mouseClick(panel->CloseButton(), Qt::LeftButton);
+        QTRY_VERIFY(watch.isNull());
+        ControlElement::Place place;
+        QVERIFY(camera->RememberedPlace(kTestPanelType, &place));
+        QCOMPARE(place.tabbed, int(ControlElement::TabRightSide));
+        ControlElement* again = window.AddControlElement(camera, kTestPanelType);
+        QVERIFY(again != nullptr);
+        QVERIFY(again->IsTabbedRight());
+        QCOMPARE(camera->RightTabbedElement(), again);
+    }
+
     void notificationRowFollowsTheSwitches()
     {
         MainWindow window;

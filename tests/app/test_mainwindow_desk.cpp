@@ -423,12 +423,18 @@ private Q_SLOTS:
         for (QWidget* w : watched)
             before.push_back(w->pos());
 
+        // As a user presses the key: the window settles (its layout runs) between two presses.
+        auto dockTop = [&window] { return window.dockingWidget()->mapTo(&window, QPoint(0, 0)).y(); };
+        const int windowedTop = dockTop();
+        QVERIFY(windowedTop > 0);
         for (int trip = 0; trip < 3; ++trip)
         {
             window.OnFullscreen();
             QVERIFY(window.IsInFullScreen());
+            QTRY_COMPARE(dockTop(), 0);
             window.OnFullscreen();
             QVERIFY(!window.IsInFullScreen());
+            QTRY_COMPARE(dockTop(), windowedTop);
         }
         for (size_t i = 0; i < watched.size(); ++i)
             QCOMPARE(watched[i]->pos(), before[i]);

@@ -518,10 +518,6 @@ void CameraObject::UpdateDisplay()
     if (waitingForImage)
         SetStatusWaiting(false);
     display->UpdateDisplay();
-    // The value under a resting cursor changes with the frame.
-    const QPoint cursor = display->Scene()->MagnifierPosition();
-    if (cursor.x() >= 0 && cursor.y() >= 0)
-        ShowPosition(cursor);
 }
 
 void CameraObject::UpdateCounters(bool exception, double frameTime_ms, double processingTime_ms, int frameCounter_,
@@ -554,6 +550,11 @@ void CameraObject::OnTimerUpdateCounters()
     labelFps->setText(tr("fps: ") + QString::number(smoothedFps, 'f', 1));
     labelIncompletes->setText(tr("incompletes") + QStringLiteral(": ") + QString::number(incompleteCounter));
     labelReconnects->setText(tr("reconnects") + QStringLiteral(": ") + QString::number(reconnects));
+    // The value under a resting cursor changes with the frames; like the counters it is refreshed here, not
+    // with every frame.
+    const QPoint cursor = display->Scene()->MagnifierPosition();
+    if (cursor.x() >= 0 && cursor.y() >= 0)
+        ShowPosition(cursor);
 }
 
 void CameraObject::UpdateDialogControls()

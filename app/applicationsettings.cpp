@@ -262,11 +262,11 @@ QWidget* ApplicationSettings::BuildShortcutsPage()
 
 void ApplicationSettings::FillThemeCombo()
 {
+    // Only the skins that load: an "*.ias" file of older versions would be offered only to answer "Function
+    // deprecated" when chosen.
     comboTheme->clear();
     comboTheme->addItem(tr("Dark"), QStringLiteral("Dark"));
     comboTheme->addItem(tr("Light"), QStringLiteral("Light"));
-    for (const QString& name : SkinFileNames(skinPath))
-        comboTheme->addItem(name, name + QStringLiteral(".ias"));
 }
 
 QStringList ApplicationSettings::SkinFileNames(const QString& folder)
@@ -446,7 +446,7 @@ void ApplicationSettings::UpdateControls()
     switchEnableNodePolling->SetValue(nodePolling);
     switchReconnectParameterRestore->SetValue(reconnectParameterRestore);
     for (const PathRow& path : pathRows)
-        path.edit->setText(ReadString(path.key));
+        path.edit->setText(PathRowText(path.key));
 
     if (wasConnected)
         ConnectControls();
@@ -586,6 +586,7 @@ void ApplicationSettings::OnSliderAnimationDuration()
     const int value = static_cast<int>(sliderAnimationDuration->Value());
     ApplicationGlobals::fadeInOutTime = value;
     settings::Write(QStringLiteral("fade_in_out_time"), value);
+    Q_EMIT Signal_FadeTimeChanged(value);
 }
 
 void ApplicationSettings::OnComboApplicationLanguage(int index)
@@ -757,6 +758,37 @@ void ApplicationSettings::OnSwitchReconnectParameterRestore()
     Q_EMIT Signal_ReconnectParameterRestoreChanged(reconnectParameterRestore);
 }
 
+void ApplicationSettings::SetPathInUse(const QString& key, const QString& path)
+{
+    pathsInUse[key] = path;
+    CustomEdit* edit = PathEdit(key);
+    if (edit == nullptr)
+        return;
+    const bool wasConnected = controlsConnected;
+    if (wasConnected)
+        DisconnectControls();
+    edit->setText(PathRowText(key));
+    if (wasConnected)
+        ConnectControls();
+}
+
+QString ApplicationSettings::PathRowText(const QString& key) const
+{
+    const QString stored = settings::ReadString(key);
+    return stored.isEmpty() ? pathsInUse.value(key) : stored;
+}
+
+void ApplicationSettings::RevertOnlyKernelTls(bool value)
+{
+    settings::WriteBool(QStringLiteral("only_kvx_kernel_tls"), value);
+    const bool wasConnected = controlsConnected;
+    if (wasConnected)
+        DisconnectControls();
+    switchOnlyKernelTLs->SetValue(value);
+    if (wasConnected)
+        ConnectControls();
+}
+
 const ApplicationSettings::PathRow* ApplicationSettings::FindPathRow(const QObject* widget) const
 {
     for (const PathRow& path : pathRows)
@@ -780,7 +812,9 @@ void ApplicationSettings::OnEditPath()
         return;
     // An empty path means the key's fallback; a missing folder is taken as it is and shows up at first use.
     const QString value = path->edit->text().trimmed();
-    if (value == settings::ReadString(path->key))
+    // The folder in use shown unchanged is no choice of the user's: the key stays empty (the default).
+    if (value == settings::ReadString(path->key) ||
+        (settings::ReadString(path->key).isEmpty() && value == pathsInUse.value(path->key)))
         return;
     settings::Write(path->key, value);
     Q_EMIT Signal_PathChanged(path->key, value);

@@ -13,6 +13,7 @@
 
 #include "controlelement/controlelement.h"
 
+#include <QMap>
 #include <QString>
 #include <QStringList>
 
@@ -63,6 +64,10 @@ public:
     CustomSwitch* SwitchEnableAutoUpdate() const { return switchEnableAutoUpdate; }
     CustomSwitch* SwitchEnableNodePolling() const { return switchEnableNodePolling; }
     CustomSwitch* SwitchReconnectParameterRestore() const { return switchReconnectParameterRestore; }
+    // The folder actually in use for a path key, shown in its row while the key itself is empty (the default).
+    void SetPathInUse(const QString& key, const QString& path);
+    // Puts the kernel transport switch back to what the key says (a refused change).
+    void RevertOnlyKernelTls(bool value);
     // The four path edits: "path_workspace", "path_auto_image_save", "path_video_recording", "path_inference".
     CustomEdit* PathEdit(const QString& key) const;
     // The rows of the shortcut page: key text and description.
@@ -97,6 +102,8 @@ Q_SIGNALS:
     // One of the automatic image save keys changed.
     void Signal_AutoImageSaveChanged();
     void Signal_ResetImageCounter();
+    // "Dialog fading (ms)" changed: every element takes the new time.
+    void Signal_FadeTimeChanged(int ms);
     void Signal_PathChanged(const QString& key, const QString& path);
 
 private Q_SLOTS:
@@ -195,7 +202,11 @@ private:
     // Shortcuts: key label and description label per row.
     std::vector<std::pair<CustomLabel*, CustomLabel*>> shortcutLabels;
 
+    // The row text of a path key: the stored folder, or the one in use when the key is empty.
+    QString PathRowText(const QString& key) const;
+
     QString workspacePath;
+    QMap<QString, QString> pathsInUse;
     QString skinPath;
     bool nodePolling = true;
     bool reconnectParameterRestore = true;

@@ -21,8 +21,9 @@
 //  19. the version check of the device library (CheckDeviceLibraryVersion)
 //  20. the event filter on the window itself (Ctrl+Tab)
 //
-// Teardown (destructor): a progress bar centred over the window walks six even steps, processing events
-// after each, so that closing cameras is visible; ExitLibraries() comes at step five, after every camera.
+// Teardown (destructor): a progress window of its own, centred where the main window stood (which is hidden
+// by then), walks six even steps, each value shown and events processed before the step's work, so that
+// closing cameras is visible; ExitLibraries() comes at step five, after every camera.
 #include "app/mainwindow.h"
 
 #include "app/applicationglobals.h"
@@ -39,6 +40,7 @@
 #include "controlelement/dockingwidget.h"
 #include "discovery/cameralistmodel.h"
 #include "discovery/devicemanager.h"
+#include "nodetree/nodemapaccess.h"
 #include "orna/afl/orna_afl.h"
 #include "orna/core/exception.h"
 #include "orna/core/library.h"
@@ -159,16 +161,33 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
             [this](bool on) { m_openCameraWithAcquisition = on; });
     connect(applicationSettings, &ApplicationSettings::Signal_CameraListAutoUpdateChanged, this, [this](bool on) {
         m_cameraListAutoUpdate = on;
+        if (m_cameraList != nullptr)
+            m_cameraList->SetAutoUpdate(on);
         UpdateNotificationRow();
     });
     connect(applicationSettings, &ApplicationSettings::Signal_NodePollingChanged, this, [this](bool on) {
+        // The receiver is each camera's node polling (the polling worker of VisionCamera), which reads this
+        // switch when it starts after an open; until it polls, the switch is kept here and shown in the row.
         m_parameterPolling = on;
         UpdateNotificationRow();
+    });
+    connect(applicationSettings, &ApplicationSettings::Signal_ReconnectParameterRestoreChanged, this,
+            &MainWindow::OnReconnectParameterRestoreChanged);
+    connect(applicationSettings, &ApplicationSettings::Signal_ResetDeviceList, this, &MainWindow::OnResetDeviceList);
+    connect(applicationSettings, &ApplicationSettings::Signal_ResetImageCounter, this,
+            &MainWindow::OnResetImageCounter);
+    connect(applicationSettings, &ApplicationSettings::Signal_FadeTimeChanged, this, [this](int ms) {
+        for (ControlElement* element : elements)
+            element->SetFadeTime(ms);
+        for (ControlElement* element : fixedElements)
+            element->SetFadeTime(ms);
     });
     connect(applicationSettings, &ApplicationSettings::Signal_AutoImageSaveChanged, this,
             &MainWindow::OnAutoImageSaveChanged);
     connect(applicationSettings, &ApplicationSettings::Signal_PathChanged, this, &MainWindow::OnPathChanged);
     applicationSettings->SetWorkspacePath(m_workspacePath);
+    applicationSettings->SetPathInUse(QStringLiteral("path_workspace"), m_workspacePath);
+    applicationSettings->SetPathInUse(QStringLiteral("path_auto_image_save"), m_autoImageSavePath);
     FillWorkspaceCombo();
 
     UpdateStyleSheet();
@@ -528,6 +547,7 @@ void MainWindow::ShowWarning(const QString& text)
 
 void MainWindow::ShowInfo(const QString& title, const QString& text)
 {
+    Q_EMIT Signal_InfoShown(title, text);
     InfoDialog dialog(this, title, text, IsHeadless() ? 1 : 0);
     dialog.exec();
 }
@@ -619,7 +639,19 @@ void MainWindow::AddPanel(ControlElement* owner, ControlElement* element)
     element->SetParentElement(owner);
 
     ControlElement::Place place;
-    if (owner->RememberedPlace(element->Type(), &place) && place.x != 0 && place.y != 0)
+    const bool remembered = owner->RememberedPlace(element->Type(), &place);
+    const bool tabbedBefore =
+        remembered && ((place.tabbed == ControlElement::TabLeftSide && owner->LeftTabbedElement() == nullptr) ||
+                       (place.tabbed == ControlElement::TabRightSide && owner->RightTabbedElement() == nullptr));
+    if (tabbedBefore)
+    {
+        // Into its column again; the element list and the fade follow as for any panel.
+        if (place.tabbed == ControlElement::TabLeftSide)
+            owner->TabLeft(element, true);
+        else
+            owner->TabRight(element, true);
+    }
+    else if (remembered && place.tabbed == ControlElement::TabNone && place.x != 0 && place.y != 0)
     {
         // Where the user left the last panel of this type; no collision test.
         if (!place.docked)
@@ -704,9 +736,13 @@ void MainWindow::UpdateEmptyDeskHint()
 void MainWindow::OnStartDeletingControlElement()
 {
     auto* element = qobject_cast<ControlElement*>(sender());
-    if (element == nullptr || IsFixed(element))
+    if (m_beingDestroyed || element == nullptr || IsFixed(element))
         return;
     ControlElement* parent = element->ParentElement();
+    // Taken before the panel leaves its column: the place to remember is the column.
+    const int tabbedSide = element->IsTabbedLeft()    ? ControlElement::TabLeftSide
+                           : element->IsTabbedRight() ? ControlElement::TabRightSide
+                                                      : ControlElement::TabNone;
     if (parent != nullptr && element->IsTabbed())
     {
         if (element->IsTabbedLeft())
@@ -731,11 +767,10 @@ void MainWindow::OnStartDeletingControlElement()
         other->UpdateControls();
         children.push_back(other);
     }
-    if (parent != nullptr && parent->Type() == ControlElement::kCameraObjectType && element->Type() != 4 &&
-        !element->IsTabbed())
-    {
-        parent->RememberPlace(element->Type(), {element->x(), element->y(), element->IsDocked()});
-    }
+    // Ours to settle: a panel closed while tabbed is remembered as tabbed, on its side, and the next panel of
+    // its type opens in that column again when the column is free; otherwise where it stood.
+    if (parent != nullptr && parent->Type() == ControlElement::kCameraObjectType && element->Type() != 4)
+        parent->RememberPlace(element->Type(), {element->x(), element->y(), element->IsDocked(), tabbedSide});
     if (parent != nullptr)
         connect(element, &ControlElement::Signal_ErasedFromControlElementVector, parent,
                 &ControlElement::UpdateControls, Qt::UniqueConnection);
@@ -749,7 +784,8 @@ void MainWindow::OnStartDeletingControlElement()
 void MainWindow::OnFinishDeletingControlElement()
 {
     auto* element = qobject_cast<ControlElement*>(sender());
-    if (element == nullptr || IsFixed(element))
+    // During the teardown the elements are deleted there, each once; a fade ending meanwhile changes nothing.
+    if (m_beingDestroyed || element == nullptr || IsFixed(element))
         return;
     RemoveElement(element);
     if (element == cameraManager)
@@ -1001,7 +1037,12 @@ void MainWindow::SetCameraList(CameraListModel* list)
     connect(list, &CameraListModel::OpenableDeviceCountChanged, this,
             [this](int count) { EnableOpenButton(count > 0); });
     EnableOpenButton(list->OpenableDeviceCount() > 0);
+    // The options' switches act on the list from the start, not only when changed.
+    const bool onlyKernelTls = settings::ReadBool(QStringLiteral("only_kvx_kernel_tls"), 0);
+    if (list->IsOnlyKernelTls() != onlyKernelTls)
+        list->SetOnlyKernelTls(onlyKernelTls);
     list->SetAutoUpdate(m_cameraListAutoUpdate);
+    UpdateNotificationRow();
 }
 
 CameraListModel* MainWindow::CameraList() const
@@ -1034,24 +1075,39 @@ void MainWindow::EnableOpenButton(bool enable)
 
 // --- Results of a camera open (queued from the open worker through the camera window)
 
+ControlElement* MainWindow::OpenedWindow(QWidget* cameraObject) const
+{
+    // The open results are queued: the window they name may have gone meanwhile ("No workspace", a close, a
+    // failed open). Only a pointer still in the element list is dereferenced.
+    for (ControlElement* element : elements)
+        if (element == cameraObject)
+            return element;
+    return nullptr;
+}
+
 void MainWindow::OnHasOpenedCamera(QString name, QWidget* cameraObject)
 {
     if (m_beingDestroyed)
         return;
-    // Sizing and the link speed check of a new camera window: waiting for the camera window class. The
-    // pieces are ready: desk::CameraWindowSize, CheckLinkSpeed.
-    VisionCamera* camera = cameraObject ? cameraObject->findChild<VisionCamera*>() : nullptr;
-    if (camera == nullptr)
+    ControlElement* window = OpenedWindow(cameraObject);
+    VisionCamera* camera = window != nullptr ? window->findChild<VisionCamera*>() : nullptr;
+    if (camera == nullptr || !camera->IsOpen())
+        return;
+    ApplyRestoreFlag(camera);
+    // The application-wide parameter polling switch reaches each camera's node polling once that exists
+    // (VisionCamera's polling thread); m_parameterPolling is its value.
+    QPointer<ControlElement> guard(window);
+    CheckLinkSpeed(camera, false);
+    // The warning ran a dialog: the window may be gone after it.
+    if (guard.isNull() || m_beingDestroyed)
         return;
     const QString bootStatus = camera->GetBootStatusText();
     if (!desk::BootStatusNeedsReport(bootStatus, name))
         return;
     const QString description = camera->GetDeviceBootStatusDescription();
     ReportBootStatus(name, bootStatus, description);
-    InfoDialog dialog(this, tr("Camera boot status"),
-                      camera::BootStatusDialogText(bootStatus, description, desk::DownloadUrl(), desk::SupportUrl()),
-                      IsHeadless() ? 1 : 0);
-    dialog.exec();
+    ShowInfo(tr("Camera boot status"),
+             camera::BootStatusDialogText(bootStatus, description, desk::DownloadUrl(), desk::SupportUrl()));
 }
 
 void MainWindow::OnHasOpenedCameraInServiceFirmware(QString name, QWidget* cameraObject)
@@ -1059,14 +1115,14 @@ void MainWindow::OnHasOpenedCameraInServiceFirmware(QString name, QWidget* camer
     Q_UNUSED(name)
     if (m_beingDestroyed)
         return;
-    VisionCamera* camera = cameraObject ? cameraObject->findChild<VisionCamera*>() : nullptr;
-    const QString bootStatus = camera ? camera->GetBootStatusText() : QStringLiteral("OK");
-    const QString description = camera ? camera->GetDeviceBootStatusDescription() : QString();
-    InfoDialog dialog(
-        this, tr("Service firmware"),
-        camera::ServiceFirmwareDialogText(bootStatus, description, desk::DownloadUrl(), desk::SupportUrl()),
-        IsHeadless() ? 1 : 0);
-    dialog.exec();
+    ControlElement* window = OpenedWindow(cameraObject);
+    VisionCamera* camera = window != nullptr ? window->findChild<VisionCamera*>() : nullptr;
+    if (camera == nullptr)
+        return;
+    const QString bootStatus = camera->GetBootStatusText();
+    const QString description = camera->GetDeviceBootStatusDescription();
+    ShowInfo(tr("Service firmware"),
+             camera::ServiceFirmwareDialogText(bootStatus, description, desk::DownloadUrl(), desk::SupportUrl()));
 }
 
 void MainWindow::OnCannotOpenCamera(QString name, QString error, QWidget* cameraObject)
@@ -1076,13 +1132,16 @@ void MainWindow::OnCannotOpenCamera(QString name, QString error, QWidget* camera
         return;
     // The dialog is built before the window goes and runs after it.
     InfoDialog dialog(this, tr("Cannot open camera"), error, IsHeadless() ? 1 : 0);
-    if (auto* element = qobject_cast<ControlElement*>(cameraObject))
+    if (ControlElement* element = OpenedWindow(cameraObject))
     {
+        if (auto* cameraWindow = qobject_cast<CameraObject*>(element))
+            cameraWindow->SetOpenInProgress(false);
         element->hide();
-        if (std::find(elements.begin(), elements.end(), element) != elements.end())
-            RemoveElement(element);
+        RemoveElement(element);
     }
+    UpdateOpenBusyState();
     UpdateEmptyDeskHint();
+    Q_EMIT Signal_InfoShown(tr("Cannot open camera"), error);
     dialog.exec();
     update();
 }
@@ -1090,6 +1149,17 @@ void MainWindow::OnCannotOpenCamera(QString name, QString error, QWidget* camera
 void MainWindow::OnDeviceLost(QString infoMessage)
 {
     ShowInfo(tr("Camera removed"), infoMessage);
+}
+
+void MainWindow::CheckLinkSpeed(VisionCamera* camera, bool withSerialNumber)
+{
+    if (camera == nullptr)
+        return;
+    int64_t speed = 0;
+    if (!camera->GetDeviceLinkSpeed_bytes_per_second(speed))
+        return;
+    CheckLinkSpeed(camera->GetTransportType(), camera->GetFamilyName(), speed, camera->GetSerialNumber(),
+                   withSerialNumber);
 }
 
 void MainWindow::CheckLinkSpeed(const QString& transportType, const QString& familyName, qint64 bytesPerSecond,
@@ -1117,7 +1187,67 @@ void MainWindow::ReportBootStatus(const QString& cameraName, const QString& boot
 
 QString MainWindow::NotificationRowText() const
 {
-    return desk::NotificationText(m_cameraListAutoUpdate, m_parameterPolling, m_autoImageSaveAcquisition == 1);
+    // The row says what the list does, not what the key says.
+    const bool autoUpdate = m_cameraList != nullptr ? m_cameraList->IsAutoUpdate() : m_cameraListAutoUpdate;
+    return desk::NotificationText(autoUpdate, m_parameterPolling, m_autoImageSaveAcquisition == 1);
+}
+
+void MainWindow::OnReconnectParameterRestoreChanged(bool on)
+{
+    m_restoreOnReconnect = on;
+    for (ControlElement* element : elements)
+        if (auto* cameraWindow = qobject_cast<CameraObject*>(element))
+            ApplyRestoreFlag(cameraWindow->Camera());
+}
+
+void MainWindow::ApplyRestoreFlag(VisionCamera* camera) const
+{
+    if (camera == nullptr)
+        return;
+    for (int module = 0; module < kNumXmlModules; ++module)
+        if (NodeMapAccess* access = camera->GetNodeMapAccess(static_cast<XmlModule>(module)))
+            access->SetRestoreEnabled(m_restoreOnReconnect);
+}
+
+QStringList MainWindow::OpenCameraKeys() const
+{
+    QStringList keys;
+    for (ControlElement* element : elements)
+        if (auto* cameraWindow = qobject_cast<CameraObject*>(element))
+            if (VisionCamera* camera = cameraWindow->Camera())
+                keys << camera->GetKeyText();
+    return keys;
+}
+
+void MainWindow::OnResetDeviceList()
+{
+    const bool wanted = settings::ReadBool(QStringLiteral("only_kvx_kernel_tls"), 0);
+    if (m_cameraList == nullptr)
+        return;
+    const QStringList open = OpenCameraKeys();
+    if (!open.isEmpty())
+    {
+        // The device list is rebuilt only with no camera open; the switch goes back to what the list uses.
+        applicationSettings->RevertOnlyKernelTls(m_cameraList->IsOnlyKernelTls());
+        QString ids;
+        for (const QString& key : open)
+            ids += key + QLatin1Char(' ');
+        ShowInfo(tr("Warning"),
+                 tr("Can't reset the device manager while there are devices open. The following devices (%1) are "
+                    "open: %2")
+                     .arg(open.size())
+                     .arg(ids));
+        return;
+    }
+    if (m_cameraList->IsOnlyKernelTls() != wanted)
+        m_cameraList->SetOnlyKernelTls(wanted);
+}
+
+void MainWindow::OnResetImageCounter()
+{
+    // The counter of automatic image names; image saving reads and advances it when it saves (its part is
+    // the receiver of "Reset counter"), until then it only starts again from 0 here.
+    m_autoImageSaveCounter = 0;
 }
 
 void MainWindow::UpdateNotificationRow()
@@ -1166,6 +1296,14 @@ void MainWindow::FillWorkspaceCombo()
 
 void MainWindow::OnComboWorkspace()
 {
+    if (AnyOpenInProgress())
+    {
+        // The open thread works on a window of the desk: the desk stays as it is, and so does the choice.
+        const QSignalBlocker blocker(comboWorkspace);
+        const int index = comboWorkspace->findData(m_currentWorkspaceName);
+        comboWorkspace->setCurrentIndex(index < 0 ? 0 : index);
+        return;
+    }
     if (comboWorkspace->currentData().toString() == kNoWorkspace)
         ClearDesk(false);
     // Loading a named workspace belongs to the workspace reader, which is not part of this window yet.
@@ -1174,6 +1312,8 @@ void MainWindow::OnComboWorkspace()
 
 void MainWindow::OnButtonCreateWorkspace()
 {
+    if (AnyOpenInProgress())
+        return;
     const QTime now = QTime::currentTime();
     comboWorkspace->hide();
     editWorkspace->show();
@@ -1199,6 +1339,8 @@ void MainWindow::OnEditSaveWorkspace()
 
 void MainWindow::OnButtonDeleteWorkspace()
 {
+    if (AnyOpenInProgress())
+        return;
     // Deleting the file belongs to the workspace writer; the list is rebuilt in every case.
     FillWorkspaceCombo();
 }
@@ -1222,7 +1364,11 @@ void MainWindow::OnToggleLanguage()
 
 void MainWindow::OnFullscreen()
 {
-    const int shift = DockingRect(false).top();
+    // The elements keep their place relative to the docking area: they move by how far its top moves. Both
+    // tops are measured with the layout settled, the second one after the bars were shown or hidden; a shift
+    // measured before the toolbar is back is 0 and leaves everything lifted for good.
+    m_frame->layout()->activate();
+    const int before = DockingRect(false).top();
     if (isFullScreen)
     {
         isFullScreen = false;
@@ -1238,8 +1384,13 @@ void MainWindow::OnFullscreen()
     }
     toolBarFrame->setVisible(!isFullScreen);
     notificationFrame->setVisible(!isFullScreen);
+    m_frame->layout()->activate();
+    const int shift = DockingRect(false).top() - before;
+    if (shift == 0)
+        return;
     for (ControlElement* element : elements)
-        element->move(element->x(), element->y() + (isFullScreen ? -shift : shift));
+        if (!element->IsTabbed()) // a tabbed panel's place belongs to its camera window's layout
+            element->move(element->x(), element->y() + shift);
 }
 
 // --- Reactions to the options
@@ -1296,11 +1447,13 @@ void MainWindow::OnPathChanged(const QString& key, const QString& path)
     {
         m_workspacePath = path.isEmpty() ? m_defaultWorkspacePath : path;
         applicationSettings->SetWorkspacePath(m_workspacePath);
+        applicationSettings->SetPathInUse(key, m_workspacePath);
         FillWorkspaceCombo();
     }
     else if (key == QLatin1String("path_auto_image_save"))
     {
         m_autoImageSavePath = path.isEmpty() ? QCoreApplication::applicationDirPath() : path;
+        applicationSettings->SetPathInUse(key, m_autoImageSavePath);
     }
 }
 
@@ -1386,20 +1539,52 @@ void MainWindow::OnExitProgram()
 void MainWindow::Teardown()
 {
     m_beingDestroyed = true;
-    auto* bar = new CustomProgressBar(this);
-    bar->resize(qMin(400, width() - 40), 36);
-    bar->move((width() - bar->width()) / 2, (height() - bar->height()) / 2);
+    // Nothing an element still sends (a fade that ends during the event processing below, a close) may reach
+    // the desk's bookkeeping any more: the teardown alone deletes the elements, each once.
+    std::vector<QPointer<ControlElement>> onDesk;
+    for (ControlElement* element : elements)
+    {
+        disconnect(element, nullptr, this, nullptr);
+        onDesk.emplace_back(element);
+    }
+    std::vector<QPointer<ControlElement>> fixed;
+    for (ControlElement* element : fixedElements)
+    {
+        disconnect(element, nullptr, this, nullptr);
+        fixed.emplace_back(element);
+    }
+    elements.clear();
+
+    // The window is usually hidden by now (closed): the progress is a window of its own, centred where the main
+    // window stood, so that the user sees the cameras stop; the process does not run on invisibly.
+    const QRect where = frameGeometry();
+    auto* bar = new CustomProgressBar(nullptr);
+    bar->setWindowFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
+    bar->setWindowTitle(windowTitle());
+    bar->resize(qMin(400, qMax(120, where.width() - 40)), 36);
+    bar->move(where.center() - QPoint(bar->width() / 2, bar->height() / 2));
     bar->SetValue(0);
     bar->show();
     bar->raise();
-    QCoreApplication::processEvents();
+    const double stepSize = 100.0 / 6.0;
+    // Each value shows before the work of its step, so that a slow step is seen while it runs.
+    auto step = [&](int number) {
+        bar->SetValue(number >= 6 ? 100.0 : number * stepSize);
+        bar->repaint();
+        if (TeardownObserver())
+            TeardownObserver()(bar, number);
+        QCoreApplication::processEvents();
+    };
+    step(0);
 
-    const double step = 100.0 / 6.0;
-    // 1: every element out of its dock or tab, hidden; the element list is emptied.
-    std::vector<ControlElement*> all = elements;
-    all.insert(all.end(), fixedElements.begin(), fixedElements.end());
-    for (ControlElement* element : all)
+    // 1: every element out of its dock or tab, hidden.
+    step(1);
+    std::vector<QPointer<ControlElement>> all = onDesk;
+    all.insert(all.end(), fixed.begin(), fixed.end());
+    for (const QPointer<ControlElement>& element : all)
     {
+        if (element.isNull())
+            continue;
         ControlElement* parent = element->ParentElement();
         if (parent != nullptr && element->IsTabbedLeft())
             parent->TabLeft(element, false);
@@ -1407,33 +1592,21 @@ void MainWindow::Teardown()
             parent->TabRight(element, false);
         element->hide();
     }
-    std::vector<ControlElement*> onDesk = std::move(elements);
-    elements.clear();
-    bar->SetValue(step);
-    QCoreApplication::processEvents();
     // 2: detach what remains from its parent element.
-    for (ControlElement* element : all)
-        element->SetParentElement(nullptr);
-    bar->SetValue(2 * step);
-    QCoreApplication::processEvents();
+    step(2);
+    for (const QPointer<ControlElement>& element : all)
+        if (!element.isNull())
+            element->SetParentElement(nullptr);
     // 3: camera windows go first; deleting one stops and closes its camera.
-    for (auto it = onDesk.begin(); it != onDesk.end();)
-    {
-        if ((*it)->Type() == ControlElement::kCameraObjectType)
-        {
-            delete *it;
-            it = onDesk.erase(it);
-        }
-        else
-        {
-            ++it;
-        }
-    }
-    bar->SetValue(3 * step);
-    QCoreApplication::processEvents();
+    step(3);
+    for (QPointer<ControlElement>& element : onDesk)
+        if (!element.isNull() && element->Type() == ControlElement::kCameraObjectType)
+            delete element.data();
     // 4: the elements no layout holds: the panels, then the fixed elements.
-    for (ControlElement* element : onDesk)
-        delete element;
+    step(4);
+    for (QPointer<ControlElement>& element : onDesk)
+        if (!element.isNull())
+            delete element.data();
     fixedElements.clear();
     loggerWindow = nullptr;
     applicationSettings = nullptr;
@@ -1443,16 +1616,17 @@ void MainWindow::Teardown()
     for (auto& element : m_ownedElements)
         delete element.data();
     m_ownedElements.clear();
-    bar->SetValue(4 * step);
-    QCoreApplication::processEvents();
     // 5: only now, with every camera gone.
+    step(5);
     ExitLibraries();
-    bar->SetValue(5 * step);
-    QCoreApplication::processEvents();
-    // 6.
-    bar->SetValue(100);
-    QCoreApplication::processEvents();
+    step(6);
     delete bar;
     if (ControlElementHost::Instance() == this)
         ControlElementHost::SetInstance(nullptr);
+}
+
+std::function<void(const QWidget*, int)>& MainWindow::TeardownObserver()
+{
+    static std::function<void(const QWidget*, int)> observer;
+    return observer;
 }

@@ -20,6 +20,7 @@
 #include <QMainWindow>
 #include <QPointer>
 #include <QString>
+#include <QStringList>
 #include <QTranslator>
 
 #include <functional>
@@ -45,6 +46,7 @@ class LoggerWindow;
 class QLabel;
 class QSettings;
 class QShortcut;
+class VisionCamera;
 
 class MainWindow : public QMainWindow, public ControlElementHost
 {
@@ -98,7 +100,9 @@ public:
     void CenterElement(ControlElement* element);
     void UpdateNotificationRow();
     QString NotificationRowText() const;
-    // Warns about a slow link (an InfoDialog) by the transport, family and speed a camera reports.
+    // Warns about a slow link (an InfoDialog) by the transport, family and speed a camera reports; the first
+    // form asks the camera, and does nothing when it cannot tell its speed.
+    void CheckLinkSpeed(VisionCamera* camera, bool withSerialNumber);
     void CheckLinkSpeed(const QString& transportType, const QString& familyName, qint64 bytesPerSecond,
                         const QString& serialNumber, bool withSerialNumber);
     // Writes the boot status block to the log unless the status is "OK" or the camera is a service one.
@@ -131,6 +135,14 @@ public:
     IconButton* ToolBarButton(const QString& iconFile) const;
     QList<QShortcut*> Shortcuts() const { return m_shortcuts; }
     bool IsInFullScreen() const { return isFullScreen; }
+    bool RestoreOnReconnect() const { return m_restoreOnReconnect; }
+    bool ParameterPolling() const { return m_parameterPolling; }
+    int AutoImageSaveCounter() const { return m_autoImageSaveCounter; }
+    void SetAutoImageSaveCounter(int value) { m_autoImageSaveCounter = value; }
+    // The key texts of the cameras open on the desk.
+    QStringList OpenCameraKeys() const;
+    // Called at each of the teardown's steps (0..6) with its progress window, before the step's work; for tests.
+    static std::function<void(const QWidget*, int)>& TeardownObserver();
 
 public Q_SLOTS:
     void OnStartDeletingControlElement();
@@ -154,6 +166,8 @@ public Q_SLOTS:
 Q_SIGNALS:
     void Signal_RelayUpdateControls(ControlElement* elem);
     void Signal_ThemeChanged();
+    // Emitted as a message dialog opens (offscreen runs close it by themselves): title and text.
+    void Signal_InfoShown(QString title, QString text);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -182,6 +196,10 @@ private Q_SLOTS:
     void OnShowConnectionsChanged(bool show);
     void OnAutoImageSaveChanged();
     void OnPathChanged(const QString& key, const QString& path);
+    // The kernel transport switch changed: the list takes it, or it is refused while cameras are open.
+    void OnResetDeviceList();
+    void OnReconnectParameterRestoreChanged(bool on);
+    void OnResetImageCounter();
 
 private:
     void LoadFonts();
@@ -206,8 +224,12 @@ private:
     // Opens or closes one of logger, options, information (the three toggles).
     void ToggleFixedElement(ControlElement* element, IconButton* button, bool alwaysCentre, bool adjust);
     void UpdateEmptyDeskHint();
+    // Every node map of the camera restores (or not) its parameters on reconnect, as the options say.
+    void ApplyRestoreFlag(VisionCamera* camera) const;
     void RemoveElement(ControlElement* element);
     bool AnyOpenInProgress() const;
+    // The element `cameraObject` points to when it is still on the desk, else null; never dereferences it.
+    ControlElement* OpenedWindow(QWidget* cameraObject) const;
     QRect DockingRect(bool global) const;
     bool IsFixed(const ControlElement* element) const;
 
@@ -276,6 +298,8 @@ private:
     bool m_cameraListAutoUpdate = true;
     // The application-wide camera parameter polling switch of the options.
     bool m_parameterPolling = true;
+    bool m_restoreOnReconnect = true;
+    int m_autoImageSaveCounter = 0;
     QString m_defaultWorkspace;
 
     bool m_beingDestroyed = false;

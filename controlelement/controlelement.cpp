@@ -153,6 +153,7 @@ ControlElement::ControlElement(QWidget* parent, bool hasScrollArea)
 
     connect(m_moveHandler, &MoveHandler::MoveFinished, this, &ControlElement::OnMoveOrResizeFinished,
             Qt::DirectConnection);
+    connect(m_resizeHandler, &ResizeHandler::ResizeStarted, this, &ControlElement::OnResizeStarted);
     connect(m_resizeHandler, &ResizeHandler::ResizeFinished, this, &ControlElement::OnMoveOrResizeFinished,
             Qt::DirectConnection);
     connect(m_buttonMaximize, &IconButton::clicked, this, &ControlElement::OnButtonMaximize);
@@ -562,6 +563,9 @@ void ControlElement::UpdateTexts()
 
 void ControlElement::OnButtonMaximize()
 {
+    // A tabbed panel's size is its column's: there is nothing to maximise to inside the camera window.
+    if (IsTabbed())
+        return;
     SetMaximized(!m_maximized, true);
 }
 
@@ -577,8 +581,11 @@ void ControlElement::OnButtonClose()
 
 void ControlElement::SetTabbed(bool left, bool tabbed)
 {
+    if (tabbed && m_maximized)
+        SetMaximized(false, true);
     m_tabbedLeft = left && tabbed;
     m_tabbedRight = !left && tabbed;
+    m_buttonMaximize->setEnabled(!tabbed);
     UpdateResizeEdges();
     UpdateTitle();
 }
@@ -798,9 +805,31 @@ QRect ControlElement::SnapToGrid(const QRect& geometry, const QPoint& origin, in
                  SnapSize(geometry.height(), g));
 }
 
+void ControlElement::OnResizeStarted()
+{
+    // The resize handler consumes the press, so the element is raised here as by a press on its body.
+    m_pressRect = geometry();
+    HostBringToFront();
+    // A tabbed panel's width is held by its maximum width; the free edge may widen it beyond.
+    if (IsTabbed())
+        setMaximumWidth(kMaxWidgetSize);
+}
+
 void ControlElement::OnMoveOrResizeFinished()
 {
     ControlElement* parent = m_parentElement;
+    if (IsTabbed() && !m_movedByUser)
+    {
+        // A tabbed panel resized by its free edge: the column takes the new width and keeps it at every layout
+        // pass (the width is held as the maximum, the size hint follows the last size).
+        const int newWidth = width();
+        setMaximumWidth(newWidth);
+        m_lastSize = size();
+        if (auto* host = qobject_cast<ControlElement*>(parentWidget()))
+            host->RelayoutAfterTab();
+        Q_EMIT Signal_Redraw();
+        return;
+    }
     // 1. Tab or dock where the user dropped it.
     if (m_movedByUser)
     {

@@ -78,6 +78,8 @@ public:
         int x = 0;
         int y = 0;
         bool docked = true;
+        // The side the panel was tabbed to when it closed (TabNone when it was not tabbed).
+        int tabbed = 0;
     };
 
     ControlElement(QWidget* parent, bool hasScrollArea);
@@ -137,6 +139,8 @@ public:
     QSize LastSize() const { return m_lastSize; }
     void SetDefaultSize(int width, int height, int minWidth = -1, int minHeight = -1);
     int FadeTime() const { return m_fadeTime; }
+    // A change of "Dialog fading (ms)" reaches elements built before it; the next fade uses it.
+    void SetFadeTime(int ms) { m_fadeTime = ms; }
 
     // --- Content
     CustomLayout* Layout() const { return m_layout; }
@@ -245,6 +249,7 @@ protected:
 
 private Q_SLOTS:
     void OnMoveOrResizeFinished();
+    void OnResizeStarted();
     void FillDockingRectSize();
     void OnFadeInFinished();
     void OnFadeOutFinished();

@@ -180,6 +180,8 @@ bool ResizeHandler::eventFilter(QObject* watched, QEvent* event)
         if (m_resizing)
         {
             m_pressPos = Rounded(me->screenPos());
+            Q_EMIT ResizeStarted();
+            // Taken after the start, which may lift limits of the target's geometry.
             m_pressGeometry = m_target->geometry();
             return true;
         }

@@ -38,6 +38,8 @@ public:
     QRect EdgeRect(Edge edge) const { return m_edgeRect[edge]; }
 
 Q_SIGNALS:
+    // A press on an enabled edge began a resize (the press itself is consumed).
+    void ResizeStarted();
     void ResizeFinished();
 
 protected:

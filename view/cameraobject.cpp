@@ -20,6 +20,7 @@
 #include <QApplication>
 #include <QGuiApplication>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QScrollArea>
 #include <QThread>
 #include <QTimer>
@@ -191,9 +192,8 @@ void CameraObject::CreateControls()
             spacing = ApplicationGlobals::developerView ? 11 : 3;
         else if (entry.type == 28)
             spacing = 3;
+        // Every button is shown to everyone, "Developer Tools" too; developer view only changes a spacing.
         IconButton* button = AddLeftButton(QString::fromLatin1(entry.icon), tr(entry.toolTip), entry.type, spacing);
-        if (entry.type == 28)
-            button->setVisible(ApplicationGlobals::developerView);
         panelButtons.push_back(button);
     }
     leftToolbarLayout->addStretch(1);
@@ -227,10 +227,10 @@ void CameraObject::CreateControls()
         {"chart-bar.png", QT_TR_NOOP("Histogram")},
         {"line-profile-vertical.png", QT_TR_NOOP("Lineview")},
         {"crosshair.png", QT_TR_NOOP("Crosshairs (press CTRL to move it)")},
-        {"pixel-peek.png", QT_TR_NOOP("Pixel viewer")},
     };
     for (const auto& [icon, tip] : later)
         laterToolButtons.push_back(AddUpperButton(QString::fromLatin1(icon), tr(tip), true));
+    buttonMagnifier = AddUpperButton(QStringLiteral("pixel-peek.png"), tr("Pixel viewer"), true);
     spinboxMagnifierFactor = new CustomDiscreteSpinbox(upperToolbar);
     spinboxMagnifierFactor->SetValues(MagnifierFactors());
     spinboxMagnifierFactor->SetValue(1.0);
@@ -256,7 +256,6 @@ void CameraObject::CreateControls()
         laterToolButtons.push_back(AddUpperButton(QString::fromLatin1(icon), tr(tip), true));
     for (IconButton* button : laterToolButtons)
         button->setEnabled(false);
-    spinboxMagnifierFactor->setEnabled(false);
     upperLayout->addStretch(1);
     upperScroller = ClippingScroller(upperToolbar, Qt::Horizontal, body);
     column->addWidget(upperScroller);
@@ -278,8 +277,10 @@ void CameraObject::CreateControls()
     labelReconnects = new CustomLabel(tr("reconnects") + QStringLiteral(": ") + QString::number(0), statusLine);
     labelWaiting = new CustomLabel(tr("Waiting for image..."), statusLine);
     labelWaiting->hide();
-    for (CustomLabel* label :
-         {labelPosition, labelTimeouts, labelAcquired, labelFps, labelIncompletes, labelReconnects, labelWaiting})
+    labelFullViewHint = new CustomLabel(tr("Double click or press ESC to leave."), statusLine);
+    labelFullViewHint->hide();
+    for (CustomLabel* label : {labelPosition, labelTimeouts, labelAcquired, labelFps, labelIncompletes, labelReconnects,
+                               labelWaiting, labelFullViewHint})
         statusLayout->addWidget(label);
     statusLayout->addStretch(1);
     column->addWidget(statusLine);
@@ -307,6 +308,7 @@ void CameraObject::ConnectControls()
     connect(buttonFitIn, SIGNAL(clicked()), this, SLOT(OnButtonFitIn()), Qt::UniqueConnection);
     connect(buttonNormalSize, SIGNAL(clicked()), this, SLOT(OnButtonNormalSize()), Qt::UniqueConnection);
     connect(buttonNoToolbar, SIGNAL(clicked()), this, SLOT(OnButtonNoToolbarMode()), Qt::UniqueConnection);
+    connect(buttonMagnifier, SIGNAL(clicked()), this, SLOT(OnButtonMagnifier()), Qt::UniqueConnection);
     connect(spinboxScaleFactor, SIGNAL(Signal_ValueChanged()), this, SLOT(OnSpinboxScaleFactor()),
             Qt::UniqueConnection);
     connect(spinboxMagnifierFactor, SIGNAL(Signal_ValueChanged()), this, SLOT(OnSpinboxMagnifierFactor()),
@@ -327,7 +329,7 @@ void CameraObject::DisconnectControls()
 {
     for (QObject* sender : std::initializer_list<QObject*>{
              buttonLive, buttonFreeze, buttonMagic, buttonDisplayOff, buttonFitIn, buttonNormalSize, buttonNoToolbar,
-             spinboxScaleFactor, spinboxMagnifierFactor, display->View(), display})
+             buttonMagnifier, spinboxScaleFactor, spinboxMagnifierFactor, display->View(), display})
         disconnect(sender, nullptr, this, nullptr);
     for (IconButton* button : panelButtons)
         disconnect(button, nullptr, this, nullptr);
@@ -456,6 +458,11 @@ void CameraObject::OnCameraOpened()
     }
     isServiceFirmware = camera->GetCameraName().contains(QStringLiteral("service"), Qt::CaseInsensitive);
     isSpecialFamily = camera->GetFamilyName() == QLatin1String("RT-KM");
+    // Read while the device answers: at a loss it cannot be asked any more.
+    bool supported = false;
+    bool active = false;
+    reconnectActive = camera->GetBoolValue("IsReconnectSupported", supported) && supported &&
+                      camera->GetBoolValue("ReconnectActive", active) && active;
     SetStatusWaiting(camera->IsAcquiring() && display->Scene()->PaintedFrames() == 0);
     RefreshTitle();
     UpdateControls();
@@ -530,6 +537,12 @@ void CameraObject::UpdateCounters(bool exception, double frameTime_ms, double pr
         incompleteCounter = incompleteCounter_;
     }
     smoothedFps = SmoothFps(smoothedFps, frameTime_ms);
+    // A counted frame ends the wait, also with the display off, when no display update ever comes.
+    if (!exception && waitingForImage)
+    {
+        SetStatusWaiting(false);
+        OnTimerUpdateCounters();
+    }
     labelAcquired->setText(tr("acquired") + QStringLiteral(": ") + QString::number(frameCounter));
 }
 
@@ -541,6 +554,11 @@ void CameraObject::OnTimerUpdateCounters()
     labelFps->setText(tr("fps: ") + QString::number(smoothedFps, 'f', 1));
     labelIncompletes->setText(tr("incompletes") + QStringLiteral(": ") + QString::number(incompleteCounter));
     labelReconnects->setText(tr("reconnects") + QStringLiteral(": ") + QString::number(reconnects));
+    // The value under a resting cursor changes with the frames; like the counters it is refreshed here, not
+    // with every frame.
+    const QPoint cursor = display->Scene()->MagnifierPosition();
+    if (cursor.x() >= 0 && cursor.y() >= 0)
+        ShowPosition(cursor);
 }
 
 void CameraObject::UpdateDialogControls()
@@ -576,6 +594,12 @@ void CameraObject::UpdateControls()
     buttonFitIn->setEnabled(!isServiceFirmware);
     buttonNormalSize->setEnabled(!isServiceFirmware);
     spinboxScaleFactor->setEnabled(!isServiceFirmware);
+    buttonMagnifier->setEnabled(!isServiceFirmware);
+    buttonNoToolbar->setEnabled(!isServiceFirmware);
+    // The toolbars never stay hidden on a window that has no way of showing them again.
+    if (isServiceFirmware && toolbarsHidden)
+        SetFullView(false);
+    spinboxMagnifierFactor->setEnabled(!isServiceFirmware && buttonMagnifier->isChecked());
     if (!acquiring && waitingForImage && !openInProgress)
         SetStatusWaiting(false);
 }
@@ -724,9 +748,30 @@ void CameraObject::OnButtonNormalSize()
 
 void CameraObject::OnButtonNoToolbarMode()
 {
-    toolbarsHidden = !toolbarsHidden;
-    leftScroller->setVisible(!toolbarsHidden);
-    upperScroller->setVisible(!toolbarsHidden);
+    // A camera in service firmware has no way back by double click: it never enters the full view.
+    SetFullView(!toolbarsHidden && !isServiceFirmware);
+}
+
+void CameraObject::SetFullView(bool on)
+{
+    toolbarsHidden = on;
+    leftScroller->setVisible(!on);
+    upperScroller->setVisible(!on);
+    labelFullViewHint->setVisible(on);
+    if (on)
+        // ESC reaches this window through the focused display.
+        display->View()->setFocus(Qt::OtherFocusReason);
+}
+
+void CameraObject::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_Escape && toolbarsHidden)
+    {
+        SetFullView(false);
+        event->accept();
+        return;
+    }
+    ControlElement::keyPressEvent(event);
 }
 
 void CameraObject::OnMouseWheelChanged(bool up)
@@ -752,16 +797,39 @@ void CameraObject::OnImageDisplayParamsChanged()
 void CameraObject::OnMousePressed(QPoint start)
 {
     lastPosition = start;
-    labelPosition->setText(CustomDisplay::PositionText(start));
+    if (start.x() >= 0 && start.y() >= 0 && start.x() < display->ImageWidth() && start.y() < display->ImageHeight())
+        ShowPosition(start);
+    else
+        labelPosition->setText(CustomDisplay::PositionText(start));
 }
 
 void CameraObject::OnMouseMoved(QPoint start, QPoint end)
 {
     Q_UNUSED(start)
     if (end.x() < 0 || end.y() < 0 || end.x() >= display->ImageWidth() || end.y() >= display->ImageHeight())
+    {
+        display->Scene()->SetMagnifierPosition(QPoint(-1, -1));
         return;
+    }
     lastPosition = end;
-    labelPosition->setText(CustomDisplay::PositionText(end));
+    display->Scene()->SetMagnifierPosition(end);
+    ShowPosition(end);
+}
+
+void CameraObject::ShowPosition(const QPoint& pixel)
+{
+    // The value under the cursor in the frame's own depth; one pixel is read, never the frame converted.
+    const QString value = display->Scene()->ValueTextAt(pixel);
+    labelPosition->setText(CustomDisplay::PositionText(pixel) +
+                           (value.isEmpty() ? QString() : QStringLiteral(" = ") + value));
+}
+
+void CameraObject::OnButtonMagnifier()
+{
+    const bool on = buttonMagnifier->isChecked();
+    display->Scene()->SetMagnifierCell(static_cast<int>(spinboxMagnifierFactor->Value()));
+    display->Scene()->SetMagnifierEnabled(on);
+    UpdateControls();
 }
 
 void CameraObject::OnRoiDrawn(QPoint start, QPoint end)
@@ -775,7 +843,7 @@ void CameraObject::OnMouseDoubleClicked()
 {
     if (isServiceFirmware)
         return;
-    OnButtonNoToolbarMode();
+    SetFullView(!toolbarsHidden);
 }
 
 // --- Device events
@@ -791,7 +859,8 @@ void CameraObject::OnDisconnectDevice(bool deviceLost)
         buttonLive->setEnabled(false);
     }
     RefreshTitle();
-    if (deviceLost)
+    // Only a camera that will not come back by itself is told as lost with reconnect disabled.
+    if (deviceLost && !reconnectActive)
     {
         InfoDialog dialog(this, tr("Camera lost"),
                           tr("The camera has been lost and reconnect is disabled.\nClose the window and use the camera "
@@ -831,4 +900,15 @@ void CameraObject::RestartImageAcquisition(bool doRestart)
 void CameraObject::OnDeviceResetExecuted()
 {
     UpdateControls();
+}
+
+QString CameraObject::FullViewHintText() const
+{
+    return labelFullViewHint->isVisible() ? labelFullViewHint->text() : QString();
+}
+
+void CameraObject::RelayoutAfterTab()
+{
+    ControlElement::RelayoutAfterTab();
+    UpdateDialogControls();
 }

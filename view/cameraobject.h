@@ -81,6 +81,10 @@ public:
     IconButton* NormalSizeButton() const { return buttonNormalSize; }
     CustomDiscreteSpinbox* ZoomSpinbox() const { return spinboxScaleFactor; }
     CustomDiscreteSpinbox* MagnifierSpinbox() const { return spinboxMagnifierFactor; }
+    IconButton* MagnifierButton() const { return buttonMagnifier; }
+    IconButton* NoToolbarButton() const { return buttonNoToolbar; }
+    bool IsFullView() const { return toolbarsHidden; }
+    QString FullViewHintText() const;
     // Left and upper toolbar buttons by icon file; null when there is none.
     IconButton* ToolButton(const QString& iconFile) const;
     QString PositionText() const;
@@ -126,10 +130,16 @@ Q_SIGNALS:
     void beep();
     void CameraChanged(VisionCamera* camera);
 
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+    // After a panel was tabbed or released (or its column resized): the panels refresh their controls.
+    void RelayoutAfterTab() override;
+
 private Q_SLOTS:
     void OnSpinboxScaleFactor();
     void OnSpinboxMagnifierFactor();
     void OnButtonNoToolbarMode();
+    void OnButtonMagnifier();
     void OnButtonDisplayOff();
     void OnButtonFitIn();
     void OnButtonNormalSize();
@@ -147,6 +157,10 @@ private:
     void SetStatusWaiting(bool waiting);
     void ApplyZoomIndex(int index);
     void RefreshTitle();
+    // Full view: both toolbars hidden, the leaving hint shown; ESC and a double click leave it.
+    void SetFullView(bool on);
+    // The position label: "(x: 1, y: 2)" and the value of that pixel.
+    void ShowPosition(const QPoint& pixel);
 
     VisionCamera* camera = nullptr;
     QWidget* mainWindow = nullptr;
@@ -166,6 +180,8 @@ private:
     double smoothedFps = 0.0;
     bool isServiceFirmware = false;
     bool isSpecialFamily = false;
+    // The camera reconnects by itself after a loss (read at the open).
+    bool reconnectActive = false;
     int pixelFormatBytes = 0;
     uint32_t pixelFormat = 0;
     int magicRunCount = 0;
@@ -186,6 +202,7 @@ private:
     IconButton* buttonFitIn = nullptr;
     IconButton* buttonNormalSize = nullptr;
     IconButton* buttonNoToolbar = nullptr;
+    IconButton* buttonMagnifier = nullptr;
     CustomDiscreteSpinbox* spinboxScaleFactor = nullptr;
     CustomDiscreteSpinbox* spinboxMagnifierFactor = nullptr;
     std::vector<IconButton*> panelButtons;
@@ -198,5 +215,6 @@ private:
     CustomLabel* labelIncompletes = nullptr;
     CustomLabel* labelReconnects = nullptr;
     CustomLabel* labelWaiting = nullptr;
+    CustomLabel* labelFullViewHint = nullptr;
     QTimer* timerUpdateCounters = nullptr;
 };

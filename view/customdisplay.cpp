@@ -46,6 +46,7 @@ void CustomDisplay::SetCamera(VisionCamera* camera)
     if (camera == nullptr || camera->GetImageBufferManager() == nullptr)
     {
         m_scene->SetImageSource({});
+        m_scene->SetValueSource({});
         return;
     }
     ImageBufferManager* buffers = camera->GetImageBufferManager();
@@ -58,8 +59,13 @@ void CustomDisplay::SetCamera(VisionCamera* camera)
                 return shown;
         return buffers->GetLastImage();
     });
+    // The pixel values come from the frame itself, not from its 8-bit display form.
+    m_scene->SetValueSource([buffers] { return buffers->GetLastImage(); });
     // The manager dies with the camera; from then on there is nothing to paint.
-    m_cameraConnections.append(connect(camera, &QObject::destroyed, this, [this] { m_scene->SetImageSource({}); }));
+    m_cameraConnections.append(connect(camera, &QObject::destroyed, this, [this] {
+        m_scene->SetImageSource({});
+        m_scene->SetValueSource({});
+    }));
 }
 
 void CustomDisplay::SetImageSource(CustomGraphicsScene::ImageSource source)

@@ -11,6 +11,13 @@
 // holds the shared_ptr; nothing is copied per frame. Images of more bits (or packed, or YUV) are narrowed by
 // orna::ipl's converter into a pre-allocated pool buffer that is reused from frame to frame.
 //
+// The magnifier (the "pixel viewer" of the camera window) paints in the foreground step, in screen pixels
+// around the cursor: N = (c + 192) / c cells of c pixels on a side, the image part drawn from the display
+// image, the theme's neutral colour where the square reaches outside the image, and in each cell the pixel's
+// value read from the value source (the camera's last image, in its own bit depth: a 12-bit frame reads
+// 0..4095). Only the N x N block under the square is read, never the whole frame, so the magnifier costs the
+// same on a 5 MP image as on a small one.
+//
 // GUI thread only. The image source is called on the GUI thread; it must be safe against the capture thread
 // replacing the image at the same time (the camera's buffer manager is).
 #pragma once
@@ -18,12 +25,14 @@
 #include "orna/ipl/image.h"
 #include "orna/ipl/imageconverter.h"
 
+#include <QColor>
 #include <QGraphicsScene>
 #include <QImage>
 #include <QPen>
 #include <QPoint>
 #include <QRectF>
 #include <QString>
+#include <QStringList>
 
 #include <cstdint>
 #include <functional>
@@ -79,6 +88,25 @@ public:
     // The format the converter narrows an image to for display, or 0 when there is none.
     static uint32_t DisplayFormatFor(uint32_t pixelFormat);
 
+    // --- Magnifier
+    // Where the pixel values come from: the frame as the camera delivered it (the last image). Without one
+    // the values are read from the image the paint drew.
+    void SetValueSource(ImageSource source) { m_valueSource = std::move(source); }
+    void SetMagnifierEnabled(bool enabled);
+    bool IsMagnifierEnabled() const { return m_magnifierEnabled; }
+    // The number of cells on a side for a cell of `cell` screen pixels (about 192 pixels in all).
+    static int MagnifierCells(int cell);
+    // The first source pixel of the square centred on `pixel`.
+    static QPoint MagnifierFirstPixel(const QPoint& pixel, int cell);
+    // The value text of one image pixel as the position label shows it; empty outside the image or without one.
+    QString ValueTextAt(const QPoint& pixel) const;
+    // What the last magnifier paint wrote into the centre cell (one text on grey, three on colour images),
+    // and the number of magnifier paints; for tests and the status line.
+    QStringList MagnifierCentreTexts() const { return m_magnifierCentreTexts; }
+    uint64_t MagnifierPaints() const { return m_magnifierPaints; }
+    // The colour the square shows outside the image.
+    static QColor MagnifierFillColor();
+
     // --- Geometry and zoom (kept here, driven by the view)
     int ImageWidth() const { return imageWidth; }
     int ImageHeight() const { return imageHeight; }
@@ -106,9 +134,10 @@ public:
     QString DestUnit() const { return destUnit; }
     void SetDestUnit(const QString& unit) { destUnit = unit; }
     QPoint MagnifierPosition() const { return magnifierPosition; }
-    void SetMagnifierPosition(const QPoint& p) { magnifierPosition = p; }
+    // Repaints when the magnifier shows, so that it follows the cursor without a new frame.
+    void SetMagnifierPosition(const QPoint& p);
     int MagnifierCell() const { return magnifierCell; }
-    void SetMagnifierCell(int cell) { magnifierCell = cell; }
+    void SetMagnifierCell(int cell);
 
     // --- Mouse tools
     int MouseModeValue() const { return m_mouseMode; }
@@ -127,6 +156,8 @@ private:
     // Takes the newest image and makes m_frame (a QImage over its memory or over the narrowed copy) and
     // holds the images it points into until the next paint. False when there is nothing to draw.
     bool PrepareFrame();
+    void PaintMagnifier(QPainter* painter);
+    std::shared_ptr<orna::ipl::Image> ValueImage() const;
 
     // Fields in the order of their role.
     QImage image;
@@ -146,6 +177,10 @@ private:
     int magnifierCell = 1;
 
     ImageSource m_imageSource;
+    ImageSource m_valueSource;
+    bool m_magnifierEnabled = false;
+    QStringList m_magnifierCentreTexts;
+    uint64_t m_magnifierPaints = 0;
     bool m_displayEnabled = true;
     // The image the current `image` wraps (the source's, or the narrowed one); held so that the memory
     // stays valid as long as `image` may be read.

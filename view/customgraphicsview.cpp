@@ -153,6 +153,8 @@ void CustomGraphicsView::mouseMoveEvent(QMouseEvent* event)
     }
     if (event->buttons() & Qt::LeftButton)
         m_scene->SetCurrentPoint(pixel);
+    const bool onImage = QRect(0, 0, m_scene->ImageWidth(), m_scene->ImageHeight()).contains(pixel);
+    m_scene->SetMagnifierPosition(onImage ? pixel : QPoint(-1, -1));
     // Without a press the start is (-1, -1): the camera window still shows the position under the cursor.
     const QPointF press = (event->buttons() & Qt::LeftButton) ? m_scene->PressPoint() : QPointF(-1, -1);
     emit Signal_MouseMoved(press.toPoint(), pixel);
@@ -187,4 +189,10 @@ void CustomGraphicsView::mouseDoubleClickEvent(QMouseEvent* event)
 {
     emit Signal_MouseDoubleClicked();
     event->accept();
+}
+
+void CustomGraphicsView::leaveEvent(QEvent* event)
+{
+    m_scene->SetMagnifierPosition(QPoint(-1, -1));
+    QGraphicsView::leaveEvent(event);
 }

@@ -55,6 +55,8 @@ protected:
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
+    // The magnifier shows only while the cursor is over the image.
+    void leaveEvent(QEvent* event) override;
 
 private:
     QPoint ScenePixel(const QPoint& viewportPos) const;

@@ -297,6 +297,28 @@ private Q_SLOTS:
         QCOMPARE(QPoint(place.x, place.y), QPoint(150, 160));
     }
 
+    void aPanelClosedInItsColumnOpensThereAgain()
+    {
+        MainWindow window;
+        auto* camera = new PlainElement(&window, ControlElement::kCameraObjectType);
+        camera->setGeometry(100, 100, 601, 401);
+        window.AppendElement(camera);
+        ControlElement* panel = window.AddControlElement(camera, kTestPanelType);
+        QVERIFY(panel != nullptr);
+        camera->TabRight(panel, true);
+        QVERIFY(panel->IsTabbedRight());
+        QPointer<ControlElement> watch(panel);
+        QTest::mouseClick(panel->CloseButton(), Qt::LeftButton);
+        QTRY_VERIFY(watch.isNull());
+        ControlElement::Place place;
+        QVERIFY(camera->RememberedPlace(kTestPanelType, &place));
+        QCOMPARE(place.tabbed, int(ControlElement::TabRightSide));
+        ControlElement* again = window.AddControlElement(camera, kTestPanelType);
+        QVERIFY(again != nullptr);
+        QVERIFY(again->IsTabbedRight());
+        QCOMPARE(camera->RightTabbedElement(), again);
+    }
+
     void notificationRowFollowsTheSwitches()
     {
         MainWindow window;
@@ -377,6 +399,45 @@ private Q_SLOTS:
         window.OnFullscreen();
         QVERIFY(!window.IsInFullScreen());
         QVERIFY(!window.ToolBarFrame()->isHidden());
+    }
+
+    void fullScreenRoundTripsLeaveEveryElementWhereItWas()
+    {
+        MainWindow window;
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        auto* camera = new PlainElement(&window, ControlElement::kCameraObjectType);
+        window.AppendElement(camera);
+        camera->SetDocked(true);
+        camera->setGeometry(100, 120, 601, 401);
+        camera->show();
+        ControlElement* floating = window.AddControlElement(camera, kTestPanelType);
+        QVERIFY(floating != nullptr && !floating->IsDocked());
+        floating->move(300, 260);
+        ControlElement* docked = window.AddControlElement(camera, kTestPanelType);
+        docked->SetDocked(true);
+        docked->move(420, 300);
+        QTest::mouseClick(window.ToolBarButton("logger.png"), Qt::LeftButton);
+        QTRY_VERIFY(window.Logger()->isVisible());
+        const std::vector<QWidget*> watched = {camera, floating, docked, window.Logger()};
+        std::vector<QPoint> before;
+        for (QWidget* w : watched)
+            before.push_back(w->pos());
+
+        // As a user presses the key: the window settles (its layout runs) between two presses.
+        auto dockTop = [&window] { return window.dockingWidget()->mapTo(&window, QPoint(0, 0)).y(); };
+        const int windowedTop = dockTop();
+        QVERIFY(windowedTop > 0);
+        for (int trip = 0; trip < 3; ++trip)
+        {
+            window.OnFullscreen();
+            QVERIFY(window.IsInFullScreen());
+            QTRY_COMPARE(dockTop(), 0);
+            window.OnFullscreen();
+            QVERIFY(!window.IsInFullScreen());
+            QTRY_COMPARE(dockTop(), windowedTop);
+        }
+        for (size_t i = 0; i < watched.size(); ++i)
+            QCOMPARE(watched[i]->pos(), before[i]);
     }
 };
 

@@ -244,6 +244,86 @@ private Q_SLOTS:
         QVERIFY(first->GetResizeHandler()->IsEdgeEnabled(ResizeHandler::Top));
     }
 
+    // The free edge of a tabbed panel sets its column's width, wider or narrower, and a layout pass (a resize of
+    // the camera window) keeps it; maximise has nothing to act on in a column.
+    void tabbedPanelKeepsTheWidthItsEdgeGaveIt()
+    {
+        TestHost host;
+        host.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&host));
+        const QPoint a = host.GridOrigin();
+        auto* parent = new TestElement(&host, ControlElement::kCameraObjectType);
+        parent->setGeometry(QRect(a + QPoint(100, 39), QSize(601, 401)));
+        parent->show();
+        auto* panel = new TestElement(&host, 2);
+        panel->SetDefaultSize(140, 200, 100, 100);
+        panel->setGeometry(QRect(a + QPoint(20, 39), QSize(141, 201)));
+        panel->show();
+        host.elements = {parent, panel};
+        panel->SetParentElement(parent);
+        parent->TabLeft(panel, true);
+        parent->layout()->activate();
+        QVERIFY(panel->IsTabbedLeft());
+        const int start = panel->width();
+
+        auto dragRightEdge = [&](int dx) {
+            const QPoint local(panel->width() - 2, panel->height() / 2);
+            SendMouse(panel, QEvent::MouseMove, local, panel->mapToGlobal(local), Qt::NoButton);
+            SendMouse(panel, QEvent::MouseButtonPress, local, panel->mapToGlobal(local), Qt::LeftButton);
+            const QPoint g = panel->mapToGlobal(local) + QPoint(dx, 0);
+            SendMouse(panel, QEvent::MouseMove, panel->mapFromGlobal(g), g, Qt::LeftButton);
+            SendMouse(panel, QEvent::MouseButtonRelease, panel->mapFromGlobal(g), g, Qt::NoButton);
+        };
+        auto layoutPass = [&] {
+            parent->resize(parent->width() + 20, parent->height());
+            parent->layout()->activate();
+            QCoreApplication::processEvents();
+            parent->resize(parent->width() - 20, parent->height());
+            parent->layout()->activate();
+            QCoreApplication::processEvents();
+        };
+
+        dragRightEdge(60);
+        QCOMPARE(panel->width(), start + 60);
+        layoutPass();
+        QCOMPARE(panel->width(), start + 60);
+
+        dragRightEdge(-40);
+        QCOMPARE(panel->width(), start + 20);
+        layoutPass();
+        QCOMPARE(panel->width(), start + 20);
+        QVERIFY(panel->IsTabbedLeft());
+
+        // Maximise does nothing to a tabbed panel (no screen-sized geometry inside the camera window).
+        const QRect before = panel->geometry();
+        panel->OnButtonMaximize();
+        QVERIFY(!panel->IsMaximized());
+        QCOMPARE(panel->geometry(), before);
+        QVERIFY(!panel->MaximizeButton()->isEnabled());
+    }
+
+    void pressOnAResizeBorderRaisesTheElement()
+    {
+        TestHost host;
+        host.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&host));
+        auto* lower = new TestElement(&host, 2);
+        lower->setGeometry(QRect(host.GridOrigin() + QPoint(40, 59), QSize(201, 141)));
+        lower->show();
+        auto* upper = new TestElement(&host, 3);
+        upper->setGeometry(QRect(host.GridOrigin() + QPoint(300, 59), QSize(201, 141)));
+        upper->show();
+        host.elements = {lower, upper};
+        host.BringToFront(upper);
+        QVERIFY(!lower->IsHighlighted());
+        const QPoint local(lower->width() - 2, lower->height() / 2);
+        SendMouse(lower, QEvent::MouseMove, local, lower->mapToGlobal(local), Qt::NoButton);
+        SendMouse(lower, QEvent::MouseButtonPress, local, lower->mapToGlobal(local), Qt::LeftButton);
+        QVERIFY(lower->GetResizeHandler()->IsResizing());
+        QVERIFY(lower->IsHighlighted());
+        SendMouse(lower, QEvent::MouseButtonRelease, local, lower->mapToGlobal(local), Qt::NoButton);
+    }
+
     void connectionLinesJoinDockedPanelsToTheirCameraWindow()
     {
         TestHost host;

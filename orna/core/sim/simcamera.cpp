@@ -117,7 +117,7 @@ void StoreUserId(const std::string& serial, const std::string& id)
 
 std::vector<std::string> SimCameraConfig::ModelNames()
 {
-    return {"color", "mono", "locked", "service", "booterror", "color12mp"};
+    return {"color", "mono", "locked", "service", "booterror", "color12mp", "slowlink"};
 }
 
 bool SimCameraConfig::ForModel(const std::string& model, const std::string& serial, SimCameraConfig* out)
@@ -155,6 +155,13 @@ bool SimCameraConfig::ForModel(const std::string& model, const std::string& seri
         c.sensorWidth = 4096;
         c.sensorHeight = 3000;
         c.fullFrameRate = 30.0;
+    }
+    else if (model == "slowlink")
+    {
+        // A USB3 Vision camera that came up on a USB 2 port: 40 MB/s, below what the viewer accepts.
+        c.modelName = "LVS-2300C";
+        c.tlType = "USB3Vision";
+        c.linkSpeed = 40000000;
     }
     else if (model == "booterror")
     {
@@ -296,6 +303,8 @@ void SimCamera::BuildRegisters()
     AddStr(DeviceVendorName, c.vendorName, false);
     AddStr(DeviceModelName, c.modelName, false);
     AddStr(DeviceFamilyName, c.familyName, false);
+    if (!c.tlType.empty())
+        AddStr(DeviceTLType, c.tlType, false);
     AddStr(DeviceSerialNumber, c.serialNumber, false);
     AddStr(DeviceUserID, "", true);
     AddStr(DeviceFirmwareVersion, c.firmwareVersion, false);

@@ -67,7 +67,7 @@ struct SimEvent
 
 struct SimCameraConfig
 {
-    std::string model = "color"; // color, mono, locked, service, booterror, color12mp
+    std::string model = "color"; // color, mono, locked, service, booterror, color12mp, slowlink
     std::string vendorName = "Lumivue";
     std::string modelName; // from the model when empty
     std::string familyName = "Lumivue Sim";
@@ -82,10 +82,13 @@ struct SimCameraConfig
     uint32_t bootStatus = 0;        // val::BootStatus
     double fullFrameRate = 60.0;    // sensor readout limit at full height, Hz
     uint64_t linkSpeed = 400000000; // bytes per second (USB3 Vision)
+    // The transport the device names in DeviceTLType ("USB3Vision"); empty: no such node, as before.
+    std::string tlType;
     int focusPeak = 612;
     std::chrono::milliseconds resetDuration{1500}; // DeviceReset: time until the camera is back
 
-    // The configuration of a named model ("color", "mono", "locked", "service", "booterror", "color12mp");
+    // The configuration of a named model ("color", "mono", "locked", "service", "booterror", "color12mp",
+    // "slowlink");
     // false for an unknown name.
     static bool ForModel(const std::string& model, const std::string& serial, SimCameraConfig* out);
     static std::vector<std::string> ModelNames();

@@ -47,6 +47,7 @@ constexpr uint64_t DeviceFirmwareVersion = 0x0140;
 constexpr uint64_t DeviceVersion = 0x0180;
 constexpr uint64_t DeviceManufacturerInfo = 0x01C0;
 constexpr uint64_t SensorName = 0x0200;
+constexpr uint64_t DeviceTLType = 0x0240; // only on models that name their transport
 // --- Device control
 constexpr uint64_t DeviceBootStatus = 0x0300;         // enum, RO
 constexpr uint64_t BootOptions = 0x0304;              // enum, RW: firmware chosen at the next reset

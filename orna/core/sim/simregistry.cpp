@@ -42,6 +42,8 @@ char ModelLetter(const std::string& model)
         return 'B';
     if (model == "color12mp")
         return 'X';
+    if (model == "slowlink")
+        return 'U';
     return 'C';
 }
 

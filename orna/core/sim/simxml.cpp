@@ -317,6 +317,8 @@ void DeviceSection(XmlWriter& x, const SimCameraConfig& c)
     x.StringReg("DeviceVersion", DeviceVersion, "RO", "Hardware version of the device.");
     x.StringReg("DeviceManufacturerInfo", DeviceManufacturerInfo, "RO", "Manufacturer information.");
     x.StringReg("SensorName", reg::SensorName, "RO", "Name of the image sensor.");
+    if (!c.tlType.empty())
+        x.StringReg("DeviceTLType", DeviceTLType, "RO", "Transport layer type of the device.");
     x.Enumeration("DeviceBootStatus", {DeviceBootStatus}, "Result of the last boot.",
                   {{"OK", val::BootOK, "The camera booted normally."},
                    {"WatchdogReset", val::BootWatchdogReset, "The firmware was restarted by its watchdog."},
@@ -345,6 +347,8 @@ void DeviceSection(XmlWriter& x, const SimCameraConfig& c)
         "DeviceUserID",      "DeviceFirmwareVersion",   "DeviceVersion",    "DeviceManufacturerInfo",
         "SensorName",        "DeviceBootStatus",        "BootOptions",      "DeviceReset",
         "DeviceTemperature", "DeviceStreamChannelCount"};
+    if (!c.tlType.empty())
+        device.push_back("DeviceTLType");
     if (c.serviceFirmware)
     {
         x.Category("DeviceControl", "Device information and control.", device);

@@ -496,3 +496,23 @@ TEST_F(SimXmlTest, ChunkNodesReadThroughChunkPorts)
 }
 
 } // namespace
+
+TEST_F(SimXmlTest, SlowLinkModelNamesItsTransportAndReportsALowSpeed)
+{
+    Open("slowlink");
+    ArvGcNode* tlType = Node("DeviceTLType");
+    ASSERT_TRUE(tlType != nullptr && ARV_IS_GC_STRING(tlType));
+    GError* error = nullptr;
+    const char* text = arv_gc_string_get_value(ARV_GC_STRING(tlType), &error);
+    ASSERT_EQ(error, nullptr);
+    EXPECT_STREQ(text, "USB3Vision");
+    // Below the 100 MB/s that a USB3 Vision link must reach.
+    EXPECT_EQ(Int("DeviceLinkSpeed"), 40000000);
+}
+
+TEST_F(SimXmlTest, OtherModelsKeepTheirTransportUnnamed)
+{
+    Open("color");
+    EXPECT_EQ(arv_gc_get_node(gc_, "DeviceTLType"), nullptr);
+    EXPECT_EQ(Int("DeviceLinkSpeed"), 400000000);
+}

@@ -252,8 +252,11 @@ TEST_F(FakeDeviceTest, KillWaitBeforeTheWaitEndsItAtOnceAndOnlyOnce)
         }
         return false;
     });
-    ASSERT_EQ(waiter.wait_for(std::chrono::seconds(2)), std::future_status::ready)
-        << "a KillWait before the wait left it blocked";
+    if (waiter.wait_for(std::chrono::seconds(2)) != std::future_status::ready)
+    {
+        stream->KillWait(); // lets the blocked waiter go, so that the failure is reported
+        FAIL() << "a KillWait before the wait left it blocked";
+    }
     EXPECT_TRUE(waiter.get());
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(500));
     // Used up: the next wait runs to its time-out.

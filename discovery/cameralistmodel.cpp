@@ -39,6 +39,19 @@ QString Identity(const QString& serial, const QString& id)
     return QStringLiteral("serial:") + serial;
 }
 
+// The lock state through the password handler, which opens the camera read-only for a moment. Only a camera that
+// we may open can be asked (probed false otherwise: a busy or open one keeps the state it had). Not on the GUI
+// thread.
+bool ReadLockState(const std::shared_ptr<orna::core::DeviceDescriptor>& descriptor, bool& probed)
+{
+    probed = false;
+    if (helper::GetDeviceAccessStatus(descriptor) != orna::core::DeviceAccessStatus::ReadWrite)
+        return false;
+    PasswordProtectionHandler handler(descriptor);
+    probed = true;
+    return handler.IsPasswordProtected();
+}
+
 int RowOf(const CameraListItem* parent, const CameraListItem* item)
 {
     if (!parent)
@@ -136,6 +149,12 @@ void CameraListModel::Init()
     }
     m_manager = manager;
     Replay({manager->Systems(), manager->Interfaces(), manager->Devices()});
+    {
+        // Their lock state is read by the first job.
+        std::lock_guard<std::mutex> lock(m_probes->mutex);
+        for (const auto& device : manager->Devices())
+            m_probes->found.push_back(device);
+    }
     auto guard = m_guard;
     auto probes = m_probes;
     m_deviceManagerHandles = {
@@ -148,6 +167,8 @@ void CameraListModel::Init()
         manager->RegisterInterfaceLost(
             [guard](std::string key) { Post(guard, [key](CameraListModel* m) { m->OnInterfaceLost(key); }); }),
         manager->RegisterDeviceFound([guard, probes](std::shared_ptr<orna::core::DeviceDescriptor> d) {
+            // The lock state is read by the job after its pass: reading it here would hold back the rows of the
+            // cameras found after this one.
             {
                 std::lock_guard<std::mutex> lock(probes->mutex);
                 probes->found.push_back(d);
@@ -740,15 +761,10 @@ void CameraListModel::ProbeLockStates()
         auto descriptor = weak.lock();
         if (!descriptor)
             continue;
-        // Only a camera that we may open can be asked; a busy or open one keeps the state it had.
-        if (helper::GetDeviceAccessStatus(descriptor) != orna::core::DeviceAccessStatus::ReadWrite)
-            continue;
-        bool locked = false;
-        {
-            PasswordProtectionHandler handler(descriptor);
-            locked = handler.IsPasswordProtected();
-        }
-        Post(m_guard, [descriptor, locked](CameraListModel* m) { m->OnLockState(descriptor, locked); });
+        bool probed = false;
+        const bool locked = ReadLockState(descriptor, probed);
+        if (probed)
+            Post(m_guard, [descriptor, locked](CameraListModel* m) { m->OnLockState(descriptor, locked); });
     }
 }
 

@@ -12,8 +12,9 @@
 //     cameras") never runs beside a pass: the GUI thread only records the request, and the job runs it between
 //     two passes (the running one ends first). The tree reset is posted in order with the events, so every
 //     event of the pass before it lands before it and every event after it belongs to the new tree.
-//   - The lock state of a camera (PasswordProtectionHandler opens it for a moment) is read on the job, after
-//     the pass, once per new descriptor; the result is posted like an event.
+//   - The lock state of a camera (PasswordProtectionHandler opens it for a moment) is read on the job after
+//     its pass, once per new descriptor, so that the rows of a pass are not held back; the result is posted
+//     like an event.
 // Every posted handler catches what it raises: no exception leaves a queued call.
 // Mutexes: m_updateMutex guards the test-and-start of the job (m_jobActive, m_updateFuture) and the pending
 // reset request (m_pendingReset, m_stopping); m_guard->mutex guards the model pointer that library-thread
@@ -106,7 +107,7 @@ private:
         Reannounce = 1,   // empty the tree and add what the manager lists
         ResetManager = 2, // Reset(true) on the manager first, then as Reannounce
     };
-    // Descriptors found by a pass whose lock state the job still has to read.
+    // Descriptors whose lock state the job still has to read after its pass.
     struct Probes
     {
         std::mutex mutex;

@@ -62,7 +62,8 @@ std::vector<uint8_t> Command(uint16_t command, uint16_t requestId, const std::ve
     PutBe16(&packet[2], command);
     PutBe16(&packet[4], uint16_t(payload.size()));
     PutBe16(&packet[6], requestId);
-    std::memcpy(packet.data() + kHeaderSize, payload.data(), payload.size());
+    if (!payload.empty())
+        std::memcpy(packet.data() + kHeaderSize, payload.data(), payload.size());
     return packet;
 }
 

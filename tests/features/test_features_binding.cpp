@@ -161,12 +161,15 @@ private Q_SLOTS:
         FeatureControls::IntSlider slider;
         slider.SetFeature(&decimal);
         int swaps = 0;
+        // Built ahead: parsing a description takes longer than the writes in flight.
+        auto next = MakeMap(device);
         for (int i = 1; i <= 1000; ++i)
         {
             emit slider.Signal_ImmediateUpdate(i);
             if (i % 50 == 0 && i < 1000)
             {
-                access.SetNodeMap(MakeMap(device));
+                access.SetNodeMap(std::move(next));
+                next = MakeMap(device);
                 ++swaps;
                 QVERIFY(!decimal.IsAvailable());
                 decimal.SetSource(&access, QStringLiteral("DecimalValue"));

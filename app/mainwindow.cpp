@@ -1075,28 +1075,27 @@ void MainWindow::EnableOpenButton(bool enable)
 
 // --- Results of a camera open (queued from the open worker through the camera window)
 
-ControlElement* MainWindow::OpenedWindow(QWidget* cameraObject) const
+QWidget* MainWindow::OpenedWindow(QWidget* cameraObject) const
 {
     // The open results are queued: the window they name may have gone meanwhile ("No workspace", a close, a
-    // failed open). Only a pointer still in the element list is dereferenced.
-    for (ControlElement* element : elements)
-        if (element == cameraObject)
-            return element;
-    return nullptr;
+    // failed open). The pointer is only compared with the widgets that exist, never dereferenced before.
+    if (cameraObject == nullptr)
+        return nullptr;
+    return QApplication::allWidgets().contains(cameraObject) ? cameraObject : nullptr;
 }
 
 void MainWindow::OnHasOpenedCamera(QString name, QWidget* cameraObject)
 {
     if (m_beingDestroyed)
         return;
-    ControlElement* window = OpenedWindow(cameraObject);
+    QWidget* window = OpenedWindow(cameraObject);
     VisionCamera* camera = window != nullptr ? window->findChild<VisionCamera*>() : nullptr;
     if (camera == nullptr || !camera->IsOpen())
         return;
     ApplyRestoreFlag(camera);
     // The application-wide parameter polling switch reaches each camera's node polling once that exists
     // (VisionCamera's polling thread); m_parameterPolling is its value.
-    QPointer<ControlElement> guard(window);
+    QPointer<QWidget> guard(window);
     CheckLinkSpeed(camera, false);
     // The warning ran a dialog: the window may be gone after it.
     if (guard.isNull() || m_beingDestroyed)
@@ -1115,7 +1114,7 @@ void MainWindow::OnHasOpenedCameraInServiceFirmware(QString name, QWidget* camer
     Q_UNUSED(name)
     if (m_beingDestroyed)
         return;
-    ControlElement* window = OpenedWindow(cameraObject);
+    QWidget* window = OpenedWindow(cameraObject);
     VisionCamera* camera = window != nullptr ? window->findChild<VisionCamera*>() : nullptr;
     if (camera == nullptr)
         return;
@@ -1132,7 +1131,11 @@ void MainWindow::OnCannotOpenCamera(QString name, QString error, QWidget* camera
         return;
     // The dialog is built before the window goes and runs after it.
     InfoDialog dialog(this, tr("Cannot open camera"), error, IsHeadless() ? 1 : 0);
-    if (ControlElement* element = OpenedWindow(cameraObject))
+    ControlElement* element = nullptr;
+    for (ControlElement* candidate : elements)
+        if (candidate == cameraObject)
+            element = candidate;
+    if (element != nullptr)
     {
         if (auto* cameraWindow = qobject_cast<CameraObject*>(element))
             cameraWindow->SetOpenInProgress(false);

@@ -228,8 +228,8 @@ private:
     void ApplyRestoreFlag(VisionCamera* camera) const;
     void RemoveElement(ControlElement* element);
     bool AnyOpenInProgress() const;
-    // The element `cameraObject` points to when it is still on the desk, else null; never dereferences it.
-    ControlElement* OpenedWindow(QWidget* cameraObject) const;
+    // `cameraObject` when that widget still exists, else null; never dereferences it.
+    QWidget* OpenedWindow(QWidget* cameraObject) const;
     QRect DockingRect(bool global) const;
     bool IsFixed(const ControlElement* element) const;
 

@@ -86,11 +86,11 @@ private Q_SLOTS:
         QVERIFY(faded.wait(5000));
         QPointer<ControlElement> watch(panel);
         // The panel is closed and the program quits while it fades out: the fade ends during the teardown's
-        // event processing.
+        // event processing, after the teardown took its list of elements.
         QTest::mouseClick(panel->CloseButton(), Qt::LeftButton);
         auto finished = std::make_shared<QSignalSpy>(panel, &ControlElement::Signal_FinishDeletingMe);
         MainWindow::TeardownObserver() = [finished](const QWidget*, int step) {
-            if (step == 0 && finished->isEmpty())
+            if (step == 2 && finished->isEmpty())
                 finished->wait(5000);
         };
         window->close();

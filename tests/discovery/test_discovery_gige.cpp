@@ -152,9 +152,10 @@ private slots:
         model.ResetAndRunUpdate();
         for (int press = 0; press < 20; ++press)
         {
-            // Every press lands in the pass that loads the producers again after the previous press (a GigE
-            // pass takes about a second).
-            QTRY_VERIFY_WITH_TIMEOUT(model.IsUpdateRunning() && manager->Systems().empty(), 30000);
+            // Every press lands inside a pass, most of them in the one that loads the producers again after the
+            // previous press. (Waiting for the moment the manager lists no system yet was exact but depended on
+            // how slowly the producers load: on an idle machine the poll missed that moment.)
+            QTRY_VERIFY_WITH_TIMEOUT(model.IsUpdateRunning(), 30000);
             QSignalSpy finished(&model, &CameraListModel::UpdateFinished);
             if (press % 5 == 4)
                 model.SetOnlyKernelTls(press % 2 == 0);

@@ -648,7 +648,9 @@ void ControlElement::UpdateStyleSheetWithoutDestroy()
             .arg(G::colorBackgroundAlternate.name(), G::colorAccent.name()));
     m_contentWidget->setStyleSheet(QStringLiteral("QWidget#ElementContent { background: transparent; }"));
     if (m_scrollArea != nullptr)
-        m_scrollArea->setStyleSheet(QStringLiteral("QScrollArea#ElementScrollArea { background: transparent; }"));
+        // The skin's scroll bars: a panel's stock bar stayed light in the dark skin.
+        m_scrollArea->setStyleSheet(QStringLiteral("QScrollArea#ElementScrollArea { background: transparent; }") +
+                                    Theme::ScrollBarCss());
     m_buttonMaximize->UpdateStyleSheet();
     m_buttonClose->UpdateStyleSheet();
     m_buttonOk->UpdateStyleSheet();

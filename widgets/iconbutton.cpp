@@ -128,7 +128,10 @@ void IconButton::paintEvent(QPaintEvent* event)
         p.setOpacity(0.4);
     if (!m_pixmap.isNull())
     {
-        const QSize s = m_pixmap.size().scaled(size(), Qt::KeepAspectRatio);
+        // Only ever scaled down: a 24-pixel icon stretched into a 30-pixel button came out blurred.
+        QSize s = m_pixmap.size() / m_pixmap.devicePixelRatio();
+        if (s.width() > width() || s.height() > height())
+            s = s.scaled(size(), Qt::KeepAspectRatio);
         const QRect target(QPoint((width() - s.width()) / 2, (height() - s.height()) / 2), s);
         p.drawPixmap(target, m_pixmap);
     }

@@ -40,15 +40,15 @@ QString Identity(const QString& serial, const QString& id)
 }
 
 // The lock state through the password handler, which opens the camera read-only for a moment. Only a camera that
-// we may open can be asked (probed false otherwise: a busy or open one keeps the state it had). Not on the GUI
-// thread.
-bool ReadLockState(const std::shared_ptr<orna::core::DeviceDescriptor>& descriptor, bool& probed)
+// we may open can be asked (a busy or open one keeps the state it had). Not on the GUI thread.
+bool MayProbeLockState(const std::shared_ptr<orna::core::DeviceDescriptor>& descriptor)
 {
-    probed = false;
-    if (helper::GetDeviceAccessStatus(descriptor) != orna::core::DeviceAccessStatus::ReadWrite)
-        return false;
+    return helper::GetDeviceAccessStatus(descriptor) == orna::core::DeviceAccessStatus::ReadWrite;
+}
+
+bool ReadLockState(const std::shared_ptr<orna::core::DeviceDescriptor>& descriptor)
+{
     PasswordProtectionHandler handler(descriptor);
-    probed = true;
     return handler.IsPasswordProtected();
 }
 
@@ -606,7 +606,7 @@ void CameraListModel::RegisterDeviceChangedCallback(const std::shared_ptr<Camera
 
 void CameraListModel::OnDeviceChanged(const std::shared_ptr<CameraListDeviceItem>& item)
 {
-    if (!m_items.count(item.get()))
+    if (!m_items.count(item.get()) || m_lockProbing.count(item->key))
         return;
     if (!item->connected)
     {
@@ -761,10 +761,16 @@ void CameraListModel::ProbeLockStates()
         auto descriptor = weak.lock();
         if (!descriptor)
             continue;
-        bool probed = false;
-        const bool locked = ReadLockState(descriptor, probed);
-        if (probed)
-            Post(m_guard, [descriptor, locked](CameraListModel* m) { m->OnLockState(descriptor, locked); });
+        if (!MayProbeLockState(descriptor))
+            continue;
+        // Posted in order around the probe, so the changes its open and close post fall between the two.
+        const std::string key = descriptor->GetKey();
+        Post(m_guard, [key](CameraListModel* m) { m->m_lockProbing.insert(key); });
+        const bool locked = ReadLockState(descriptor);
+        Post(m_guard, [descriptor, locked](CameraListModel* m) {
+            m->OnLockState(descriptor, locked);
+            m->OnLockProbeEnded(descriptor);
+        });
     }
 }
 
@@ -792,6 +798,15 @@ void CameraListModel::OnLockState(const std::shared_ptr<orna::core::DeviceDescri
     const QModelIndex idx = IndexOf(item);
     if (idx.isValid())
         emit dataChanged(idx, idx, {Qt::DecorationRole});
+}
+
+void CameraListModel::OnLockProbeEnded(const std::shared_ptr<orna::core::DeviceDescriptor>& descriptor)
+{
+    const std::string key = descriptor->GetKey();
+    m_lockProbing.erase(key);
+    auto found = m_itemsByKey.find(key);
+    if (found != m_itemsByKey.end() && found->second->itemType == CameraListItem::Device)
+        OnDeviceChanged(std::static_pointer_cast<CameraListDeviceItem>(found->second));
 }
 
 void CameraListModel::ResetAndRunUpdate()

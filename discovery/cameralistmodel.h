@@ -37,6 +37,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -130,6 +131,7 @@ private:
     void RunPass(PendingReset request);
     void ProbeLockStates();
     void OnLockState(const std::shared_ptr<orna::core::DeviceDescriptor>& descriptor, bool locked);
+    void OnLockProbeEnded(const std::shared_ptr<orna::core::DeviceDescriptor>& descriptor);
     bool KnownLockState(const std::shared_ptr<orna::core::DeviceDescriptor>& descriptor) const;
     void OnSystemFound(const std::shared_ptr<orna::core::System>& system);
     void OnInterfaceFound(const std::shared_ptr<orna::core::Interface>& iface);
@@ -184,6 +186,9 @@ private:
         bool locked = false;
     };
     std::map<std::string, LockState> m_lockStates;
+    // Keys of cameras the lock probe holds open for a moment (GUI thread only): their "opened" and "closed"
+    // changes are the probe's own and must not make the camera look taken (the open button would flicker).
+    std::set<std::string> m_lockProbing;
     // Last error of the update job, so that a failing producer is logged once, not every tick. Job thread.
     std::string m_lastJobError;
 

@@ -43,8 +43,7 @@ constexpr uint32_t kHeight = 2048;
 
 std::chrono::seconds MeasureTime()
 {
-    const char* quick = std::getenv("LUMIVUE_BENCH_QUICK");
-    return std::chrono::seconds(quick && std::string(quick) == "1" ? 8 : 30);
+    return benchsupport::MeasureTime(30, 8);
 }
 
 double ProcessCpuSeconds()

@@ -71,8 +71,7 @@ constexpr int kPacketSize = 16404;
 
 std::chrono::seconds MeasureTime()
 {
-    const char* quick = std::getenv("LUMIVUE_BENCH_QUICK");
-    return std::chrono::seconds(quick && std::string(quick) == "1" ? 5 : 20);
+    return benchsupport::MeasureTime(20, 5);
 }
 
 int64_t ThreadCpu_ns()

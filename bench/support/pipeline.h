@@ -17,10 +17,18 @@
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <string>
 
 namespace benchsupport {
+
+// How long a benchmark measures: normal, or quick with LUMIVUE_BENCH_QUICK=1.
+inline std::chrono::seconds MeasureTime(int normalSeconds, int quickSeconds)
+{
+    const char* quick = std::getenv("LUMIVUE_BENCH_QUICK");
+    return std::chrono::seconds(quick && std::string(quick) == "1" ? quickSeconds : normalSeconds);
+}
 
 // Runs the Qt event loop (display updates, queued counters) for a while. It blocks between events as the
 // application's loop does: a loop that polls would keep a core busy that the camera and the receive thread

@@ -82,6 +82,10 @@ constexpr int kOpenCancelLimitMs = 30000;
     QObject::connect(sender, signal, mainWindow, QByteArray("1" + normalized).constData());
 }
 
+// How long an open waits for the camera list's momentary lock probe to let go of the camera.
+constexpr int kProbeWaitMs = 2000;
+constexpr int kProbeWaitStepMs = 10;
+
 } // namespace
 
 VisionCamera::VisionCamera(QWidget* parentWindow_, QWidget* mainWindow_,
@@ -348,6 +352,11 @@ bool VisionCamera::InitCamera()
         return false;
     try
     {
+        // The camera list's lock probe holds a newly found camera open for a moment (read-only, on its update
+        // job); an open asked for just then waits for it instead of failing with "already open". Bounded: a
+        // camera that another window of ours holds stays refused.
+        for (int waited = 0; descriptor->GetOpenDevice() && waited < kProbeWaitMs; waited += kProbeWaitStepMs)
+            QThread::msleep(kProbeWaitStepMs);
         if (descriptor->GetAccessStatus() != orna::core::DeviceAccessStatus::ReadWrite)
             return false;
         device = descriptor->OpenDevice(orna::core::DeviceAccessType::Control);

@@ -213,8 +213,9 @@ long SteadyStateAllocations(int threads, long* largest)
         counting = false;
         if (path.mode == 3)
         {
-            // OpenCV's VNG takes a working buffer of a few rows per call; it is no frame buffer.
-            EXPECT_LE(allocations.load(), 10);
+            // OpenCV's VNG takes a working buffer of a few rows per call, and with its pool one per stripe the
+            // pool runs (how many varies with the scheduling); none is a frame buffer.
+            EXPECT_LE(allocations.load(), 10L * (threads + 1));
             EXPECT_LT(largestAllocation.load(), long(w) * h);
             continue;
         }

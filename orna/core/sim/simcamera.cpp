@@ -98,6 +98,19 @@ uint64_t LineReg(uint32_t line, uint64_t offset)
     return reg::kLineBlock + line * reg::kSelectorStride + offset;
 }
 
+// Whether an access of size bytes at address covers one of the injected addresses.
+bool Touches(const std::vector<uint64_t>& injected, uint64_t address, size_t size)
+{
+    for (uint64_t a : injected)
+    {
+        if (a >= address && a < address + size)
+        {
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 std::string StoredUserId(const std::string& serial)
@@ -616,12 +629,9 @@ bool SimCamera::ReadMemory(uint64_t address, void* data, size_t size)
     {
         return false;
     }
-    for (uint64_t failing : failingReads_)
+    if (Touches(failingReads_, address, size))
     {
-        if (failing >= address && failing < address + size)
-        {
-            return false;
-        }
+        return false;
     }
     RefreshForRead(address - offset);
     std::memcpy(data, r->bytes.data() + offset, size);
@@ -639,7 +649,7 @@ bool SimCamera::WriteMemory(uint64_t address, const void* data, size_t size)
         }
         size_t offset = 0;
         Reg* r = Find(address, size, &offset);
-        if (r == nullptr || !r->writable)
+        if (r == nullptr || !r->writable || Touches(failingWrites_, address, size))
         {
             return false;
         }
@@ -674,7 +684,11 @@ bool SimCamera::WriteMemory(uint64_t address, const void* data, size_t size)
         }
         if (r->kind == Kind::Command)
         {
-            std::fill(r->bytes.begin(), r->bytes.end(), 0); // self-clearing: reads report "done"
+            auto duration = commandDurations_.find(start);
+            if (duration != commandDurations_.end())
+                commandBusyUntil_[start] = Clock::now() + duration->second; // cleared by the first read after
+            else
+                std::fill(r->bytes.begin(), r->bytes.end(), 0); // self-clearing: reads report "done"
         }
         UpdateDerived();
     }
@@ -743,6 +757,12 @@ bool SimCamera::Validate(uint64_t a, const Reg& r, const std::vector<uint8_t>& b
 void SimCamera::RefreshForRead(uint64_t a)
 {
     using namespace reg;
+    auto busy = commandBusyUntil_.find(a);
+    if (busy != commandBusyUntil_.end() && Clock::now() >= busy->second)
+    {
+        std::fill(regs_[a].bytes.begin(), regs_[a].bytes.end(), 0);
+        commandBusyUntil_.erase(busy);
+    }
     if (a == DeviceTemperatureRaw)
     {
         // Warms up towards the working temperature while acquiring, with a time constant of minutes.
@@ -1523,6 +1543,30 @@ void SimCamera::InjectReadFailure(uint64_t address, bool fail)
     if (fail)
     {
         failingReads_.push_back(address);
+    }
+}
+
+void SimCamera::InjectWriteFailure(uint64_t address, bool fail)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    failingWrites_.erase(std::remove(failingWrites_.begin(), failingWrites_.end(), address), failingWrites_.end());
+    if (fail)
+    {
+        failingWrites_.push_back(address);
+    }
+}
+
+void SimCamera::SetCommandDuration(uint64_t address, std::chrono::milliseconds duration)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    commandBusyUntil_.erase(address);
+    if (duration.count() > 0)
+    {
+        commandDurations_[address] = duration;
+    }
+    else
+    {
+        commandDurations_.erase(address);
     }
 }
 

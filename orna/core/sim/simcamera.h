@@ -134,6 +134,11 @@ public:
     bool IsHeldByOtherProcess() const;
     // Every read that touches the register at address fails (as an unmapped one would) while fail is set.
     void InjectReadFailure(uint64_t address, bool fail);
+    // Every write that touches the register at address fails (as a refused one would) while fail is set.
+    void InjectWriteFailure(uint64_t address, bool fail);
+    // The command at address keeps reading "not done" for this long after each execution (a slow user set load);
+    // its effect is there at once. 0 makes it self-clearing again.
+    void SetCommandDuration(uint64_t address, std::chrono::milliseconds duration);
     // After each acquisition start the first frame waits this long (a stop ends the wait): a slow trigger or a
     // long exposure that holds a one-shot routine in its wait. Starts from ORNA_SIM_FRAME_HOLD_MS (0 when
     // unset).
@@ -263,6 +268,9 @@ private:
     uint64_t nextFrameId_ = 1;
     bool dropNext_ = false, incompleteNext_ = false;
     std::vector<uint64_t> failingReads_;
+    std::vector<uint64_t> failingWrites_;
+    std::map<uint64_t, std::chrono::milliseconds> commandDurations_;
+    std::map<uint64_t, std::chrono::steady_clock::time_point> commandBusyUntil_;
     std::chrono::milliseconds frameHold_{0};
     std::atomic<uint64_t> lostFrames_{0}, deliveredFrames_{0};
     std::condition_variable acqCv_;

@@ -115,6 +115,8 @@ private Q_SLOTS:
         {
             simCamera->SetFrameHold(0ms);
             simCamera->InjectReadFailure(orna::core::sim::reg::PayloadSize, false);
+            simCamera->InjectWriteFailure(orna::core::sim::reg::TLParamsLocked, false);
+            simCamera->SetCommandDuration(orna::core::sim::reg::UserSetLoad, 0ms);
         }
         if (!openedSerial.empty())
         {
@@ -181,6 +183,25 @@ private Q_SLOTS:
         SetSoftwareTrigger(camera.get(), false);
         camera.reset();
         QTRY_VERIFY_WITH_TIMEOUT(ThreadCount() <= baselineThreads, 5000);
+    }
+
+    // The camera refuses to lock its transport parameters after the stream has started: the start fails, and
+    // the stream it started must not grab on behind the false result; the next start works.
+    void startRefusedAtTheParameterLockLeavesNothingGrabbing()
+    {
+        Open("LVSM00001");
+        QVERIFY(camera->PrepareAcquisition());
+        Sim("LVSM00001")->InjectWriteFailure(orna::core::sim::reg::TLParamsLocked, true);
+        QVERIFY(!camera->StartAcquisition());
+        Sim("LVSM00001")->InjectWriteFailure(orna::core::sim::reg::TLParamsLocked, false);
+        QVERIFY(!camera->IsAcquiring());
+        QVERIFY(!camera->GetDataStream()->GetIsGrabbing());
+        QVERIFY(!camera->GetCaptureThread()->isRunning());
+
+        const int before = camera->GetFrameCounter();
+        QVERIFY(camera->StartAcquisition());
+        QTRY_VERIFY_WITH_TIMEOUT(camera->GetFrameCounter() > before, 5000);
+        QVERIFY(camera->StopAcquisition());
     }
 
     // --- One one-shot task at a time
@@ -299,6 +320,24 @@ private Q_SLOTS:
         QCOMPARE(TriggerMode(camera.get()), QStringLiteral("On"));
         QCOMPARE(Entry(camera.get(), "ExposureAuto"), QStringLiteral("Continuous"));
         QCOMPARE(Entry(camera.get(), "GainAuto"), QStringLiteral("Continuous"));
+    }
+
+    // A CTRL run's user set load outlasts the wait for it (the camera is slow to say it is done) after it has
+    // already changed the format: the run's refresh must still take the camera's format, not the one before.
+    void ctrlRunWithASlowUserSetLoadTakesTheLoadedFormat()
+    {
+        Open("LVSC00001");
+        QVERIFY(camera->SetEnumerationEntry("PixelFormat", "Mono8"));
+        QVERIFY(camera->PrepareAcquisition());
+        QCOMPARE(QString::fromStdString(camera->GetPixelFormatSourceName()), QStringLiteral("Mono8"));
+        Sim("LVSC00001")->SetCommandDuration(orna::core::sim::reg::UserSetLoad, 700ms);
+        QSignalSpy finished(Worker(), &VisionImageCaptureWorker::Signal_AdjustLoopFinished);
+        VisionCameraOpenWorker::ApplyOptimalSettings(camera.get(), true);
+        QVERIFY(camera->WaitForOneShotTask(10000));
+        QTRY_COMPARE(finished.count(), 1);
+        Sim("LVSC00001")->SetCommandDuration(orna::core::sim::reg::UserSetLoad, 0ms);
+        QCOMPARE(Entry(camera.get(), "PixelFormat"), QStringLiteral("BayerRG8"));
+        QCOMPARE(QString::fromStdString(camera->GetPixelFormatSourceName()), QStringLiteral("BayerRG8"));
     }
 
     // A CTRL run loads the camera's defaults and saves nothing: it must not write back the modes an earlier

@@ -164,7 +164,7 @@ TEST_F(SimAcquisition, SoftwareTriggerGivesExactlyOneFrameEach)
 
 // The test hooks that hold a one-shot routine and fail a preparation: the first frame after a start waits for
 // the hold, a stop ends that wait at once, and an injected read failure fails exactly the reads of its register.
-TEST_F(SimAcquisition, FrameHoldAndReadFailureHooks)
+TEST_F(SimAcquisition, FrameHoldFaultAndSlowCommandHooks)
 {
     cam->SetFrameHold(400ms);
     const auto started = std::chrono::steady_clock::now();
@@ -189,6 +189,26 @@ TEST_F(SimAcquisition, FrameHoldAndReadFailureHooks)
     EXPECT_TRUE(cam->ReadMemory(reg::Width, &value, 4));
     cam->InjectReadFailure(reg::PayloadSize, false);
     EXPECT_TRUE(cam->ReadMemory(reg::PayloadSize, &value, 4));
+
+    cam->InjectWriteFailure(reg::TLParamsLocked, true);
+    EXPECT_FALSE(WriteU32(*cam, reg::TLParamsLocked, 1));
+    EXPECT_TRUE(WriteU32(*cam, reg::Width, 320));
+    cam->InjectWriteFailure(reg::TLParamsLocked, false);
+    EXPECT_TRUE(WriteU32(*cam, reg::TLParamsLocked, 0));
+
+    // A slow command has its effect at once but reads "not done" (its value) until its time is up.
+    ASSERT_TRUE(WriteU32(*cam, reg::UserSetSelector, val::UserSetDefaultSet));
+    ASSERT_TRUE(WriteU32(*cam, reg::Width, 160));
+    cam->SetCommandDuration(reg::UserSetLoad, 300ms);
+    const auto loaded = std::chrono::steady_clock::now();
+    ASSERT_TRUE(Execute(*cam, reg::UserSetLoad));
+    EXPECT_NE(ReadU32(*cam, reg::Width), 160u) << "the load's effect waited for the command's time";
+    EXPECT_NE(ReadU32(*cam, reg::UserSetLoad), 0u);
+    ASSERT_TRUE(WaitUntil([&] { return ReadU32(*cam, reg::UserSetLoad) == 0; }));
+    EXPECT_GE(std::chrono::steady_clock::now() - loaded, 300ms);
+    cam->SetCommandDuration(reg::UserSetLoad, 0ms);
+    ASSERT_TRUE(Execute(*cam, reg::UserSetLoad));
+    EXPECT_EQ(ReadU32(*cam, reg::UserSetLoad), 0u);
 }
 
 TEST_F(SimAcquisition, ChunkValuesEqualTheNodeValues)

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "camera/parameterfile.h"
+#include "orna/core/detail/lightxml.h"
 #include "orna/core/detail/localnodemap.h"
 #include "orna/core/detail/registerbank.h"
 #include "orna/core/exception.h"
@@ -142,6 +143,14 @@ inline void GenicamXml(const uint8_t* data, size_t size)
 {
     EnsureLibrary();
     const std::string xml(reinterpret_cast<const char*>(data), size);
+    // The node engine parses with libxml2: a text the fast reader takes must never be one libxml2 refuses.
+    orna::core::detail::LightXml fast;
+    std::string error;
+    if (fast.Scan(xml) && !orna::core::detail::LightXml::WellFormed(xml, error))
+    {
+        std::fprintf(stderr, "the fast reader took a text libxml2 refuses: %s\n", error.c_str());
+        std::abort();
+    }
     std::shared_ptr<orna::core::NodeMap> map;
     Quietly([&] { map = orna::core::detail::CreateLocalNodeMap(ZeroBank(), xml); });
     if (map)

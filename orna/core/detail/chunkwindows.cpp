@@ -2,9 +2,7 @@
 
 #include "orna/core/exception.h"
 
-#include <libxml/parser.h>
-#include <libxml/tree.h>
-
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -14,16 +12,8 @@ namespace orna::core::detail {
 
 namespace {
 
-bool IsElement(const xmlNode* node, const char* name)
+std::string Trim(const std::string& text)
 {
-    return node->type == XML_ELEMENT_NODE && std::strcmp(reinterpret_cast<const char*>(node->name), name) == 0;
-}
-
-std::string Text(xmlNode* node)
-{
-    xmlChar* content = xmlNodeGetContent(node);
-    std::string text = content ? reinterpret_cast<const char*>(content) : "";
-    xmlFree(content);
     const auto first = text.find_first_not_of(" \t\r\n");
     const auto last = text.find_last_not_of(" \t\r\n");
     return first == std::string::npos ? std::string() : text.substr(first, last - first + 1);
@@ -36,17 +26,13 @@ std::string Hex(uint64_t value)
     return text;
 }
 
-// Every element of the document below node (Groups included), depth first.
-void Collect(xmlNode* node, std::vector<xmlNode*>& out)
+// One change of the engine's text: [begin, end) becomes replacement.
+struct Splice
 {
-    for (xmlNode* child = node ? node->children : nullptr; child; child = child->next)
-    {
-        if (child->type != XML_ELEMENT_NODE)
-            continue;
-        out.push_back(child);
-        Collect(child, out);
-    }
-}
+    size_t begin;
+    size_t end;
+    std::string replacement;
+};
 
 } // namespace
 
@@ -72,84 +58,97 @@ std::string ChunkWindows::Rewrite(const std::string& xml, const XmlIndex& index,
     if (portBase.empty())
         return xml;
 
-    // The index's own tree when it kept one (it is edited in place: the index's facts are already taken), so a
-    // large description is not parsed a second time; otherwise a tree of our own.
-    std::shared_ptr<xmlDoc> owned;
-    xmlDoc* doc = index.Document();
+    // The index's own element table when it kept one, so a large description is not read a second time.
+    LightXml owned;
+    const LightXml* doc = index.Document();
     if (!doc)
     {
-        owned.reset(xmlReadMemory(xml.data(), static_cast<int>(xml.size()), "genicam.xml", nullptr,
-                                  XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING),
-                    [](xmlDoc* d) {
-                        if (d)
-                            xmlFreeDoc(d);
-                    });
-        doc = owned.get();
+        std::string error;
+        if (!owned.Read(xml, error))
+            Raise(ReturnCode::InvalidArgument, error);
+        doc = &owned;
     }
-    if (!doc)
-        Raise(ReturnCode::InvalidArgument, "The GenICam XML is not well-formed");
-    std::vector<xmlNode*> elements;
-    Collect(xmlDocGetRootElement(doc), elements);
-    for (xmlNode* element : elements)
+    // The text is spliced rather than rebuilt from a tree: the edits are few, the description is large.
+    const auto& elements = doc->Elements();
+    std::vector<Splice> splices;
+    for (uint32_t element = 1; element < elements.size(); ++element) // the document element is no node
     {
-        xmlChar* nameAttribute = xmlGetProp(element, reinterpret_cast<const xmlChar*>("Name"));
-        const std::string name = nameAttribute ? reinterpret_cast<const char*>(nameAttribute) : "";
-        xmlFree(nameAttribute);
+        const std::string name = doc->AttributeValue(element, "Name");
         if (name.empty())
             continue;
-        if (IsElement(element, "Port") && portBase.count(name))
+        if (doc->NameIs(element, "Port") && portBase.count(name))
         {
             // A plain port: the engine then reads it from the device, i.e. from our bank.
-            for (xmlNode* child = element->children; child;)
+            for (uint32_t child = elements[element].firstChild; child != LightXml::kNone;
+                 child = elements[child].nextSibling)
             {
-                xmlNode* next = child->next;
-                if (IsElement(child, "ChunkID") || IsElement(child, "EventID"))
-                {
-                    xmlUnlinkNode(child);
-                    xmlFreeNode(child);
-                }
-                child = next;
+                if (doc->NameIs(child, "ChunkID") || doc->NameIs(child, "EventID"))
+                    splices.push_back({elements[child].start, elements[child].end, {}});
             }
             continue;
         }
-        xmlNode* port = nullptr;
-        xmlNode* address = nullptr;
-        for (xmlNode* child = element->children; child; child = child->next)
+        uint32_t port = LightXml::kNone;
+        uint32_t address = LightXml::kNone;
+        for (uint32_t child = elements[element].firstChild; child != LightXml::kNone;
+             child = elements[child].nextSibling)
         {
-            if (IsElement(child, "pPort"))
+            if (doc->NameIs(child, "pPort"))
                 port = child;
-            else if (IsElement(child, "Address") && !address)
+            else if (doc->NameIs(child, "Address") && address == LightXml::kNone)
                 address = child;
         }
-        if (!port)
+        if (port == LightXml::kNone)
             continue;
-        auto base = portBase.find(Text(port));
+        auto base = portBase.find(Trim(doc->Text(port)));
         if (base == portBase.end())
             continue;
-        if (address)
+        if (address != LightXml::kNone)
         {
-            const std::string text = Text(address);
+            const std::string text = Trim(doc->Text(address));
             char* end = nullptr;
             const unsigned long long offset = std::strtoull(text.c_str(), &end, 0);
             if (text.empty() || !end || *end != '\0' || offset >= kChunkWindowSize)
             {
                 Raise(ReturnCode::InvalidArgument, "Chunk register " + name + " has an unusable address");
             }
-            xmlNodeSetContent(address, reinterpret_cast<const xmlChar*>(Hex(base->second + offset).c_str()));
+            splices.push_back(
+                {elements[address].contentBegin, elements[address].contentEnd, Hex(base->second + offset)});
         }
         else
         {
             // Addresses of a register add up: an extra one moves a computed address into the window.
-            xmlNode* extra = xmlNewDocNode(doc, element->ns, reinterpret_cast<const xmlChar*>("Address"),
-                                           reinterpret_cast<const xmlChar*>(Hex(base->second).c_str()));
-            xmlAddPrevSibling(port, extra);
+            splices.push_back(
+                {elements[port].start, elements[port].start, "<Address>" + Hex(base->second) + "</Address>"});
         }
     }
-    xmlChar* text = nullptr;
-    int size = 0;
-    xmlDocDumpMemory(doc, &text, &size);
-    std::string result(reinterpret_cast<const char*>(text), static_cast<size_t>(size));
-    xmlFree(text);
+    // Blank runs between the child elements of an element: the node engine makes an object of each, and they
+    // are about a third of its work on an indented description. They mean nothing to it.
+    const std::string& text = doc->Source();
+    const auto dropIfBlank = [&](size_t begin, size_t end) {
+        if (end > begin && text.find_first_not_of(" \t\r\n", begin) >= end)
+            splices.push_back({begin, end, {}});
+    };
+    for (uint32_t element = 0; element < elements.size(); ++element)
+    {
+        uint32_t child = elements[element].firstChild;
+        if (child == LightXml::kNone)
+            continue;
+        dropIfBlank(elements[element].contentBegin, elements[child].start);
+        for (; elements[child].nextSibling != LightXml::kNone; child = elements[child].nextSibling)
+            dropIfBlank(elements[child].end, elements[elements[child].nextSibling].start);
+        dropIfBlank(elements[child].end, elements[element].contentEnd);
+    }
+    std::sort(splices.begin(), splices.end(), [](const Splice& a, const Splice& b) { return a.begin < b.begin; });
+    std::string result;
+    result.reserve(text.size());
+    size_t at = 0;
+    for (const Splice& splice : splices)
+    {
+        result.append(text, at, splice.begin - at);
+        result += splice.replacement;
+        at = splice.end;
+    }
+    result.append(text, at, std::string::npos);
     return result;
 }
 

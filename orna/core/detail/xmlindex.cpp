@@ -1,8 +1,5 @@
 #include "orna/core/detail/xmlindex.h"
 
-#include <libxml/parser.h>
-#include <libxml/tree.h>
-
 #include <algorithm>
 #include <cstring>
 #include <unordered_set>
@@ -17,22 +14,6 @@ std::string Trim(const std::string& text)
         return {};
     const auto last = text.find_last_not_of(" \t\r\n");
     return text.substr(first, last - first + 1);
-}
-
-std::string Content(xmlNode* node)
-{
-    xmlChar* content = xmlNodeGetContent(node);
-    std::string text = content ? reinterpret_cast<const char*>(content) : "";
-    xmlFree(content);
-    return Trim(text);
-}
-
-std::string Attribute(xmlNode* node, const char* name)
-{
-    xmlChar* value = xmlGetProp(node, reinterpret_cast<const xmlChar*>(name));
-    std::string text = value ? reinterpret_cast<const char*>(value) : "";
-    xmlFree(value);
-    return text;
 }
 
 std::optional<int64_t> ParseInteger(const std::string& text)
@@ -63,25 +44,25 @@ void AddUnique(std::vector<std::string>& list, const std::string& value)
 
 // Reads the child elements of one named node into info. Entries of an enumeration add their references to
 // the enumeration itself (an entry's availability changes the enumeration's choices).
-void ReadChildren(xmlNode* element, XmlNodeInfo& info)
+void ReadChildren(const LightXml& doc, uint32_t element, XmlNodeInfo& info)
 {
-    for (xmlNode* child = element->children; child; child = child->next)
+    const auto& elements = doc.Elements();
+    for (uint32_t child = elements[element].firstChild; child != LightXml::kNone; child = elements[child].nextSibling)
     {
-        if (child->type != XML_ELEMENT_NODE)
-            continue;
-        const char* tag = reinterpret_cast<const char*>(child->name);
+        const std::string tagName(doc.Name(child));
+        const char* tag = tagName.c_str();
         if (std::strcmp(tag, "EnumEntry") == 0)
         {
-            info.entries.push_back(Attribute(child, "Name"));
+            info.entries.push_back(doc.AttributeValue(child, "Name"));
             XmlNodeInfo entry;
-            ReadChildren(child, entry);
+            ReadChildren(doc, child, entry);
             for (const auto& reference : entry.references)
                 AddUnique(info.references, reference);
             for (const auto& reference : entry.invalidators)
                 AddUnique(info.invalidators, reference);
             continue;
         }
-        const std::string text = Content(child);
+        const std::string text = Trim(doc.Text(child));
         if (std::strcmp(tag, "PollingTime") == 0)
             info.pollingTime = ParseInteger(text).value_or(0);
         else if (std::strcmp(tag, "IsDeprecated") == 0)
@@ -142,23 +123,6 @@ std::optional<std::string> LeadingNonXmlLine(const std::string& xml)
     return line;
 }
 
-std::string WellFormedError(xmlParserCtxt* context)
-{
-    std::string error = "The GenICam XML is not well-formed";
-    const xmlError* last = context ? xmlCtxtGetLastError(context) : nullptr;
-    if (last && last->line > 0)
-    {
-        error += " (line " + std::to_string(last->line) + ", column " + std::to_string(last->int2);
-        std::string message = last->message ? last->message : "";
-        while (!message.empty() && (message.back() == '\n' || message.back() == ' '))
-            message.pop_back();
-        if (!message.empty())
-            error += ": " + message;
-        error += ")";
-    }
-    return error;
-}
-
 } // namespace
 
 bool XmlIndex::Parse(const std::string& xml, std::string& error, bool keepDocument)
@@ -173,51 +137,42 @@ bool XmlIndex::Parse(const std::string& xml, std::string& error, bool keepDocume
         error = "The description does not start with XML (line 1: " + *line + ")";
         return false;
     }
-    // Blank text between elements carries nothing here; leaving it out of the tree saves a third of the nodes.
-    xmlParserCtxt* context = xmlNewParserCtxt();
-    xmlDoc* doc = context ? xmlCtxtReadMemory(context, xml.data(), static_cast<int>(xml.size()), "genicam.xml", nullptr,
-                                              XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING |
-                                                  XML_PARSE_NOBLANKS | XML_PARSE_COMPACT)
-                          : nullptr;
-    if (!doc)
-    {
-        error = WellFormedError(context);
-        xmlFreeParserCtxt(context);
+    auto doc = std::make_unique<LightXml>();
+    if (!doc->Read(xml, error))
         return false;
-    }
-    xmlFreeParserCtxt(context);
-    xmlNode* root = xmlDocGetRootElement(doc);
+    const auto& elements = doc->Elements();
     // Depth-first over the description; Group elements only structure the file.
-    std::vector<xmlNode*> stack;
-    for (xmlNode* child = root ? root->last : nullptr; child; child = child->prev)
-        stack.push_back(child);
+    std::vector<uint32_t> stack;
+    const auto pushChildren = [&](uint32_t parent) {
+        const size_t first = stack.size();
+        for (uint32_t child = elements[parent].firstChild; child != LightXml::kNone;
+             child = elements[child].nextSibling)
+            stack.push_back(child);
+        std::reverse(stack.begin() + long(first), stack.end());
+    };
+    pushChildren(doc->Root());
     while (!stack.empty())
     {
-        xmlNode* node = stack.back();
+        const uint32_t node = stack.back();
         stack.pop_back();
-        if (node->type != XML_ELEMENT_NODE)
-            continue;
-        if (std::strcmp(reinterpret_cast<const char*>(node->name), "Group") == 0)
+        if (doc->NameIs(node, "Group"))
         {
-            for (xmlNode* child = node->last; child; child = child->prev)
-                stack.push_back(child);
+            pushChildren(node);
             continue;
         }
-        const std::string name = Attribute(node, "Name");
+        std::string name = doc->AttributeValue(node, "Name");
         if (name.empty() || m_byName.count(name))
             continue;
         XmlNodeInfo info;
-        info.name = name;
-        info.kind = reinterpret_cast<const char*>(node->name);
+        info.name = std::move(name);
+        info.kind = std::string(doc->Name(node));
         info.order = m_nodes.size();
-        ReadChildren(node, info);
-        m_byName[name] = m_nodes.size();
+        ReadChildren(*doc, node, info);
+        m_byName[info.name] = m_nodes.size();
         m_nodes.push_back(std::move(info));
     }
     if (keepDocument)
-        m_document.reset(doc, xmlFreeDoc);
-    else
-        xmlFreeDoc(doc);
+        m_document = std::move(doc);
 
     for (const auto& node : m_nodes)
     {

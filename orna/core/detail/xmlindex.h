@@ -9,14 +9,14 @@
 // Threads: immutable after Parse(); any thread may read it.
 #pragma once
 
+#include "orna/core/detail/lightxml.h"
+
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
-
-struct _xmlDoc;
 
 namespace orna::core::detail {
 
@@ -46,10 +46,10 @@ class XmlIndex
 public:
     // False with a message in error when the text is not well-formed XML; the message says where (line and
     // column), and a text whose first line is not XML at all (a header a dump tool wrote before the declaration)
-    // is named as such. With keepDocument the parsed tree stays available through Document() until
-    // ReleaseDocument(), so that a caller that must rewrite the text does not parse it a second time.
+    // is named as such. With keepDocument the element table stays available through Document() until
+    // ReleaseDocument(), so that a caller that must rewrite the text does not read it a second time.
     bool Parse(const std::string& xml, std::string& error, bool keepDocument = false);
-    _xmlDoc* Document() const { return m_document.get(); }
+    const LightXml* Document() const { return m_document.get(); }
     void ReleaseDocument() { m_document.reset(); }
 
     const XmlNodeInfo* Find(const std::string& name) const;
@@ -66,7 +66,7 @@ public:
     std::string PortOf(const std::string& name) const;
 
 private:
-    std::shared_ptr<_xmlDoc> m_document;
+    std::unique_ptr<LightXml> m_document;
     std::vector<XmlNodeInfo> m_nodes;
     std::unordered_map<std::string, size_t> m_byName;
     std::unordered_map<std::string, std::vector<std::string>> m_dependents;

@@ -157,6 +157,28 @@ inline void GenicamXml(const uint8_t* data, size_t size)
         WalkNodeMap(map);
 }
 
+// The description reader alone, far faster per input than a whole map: its fast pass never takes a text
+// libxml2 refuses, and every element's text and name attribute of an accepted text can be read.
+inline void XmlReader(const uint8_t* data, size_t size)
+{
+    const std::string xml(reinterpret_cast<const char*>(data), size);
+    orna::core::detail::LightXml fast;
+    std::string error;
+    if (fast.Scan(xml) && !orna::core::detail::LightXml::WellFormed(xml, error))
+    {
+        std::fprintf(stderr, "the fast reader took a text libxml2 refuses: %s\n", error.c_str());
+        std::abort();
+    }
+    orna::core::detail::LightXml read;
+    if (!read.Read(xml, error))
+        return;
+    for (uint32_t element = 0; element < read.Elements().size(); ++element)
+    {
+        read.Text(element);
+        read.AttributeValue(element, "Name");
+    }
+}
+
 // The description parameter files are checked against (integers, floats, an enumeration, a string, a
 // boolean, a selector): the nodes a file's lines may name.
 inline const char* ParameterFileXml()

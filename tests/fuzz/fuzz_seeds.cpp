@@ -73,6 +73,19 @@ int main(int argc, char** argv)
     else
         std::fprintf(stderr, "fuzz_seeds: Aravis' Fake camera gave no description\n");
 
+    // The reader alone: small texts that reach its every branch (the fast subset and what it leaves to libxml2).
+    const auto readerDir = root / "xml_reader";
+    std::filesystem::create_directories(readerDir);
+    Write(readerDir / "fixture.xml", orna::core::test::kFixtureXml);
+    if (!fake.empty())
+        Write(readerDir / "aravis-fake.xml", fake);
+    Write(readerDir / "references.xml",
+          "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n<!-- head --><R a='&#65;&amp;' "
+          "xmlns:x=\"u\" x:b=\"1\">\r\n<I Name=\"A\">v<!-- c -->&lt;<![CDATA[<raw>]]>&#x263A;<?pi x?></I><E/></R>\n");
+    Write(readerDir / "doctype.xml", "<?xml version=\"1.0\"?><!DOCTYPE R [<!ENTITY e \"val\">]><R><I>&e;</I></R>");
+    Write(readerDir / "prefixed.xml", "<g:R xmlns:g=\"u\"><g:I Name=\"A\">1</g:I></g:R>");
+    Write(readerDir / "latin1.xml", "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><R><I>\xE9</I></R>");
+
     auto map = orna::core::detail::CreateLocalNodeMap(lumivue::fuzz::ZeroBank(), lumivue::fuzz::ParameterFileXml());
     const auto saved = parameterDir / "saved.txt";
     std::string error;

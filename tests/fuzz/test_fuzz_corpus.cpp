@@ -47,6 +47,11 @@ TEST(FuzzCorpus, GenicamXmlInputsAreRefusedOrWalked)
     Replay("genicam_xml", lumivue::fuzz::GenicamXml);
 }
 
+TEST(FuzzCorpus, XmlReaderInputsAreRefusedOrRead)
+{
+    Replay("xml_reader", lumivue::fuzz::XmlReader);
+}
+
 TEST(FuzzCorpus, ParameterFileInputsAreRefusedOrLoaded)
 {
     Replay("parameter_file", lumivue::fuzz::ParameterFile);

@@ -14,6 +14,7 @@
 #include "orna/core/detail/gobjectptr.h"
 #include "orna/core/detail/gvcpprobe.h"
 #include "orna/core/detail/nodemapimpl.h"
+#include "orna/core/detail/portdevice.h"
 #include "orna/core/exception.h"
 #include "orna/core/library.h"
 #include "orna/core/nodemap.h"
@@ -790,6 +791,8 @@ public:
         GObjectPtr<ArvDevice> opened;
         {
             std::lock_guard<std::mutex> lock(g_interfaceMutex[int(m_kind)]);
+            // The open parses the device's description: one parse at a time in the process.
+            std::lock_guard<std::mutex> parsing(AravisParseMutex());
             GError* error = nullptr;
             ArvDevice* raw = arv_interface_open_device(AravisInterface(m_kind), device.id.c_str(), &error);
             RaiseIfError(error, "Opening " + device.id);

@@ -153,12 +153,21 @@ GObjectPtr<ArvDevice> CreatePortDevice(std::shared_ptr<RegisterBank> bank, const
     self->state->bank = std::move(bank);
     self->state->xml = xml;
     self->state->engineXml = engineXml.empty() ? xml : engineXml;
-    self->state->genicam = arv_gc_new(device.Get(), self->state->engineXml.data(), self->state->engineXml.size());
+    {
+        std::lock_guard<std::mutex> parsing(AravisParseMutex());
+        self->state->genicam = arv_gc_new(device.Get(), self->state->engineXml.data(), self->state->engineXml.size());
+    }
     if (!self->state->genicam || !arv_gc_get_node(self->state->genicam, "Root"))
         Raise(ReturnCode::InvalidArgument, "The GenICam XML of a local node map could not be parsed");
     arv_gc_set_access_check_policy(self->state->genicam, ARV_ACCESS_CHECK_POLICY_ENABLE);
     arv_gc_set_range_check_policy(self->state->genicam, ARV_RANGE_CHECK_POLICY_ENABLE);
     return device;
+}
+
+std::mutex& AravisParseMutex()
+{
+    static std::mutex mutex;
+    return mutex;
 }
 
 std::shared_ptr<RegisterBank> PortDeviceBank(ArvDevice* device)

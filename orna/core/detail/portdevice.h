@@ -14,9 +14,17 @@
 #include <arv.h>
 
 #include <memory>
+#include <mutex>
 #include <string>
 
 namespace orna::core::detail {
+
+// Aravis 0.8 parses every GenICam description (arv_gc_new, also inside the opening of any Aravis device) with
+// one static parser state: two parses at once, on any two threads, corrupt each other's documents (seen as GLib
+// criticals and refused or broken node maps when the camera list's lock probe opened a camera while a window
+// opened another). Every call that may parse holds this process-wide lock. It is a leaf lock apart from the
+// transport's interface lock, which is taken before it.
+std::mutex& AravisParseMutex();
 
 // Builds the device and its node tree from xml. Raises InvalidArgumentException when the XML is not a
 // GenICam description the node engine accepts. engineXml, when not empty, is what the node engine loads

@@ -423,3 +423,37 @@ TEST_F(NodeMapTest, FourThreadsShort)
 }
 
 } // namespace
+
+// The node engine's parser keeps its state in one static: maps built on several threads at once (a window
+// opening a camera while the camera list probes another) must each come out whole.
+TEST(LocalNodeMaps, BuiltOnSeveralThreadsAtOnceAreEachWhole)
+{
+    orna::Library::Initialize();
+    const auto description = benchsupport::GenerateLargeDescription(20);
+    std::atomic<int> broken{0};
+    std::atomic<int> built{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+    {
+        threads.emplace_back([&] {
+            for (int i = 0; i < 15; ++i)
+            {
+                try
+                {
+                    auto map = detail::CreateLocalNodeMap(benchsupport::LargeDescriptionBank(20), description.xml);
+                    if (!map->GetHasNode("Selector10") || !map->GetHasNode("Int11"))
+                        ++broken;
+                    ++built;
+                }
+                catch (const std::exception&)
+                {
+                    ++broken;
+                }
+            }
+        });
+    }
+    for (auto& thread : threads)
+        thread.join();
+    EXPECT_EQ(broken.load(), 0);
+    EXPECT_EQ(built.load(), 60);
+}

@@ -210,6 +210,10 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
 MainWindow::~MainWindow()
 {
     Teardown();
+    // What the teardown left is deleted by the QWidget base, when this object is no MainWindow any more: no
+    // signal of theirs (a window's destroyed, above all) may reach a slot or lambda of ours then.
+    for (QObject* child : findChildren<QObject*>())
+        disconnect(child, nullptr, this, nullptr);
 }
 
 // --- Start-up steps

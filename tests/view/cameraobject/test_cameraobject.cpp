@@ -168,7 +168,8 @@ private Q_SLOTS:
         auto& [window, list, open] = desk;
 
         QTest::mouseClick(open, Qt::LeftButton);
-        CameraObject* cameraWindow = CameraWindowOf(window);
+        // Watched: a failed open removes its window.
+        QPointer<CameraObject> cameraWindow = CameraWindowOf(window);
         QVERIFY(cameraWindow != nullptr);
         QVERIFY(cameraWindow->Camera() != nullptr);
         // A second press while the open runs is ignored.
@@ -177,7 +178,8 @@ private Q_SLOTS:
             QTest::mouseClick(open, Qt::LeftButton);
             QCOMPARE(CameraWindowCount(window), 1);
         }
-        QTRY_VERIFY_WITH_TIMEOUT(!cameraWindow->IsOpenInProgress(), 60000);
+        QTRY_VERIFY_WITH_TIMEOUT(!cameraWindow || !cameraWindow->IsOpenInProgress(), 60000);
+        QVERIFY2(cameraWindow, "the open failed and removed its window");
         QTRY_VERIFY(!open->IsBusy());
         QVERIFY(cameraWindow->isEnabled());
         // The new window took the size of its 16:10 image: wider than high, both on the grid (n * 20 + 1).

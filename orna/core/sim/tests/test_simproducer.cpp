@@ -209,7 +209,8 @@ TEST_F(SimProducer, TwoCamerasStreamAtTheirOwnRatesAndBrightnessFollowsExposure)
     for (int i = 0; i < 2; ++i)
         EXPECT_DOUBLE_EQ(Node<FloatNode>(devices[i], "AcquisitionResultingFrameRate")->GetValue(), rates[i]);
     const double slowRate = slow.get();
-    EXPECT_NEAR(slowRate, rates[0], rates[0] * 0.15);
+    EXPECT_LT(slowRate, rates[0] * 1.15);
+    EXPECT_GT(slowRate, rates[0] * 0.5) << "the slower camera ignores its setting";
     EXPECT_LT(fast, rates[1] * 1.15);
     EXPECT_GT(fast, rates[0] * 1.3) << "the second camera is not faster than the first";
 

@@ -22,6 +22,7 @@
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QScrollArea>
+#include <QShortcut>
 #include <QThread>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -218,6 +219,11 @@ void CameraObject::CreateControls()
     spinboxScaleFactor->SetValue(1.0);
     spinboxScaleFactor->setToolTip(tr("Zoom factor"));
     spinboxScaleFactor->setFixedHeight(kUpperButtonSize);
+
+    // Alt+D: display update of the live image on or off; the chain and any recording's frame count go on.
+    auto* displayUpdateShortcut = new QShortcut(QKeySequence(Qt::ALT + Qt::Key_D), this);
+    displayUpdateShortcut->setContext(Qt::WidgetWithChildrenShortcut);
+    connect(displayUpdateShortcut, &QShortcut::activated, this, &CameraObject::OnShortcutDisplayUpdate);
     // Its text must stay whole when the window is narrow: the toolbar is clipped, not squeezed.
     spinboxScaleFactor->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     upperLayout->addWidget(spinboxScaleFactor);
@@ -730,9 +736,21 @@ void CameraObject::OnButtonDisplayOff()
 {
     const bool displayOn = !buttonDisplayOff->isChecked();
     if (camera != nullptr && camera->GetCaptureWorker() != nullptr)
+    {
         camera->GetCaptureWorker()->SetProcessingEnabled(displayOn);
+        // The button is the way back to a shown image, whatever Alt+D left.
+        camera->GetCaptureWorker()->SetDisplayEnabled(true);
+    }
     display->SetDisplayEnabled(displayOn);
     UpdateControls();
+}
+
+void CameraObject::OnShortcutDisplayUpdate()
+{
+    if (camera == nullptr || camera->GetCaptureWorker() == nullptr)
+        return;
+    VisionImageCaptureWorker* worker = camera->GetCaptureWorker();
+    worker->SetDisplayEnabled(!worker->IsDisplayEnabled());
 }
 
 void CameraObject::OnButtonFitIn()

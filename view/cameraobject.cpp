@@ -10,6 +10,7 @@
 #include "controlelement/customlayout.h"
 #include "orna/ipl/image.h"
 #include "orna/ipl/pixelformat.h"
+#include "panels/hostfeatures.h"
 #include "view/customdisplay.h"
 #include "view/customgraphicsview.h"
 #include "widgets/customdiscretespinbox.h"
@@ -75,6 +76,12 @@ QScrollArea* ClippingScroller(QWidget* toolbar, Qt::Orientation orientation, QWi
 CameraObject::CameraObject(QWidget* parent) : ControlElement(parent, false)
 {
     SetType(kCameraObjectType);
+    // The camera panels this build has; the main window opens them by the left toolbar's button types.
+    static const bool registered = [] {
+        MainWindow::RegisterElementType(HostFeatures::kType, [](QWidget* p) { return new HostFeatures(p); });
+        return true;
+    }();
+    Q_UNUSED(registered)
     CreateControls();
 }
 

@@ -166,7 +166,7 @@ VisionCamera::VisionCamera(QWidget* parentWindow_, QWidget* mainWindow_,
         connect(sizeProvider, &FeatureProviderBase::Changed, this, &VisionCamera::Signal_ImageSizeDestinationChanged);
     for (FeatureProviderBase* mappingProvider :
          std::initializer_list<FeatureProviderBase*>{iplGammaFeatureProvider, iplTransformationFeatureProvider})
-        connect(mappingProvider, &FeatureProviderBase::Changed, this, [this] { RebuildDestinationTables(); });
+        connect(mappingProvider, &FeatureProviderBase::Changed, this, [this] { AdaptDestinationToTransformation(); });
 
     // 3. One access, model and filter model a node map.
     for (int i = 0; i < kNumXmlModules; ++i)
@@ -476,8 +476,7 @@ void VisionCamera::CreateImageBuffer()
     if (iplBinningFeatureProvider->IsActive())
         iplBinningFeatureProvider->GetOutputSize(width, height, &width, &height);
     const uint32_t destination = iplGammaFeatureProvider->MapDestinationFormat(pixelFormatDestination);
-    const int rotation = iplTransformationFeatureProvider->GetRotation();
-    if (rotation == 90 || rotation == 270)
+    if (iplTransformationFeatureProvider->IsTransposed())
         std::swap(width, height);
     try
     {

@@ -19,8 +19,11 @@
 //   any thread      the typed node access family (GetIntegerValue ... GetTotalGain): each node call is
 //                   serialised by the node map's own mutex; nothing here raises.
 // Mutexes:
-//   nodeMapMutex    guards the pixel format destination tables (destinationTables) and the trigger mode cache.
-//                   Never held across a device call that could wait for another thread.
+//   nodeMapMutex    guards the trigger mode cache. Never held across a device call that could wait for another
+//                   thread.
+//   conversionTableMutex  guards the destination tables (destinationTables): held for each look-up and for the
+//                   whole of BuildConversionTables. Nothing is called with it held but the tables' own code and
+//                   the providers' format mappings.
 #pragma once
 
 #include "camera/cameratypes.h"
@@ -132,7 +135,11 @@ public:
     void CheckDeviceBootStatus();
     QString GetDeviceBootStatusDescription();
     bool CheckColorCamera();
+    // Reads PixelFormat, sets source and intermediate, tells the providers, rebuilds the tables and fixes the
+    // destination. False (and "The camera pixel format is invalid. ..." in the log) for a format in no table.
     bool UpdatePixelFormatSource();
+    // Rebuilds the tables; a raw destination of a raw source takes the order the transformation gives.
+    void AdaptDestinationToTransformation();
     bool AllocBuffers();
     void CreateImageBuffer();
     void ExitCamera();
@@ -227,7 +234,7 @@ public:
     // No effect when unchanged; otherwise stores it, tells the providers after the conversion and emits
     // Signal_PixelFormatDestinationChanged.
     void SetPixelFormatDestination(uint32_t format);
-    // Table look-ups under nodeMapMutex for the current conversion mode.
+    // Table look-ups under conversionTableMutex for the current conversion mode (false / 0 outside 1..3).
     bool IsConversionSupported(const std::string& sourceName, uint32_t destination) const;
     uint32_t GetDefaultDestination(const std::string& sourceName) const;
     std::vector<uint32_t> GetAllowedPixelFormatDestinations() const;
@@ -439,8 +446,8 @@ public:
 private:
     // Decides the buffer count from the stream's minimum and the num_buffers_used setting.
     void UpdateNumBuffers();
-    // Rebuilds the destination tables for the current source (under nodeMapMutex) and fixes the destination.
-    void RebuildDestinationTables();
+    // Rebuilds the four destination tables, each Bayer entry through the transformation's (and gamma's) mapping.
+    void BuildConversionTables();
     // Frees an object of ownedObjects and removes it from the list.
     void DeleteOwnedObject(QObject* object);
     // Stops thread by the stop rule and frees worker (may be null). When the thread does not stop, both are
@@ -548,8 +555,9 @@ private:
     std::atomic<bool> closing{false};     // ExitCamera began: no new one-shot task
     bool exited = false;
 
+    mutable QMutex conversionTableMutex;
+    camera::PixelFormatDestinationTables destinationTables; // guarded by conversionTableMutex
     // Guarded by nodeMapMutex.
-    camera::PixelFormatDestinationTables destinationTables;
     camera::TriggerMode cachedTriggerMode = camera::TriggerMode::Off;
     bool triggerModeCached = false;
 

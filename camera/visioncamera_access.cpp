@@ -12,6 +12,7 @@
 #include "orna/core/nodemap.h"
 #include "orna/core/nodes.h"
 #include "orna/ipl/imageconverter.h"
+#include "orna/ipl/pixelformat.h"
 #include "processing/iplbinningfeatureprovider.h"
 #include "processing/iplcolorcorrectionfeatureprovider.h"
 #include "processing/ipldecimationfeatureprovider.h"
@@ -764,35 +765,40 @@ bool VisionCamera::UpdatePixelFormatSource()
              iplHotpixelFeatureProvider, iplBinningFeatureProvider, iplDecimationFeatureProvider,
              iplTransformationFeatureProvider, iplGainFeatureProvider, iplSharpnessFeatureProvider})
         provider->SetPixelFormat(unpacked);
-    RebuildDestinationTables();
+    AdaptDestinationToTransformation();
+    // A destination the tables do not allow for this source gives way to the default; without a default it
+    // stays, and the host features panel warns.
+    const std::string sourceName = camera::PixelFormatToName(code);
+    if (!IsConversionSupported(sourceName, pixelFormatDestination))
+    {
+        const uint32_t fallback = GetDefaultDestination(sourceName);
+        if (fallback != 0)
+            SetPixelFormatDestination(fallback);
+    }
     return true;
 }
 
-void VisionCamera::RebuildDestinationTables()
+void VisionCamera::BuildConversionTables()
 {
     IplTransformationFeatureProvider* transformation = iplTransformationFeatureProvider;
     IplGammaFeatureProvider* gamma = iplGammaFeatureProvider;
-    auto tables = camera::BuildPixelFormatDestinationTables(
+    // Held for the whole build, so that no look-up sees a half-built table.
+    QMutexLocker lock(&conversionTableMutex);
+    destinationTables = camera::BuildPixelFormatDestinationTables(
         ApplicationGlobals::showAllPixelFormats, [transformation, gamma](uint32_t format) {
-            return gamma->MapDestinationFormat(transformation->MapBayerFormat(format));
+            return gamma->MapDestinationFormat(transformation->MapBayerPixelFormat(format));
         });
-    const std::string sourceName = camera::PixelFormatToName(pixelFormatSource);
-    uint32_t wanted = pixelFormatDestination;
-    {
-        QMutexLocker lock(&nodeMapMutex);
-        destinationTables = std::move(tables);
-        const int mode = conversionMode;
-        if (!sourceName.empty() && !destinationTables.IsSupported(sourceName, wanted, mode))
-        {
-            const uint32_t fallback = destinationTables.DefaultDestination(sourceName, mode);
-            const auto allowed = destinationTables.Destinations(sourceName, mode);
-            if (fallback != 0)
-                wanted = fallback;
-            else if (!allowed.empty())
-                wanted = allowed.front();
-        }
-    }
-    SetPixelFormatDestination(wanted);
+}
+
+void VisionCamera::AdaptDestinationToTransformation()
+{
+    BuildConversionTables();
+    const uint32_t source = pixelFormatSource;
+    const uint32_t destination = pixelFormatDestination;
+    // A raw destination follows the order the transformation gives the camera's raw order.
+    if (camera::IsBayerPixelFormat(source) && camera::IsBayerPixelFormat(destination))
+        SetPixelFormatDestination(iplTransformationFeatureProvider->MapBayerPixelFormat(
+            destination, orna::ipl::PixelFormat::GetBayerPattern(source)));
 }
 
 void VisionCamera::SetPixelFormatDestination(uint32_t format)
@@ -810,20 +816,20 @@ void VisionCamera::SetPixelFormatDestination(uint32_t format)
 
 bool VisionCamera::IsConversionSupported(const std::string& sourceName, uint32_t destination) const
 {
-    QMutexLocker lock(&nodeMapMutex);
+    QMutexLocker lock(&conversionTableMutex);
     return destinationTables.IsSupported(sourceName, destination, conversionMode);
 }
 
 uint32_t VisionCamera::GetDefaultDestination(const std::string& sourceName) const
 {
-    QMutexLocker lock(&nodeMapMutex);
+    QMutexLocker lock(&conversionTableMutex);
     return destinationTables.DefaultDestination(sourceName, conversionMode);
 }
 
 std::vector<uint32_t> VisionCamera::GetAllowedPixelFormatDestinations() const
 {
     const std::string sourceName = GetPixelFormatSourceName();
-    QMutexLocker lock(&nodeMapMutex);
+    QMutexLocker lock(&conversionTableMutex);
     return destinationTables.Destinations(sourceName, conversionMode);
 }
 

@@ -8,13 +8,15 @@
 //  7. With processing off the pass only counts (step 17).
 //  8. Chunks of the buffer reach the remote node map.
 //  9. MakeFrameRecord: the buffer wrapped as an image, or unpacked into a pool image.
-// 10. Host stages on the source image (binning or decimation, digital black, gain, hot pixels).
-// 11. Asynchronous consumers (auto features, inference, sharpness) get the image, copied first while it
-//     still wraps the buffer.
-// 12. Conversion to the destination format; a failure is counted and leaves an empty image.
-// 13. Host stages on the destination image (colour correction, edge enhancement, gamma, transformation).
+// 10. Stages on the raw image: binning or decimation, mirror, rotation, host gain, hot pixels.
+// 11. Sharing decision: a view that an asynchronous consumer (auto features, inference, sharpness) wants is
+//     cloned once, and the clone stands for the frame from then on; the consumers get it.
+// 12. Destination image: kept when the format matches and nothing forces a new one, else converted; a failure
+//     is counted, logged and ends the frame (no display).
+// 13. Stages on the destination image (colour correction with saturation, edge enhancement, gamma).
 // 14. Histogram.
-// 15. The last image (never a view of device memory), the display image in its 8-bit form, video.
+// 15. The last image (never a view of device memory), the display image in its 8-bit form (none while display
+//     update is off), one video append per frame.
 // 16. Frame callback (single frame) or Signal_UpdateDisplay.
 // 17. Counters and Signal_UpdateCounters.
 // 18. The guard queues the buffer.
@@ -333,104 +335,127 @@ bool VisionImageCaptureWorker::ProcessBuffer(const std::shared_ptr<orna::core::B
                 remote->UpdateChunkNodes(buffer);
         }
 
+        // 3-8. The intermediate image and the stages on it (binning or decimation, mirror, rotation, gain,
+        // hot pixels). record.converted says whether the image is a private copy rather than a view.
         FrameRecord record = MakeFrameRecord(buffer);
-        // Binning or decimation replace the image and force the destination conversion.
-        const bool forcedByStage = RunSourceStages(record);
+        RunSourceStages(record);
         std::shared_ptr<Image> image = record.image;
 
-        // Asynchronous consumers keep the image beyond this pass, so the later in-place stages must never work
-        // on the image they hold: a view of the buffer is copied for them, and whenever they were given an
-        // image the destination step makes a new one, also when the destination format is the source's.
+        // 9. Sharing decision. The asynchronous consumers keep the image beyond this pass; a view of the buffer
+        // is cloned for them (and stands in for it from here on), and a private image they hold is never
+        // changed in place afterwards: the destination step then makes a new one.
         AflManager* afl = camera->GetAflManager();
         IflFeatureProvider* ifl = camera->GetIflFeatureProvider();
         IplSharpnessFeatureProvider* sharpness = camera->GetIplSharpnessFeatureProvider();
         const bool aflWants = afl->WantsFrame();
         const bool iflWants = ifl->WantsFrame();
         const bool async = aflWants || iflWants || sharpness->WantsFrame();
-        const bool forceNewImage = forcedByStage || async || !record.converted;
-        std::shared_ptr<Image> lentImage = image;
-        if (async && !record.converted)
-            lentImage = camera->GetImageBufferManager()->AddImage(PooledCopy(*image));
+        bool forceNewImage = false;
+        if (!record.converted && async)
+        {
+            image = camera->GetImageBufferManager()->AddImage(PooledCopy(*image));
+            record.image = image;
+            record.converted = true;
+            CountStage(ChainStage::Clone);
+        }
+        else
+        {
+            forceNewImage = async || !record.converted;
+        }
+        // 10-12.
         if (aflWants)
-            afl->ProcessImage(lentImage);
+        {
+            afl->ProcessImage(image);
+            CountStage(ChainStage::AutoFeatures);
+        }
         if (iflWants)
         {
-            std::shared_ptr<Image> lent = lentImage;
+            std::shared_ptr<Image> lent = image;
             ifl->Process(lent);
+            CountStage(ChainStage::Inference);
         }
         {
             // Also without a measurement due: the provider counts the frames between two measurements.
-            std::shared_ptr<Image> lent = lentImage;
+            std::shared_ptr<Image> lent = image;
             sharpness->Process(lent);
         }
-        lentImage.reset();
 
-        // Destination image. A view of the buffer always becomes a pool image here, so that nothing after this
-        // point refers to device memory.
+        // 13. Destination image. The same image when nothing forces a new one; else a pool image, so that
+        // nothing after this point refers to device memory or to an image a consumer holds.
         const uint32_t destination = camera->GetPixelFormatDestination();
         if (image->GetPixelFormat() != destination || forceNewImage)
         {
             try
             {
                 image = camera->GetImageBufferManager()->AddImage(PooledConvert(*image, destination));
+                CountStage(ChainStage::DestinationConversion);
             }
             catch (const std::exception& e)
             {
                 camera->IncrementProcessingErrorCounter();
                 Log(kProcessFrameContext,
                     QStringLiteral("Failed to convert image to destination pixel format. %1").arg(e.what()));
-                image = std::make_shared<Image>();
+                image.reset();
             }
         }
-
-        if (!image->IsEmpty())
+        // A failed conversion ends the frame's image: nothing new to show, save or record.
+        if (image && !image->IsEmpty())
+        {
+            // 14-15.
             RunDestinationStages(image);
-        const int64_t processed_ns = SteadyNow_ns();
+            const int64_t processed_ns = SteadyNow_ns();
 
-        // The histogram calculation is not part of this build: IsHistogramEnabled stays false until it is.
+            // 16. The histogram calculation is not part of this build: IsHistogramEnabled stays false until it is.
 
-        // A failed conversion leaves the last image as it was: there is nothing new to show or save.
-        ImageBufferManager* manager = camera->GetImageBufferManager();
-        if (!image->IsEmpty())
+            // 17. Publish.
+            ImageBufferManager* manager = camera->GetImageBufferManager();
             manager->SetLastImage(image);
 
-        std::shared_ptr<Image> display;
-        if (displayEnabled.load() && !image->IsEmpty())
-        {
-            const uint32_t displayFormat = DisplayFormatOf(image->GetPixelFormat());
-            if (displayFormat == image->GetPixelFormat())
-                display = image;
-            else
-                display = manager->AddImage(PooledConvert(*image, displayFormat));
-        }
-        VideoFeatureProvider* video = camera->GetVideoFeatureProvider();
-        if (display && video->IsRecording())
-        {
-            // Both appends are deliberate: for an 8-bit destination they are the same image.
-            video->AppendImage(display);
-            if (video->IsRecording())
-                video->AppendImage(image);
-        }
-        if (!image->IsEmpty())
+            // 18. Display image: the finished image when the display can take it, else its 8-bit form.
+            std::shared_ptr<Image> display;
+            if (displayEnabled.load())
+            {
+                const uint32_t displayFormat = DisplayFormatOf(image->GetPixelFormat());
+                if (displayFormat == image->GetPixelFormat())
+                {
+                    display = image;
+                }
+                else
+                {
+                    display = manager->AddImage(PooledConvert(*image, displayFormat));
+                    CountStage(ChainStage::DisplayConversion);
+                }
+            }
+            // 19. Video: each camera frame reaches the recording once, as its display image. Appending the
+            // finished image as well would, for an 8-bit destination, append the same image twice and play the
+            // video at half speed.
+            VideoFeatureProvider* video = camera->GetVideoFeatureProvider();
+            if (display && video->IsRecording())
+            {
+                video->AppendImage(display);
+                CountStage(ChainStage::VideoAppend);
+            }
             camera->SetHasImage(true);
-        PublishDisplayImage(display);
+            // 20.
+            PublishDisplayImage(display);
 
-        FrameCallback callback;
-        {
-            QMutexLocker lock(&callbackMutex);
-            callback = frameCallback;
+            FrameCallback callback;
+            {
+                QMutexLocker lock(&callbackMutex);
+                callback = frameCallback;
+            }
+            stageClock.Publish(
+                FrameStageTimes{++publishedFrames, image->GetTimestamp(), finished_ns, processed_ns, SteadyNow_ns()});
+            // The consumers may hold the frame up for any time; the camera may go meanwhile.
+            use.unlock();
+            if (callback && display)
+                callback(display);
+            else
+                emit Signal_UpdateDisplay();
+            use.relock();
+            if (cameraDetached)
+                return false;
         }
-        stageClock.Publish(
-            FrameStageTimes{++publishedFrames, image->GetTimestamp(), finished_ns, processed_ns, SteadyNow_ns()});
-        // The consumers may hold the frame up for any time; the camera may go meanwhile.
-        use.unlock();
-        if (callback && display)
-            callback(display);
-        else
-            emit Signal_UpdateDisplay();
-        use.relock();
-        if (cameraDetached)
-            return false;
     }
     else if (!processingEnabled.load())
     {
@@ -448,36 +473,49 @@ bool VisionImageCaptureWorker::ProcessBuffer(const std::shared_ptr<orna::core::B
 
 // --- Host stages
 
-bool VisionImageCaptureWorker::RunSourceStages(FrameRecord& record)
+void VisionImageCaptureWorker::RunSourceStages(FrameRecord& record)
 {
-    bool replaced = false;
-    // Binning or decimation (never both on one frame) makes a new, smaller image of our own.
+    // 4. Binning or decimation (never both on one frame) makes a new, smaller image of our own.
     IplBinningFeatureProvider* binning = camera->GetIplBinningFeatureProvider();
     IplDecimationFeatureProvider* decimation = camera->GetIplDecimationFeatureProvider();
     if (binning->IsActive())
     {
         binning->Process(record.image);
         record.converted = true;
-        replaced = true;
+        CountStage(ChainStage::Binning);
     }
     else if (decimation->IsActive())
     {
         decimation->Process(record.image);
         record.converted = true;
-        replaced = true;
+        CountStage(ChainStage::Decimation);
     }
-    // Mirror and rotation work on the raw image, which is why the destination tables pass every Bayer format
-    // through the transformation's mapping.
+    // 5-6. Mirror, then rotation, in place on the raw image (a view of the buffer is turned in the buffer's
+    // memory), which is why the destination tables pass every Bayer format through the transformation's mapping.
     IplTransformationFeatureProvider* transformation = camera->GetIplTransformationFeatureProvider();
-    if (transformation->IsActive())
-        transformation->Process(record.image);
+    if (transformation->IsMirrorActive())
+    {
+        transformation->ProcessMirrorInplace(*record.image);
+        CountStage(ChainStage::Mirror);
+    }
+    if (transformation->IsRotationActive())
+    {
+        transformation->ProcessRotationInplace(*record.image);
+        CountStage(ChainStage::Rotation);
+    }
+    // 7-8.
     IplGainFeatureProvider* gain = camera->GetIplGainFeatureProvider();
     if (camera->IsHostGainRequired() && gain->IsAnyGainActive())
+    {
         gain->Process(record.image);
+        CountStage(ChainStage::HostGain);
+    }
     IplHotpixelFeatureProvider* hotpixel = camera->GetIplHotpixelFeatureProvider();
     if (hotpixel->IsActive())
+    {
         hotpixel->Process(record.image);
-    return replaced;
+        CountStage(ChainStage::Hotpixel);
+    }
 }
 
 void VisionImageCaptureWorker::RunDestinationStages(std::shared_ptr<Image>& image)
@@ -487,12 +525,19 @@ void VisionImageCaptureWorker::RunDestinationStages(std::shared_ptr<Image>& imag
     // One library call does colour correction and saturation together.
     if (colorCorrection->IsSupported(destination) &&
         (colorCorrection->IsMatrixActive() || camera->GetIplSaturationFeatureProvider()->IsActive()))
+    {
         colorCorrection->Process(image);
+        CountStage(ChainStage::ColorCorrection);
+    }
     IplEdgeEnhancementFeatureProvider* edge = camera->GetIplEdgeEnhancementFeatureProvider();
     if (edge->IsActive())
+    {
         edge->Process(image);
-    // Gamma (and digital black) decide by themselves whether they change the image.
-    camera->GetIplGammaFeatureProvider()->Process(image, camera->GetPixelFormatSource());
+        CountStage(ChainStage::EdgeEnhancement);
+    }
+    // Gamma and digital black decide by themselves whether they change the image; they see the destination.
+    camera->GetIplGammaFeatureProvider()->Process(image, destination);
+    CountStage(ChainStage::Gamma);
 }
 
 // --- Transport status and multi-image check
@@ -584,6 +629,7 @@ FrameRecord VisionImageCaptureWorker::MakeFrameRecord(const std::shared_ptr<orna
     {
         record.image = camera->GetImageBufferManager()->AddImage(PooledConvert(view, unpacked));
         record.converted = true;
+        CountStage(ChainStage::Intermediate);
     }
     return record;
 }

@@ -28,6 +28,7 @@
 #include <QMutex>
 #include <QObject>
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <functional>
@@ -84,6 +85,28 @@ private:
     std::atomic<int64_t> handedToDisplay{0};
 };
 
+// The stages of the host chain that run only under a condition, as counted by the worker.
+enum class ChainStage : int
+{
+    Intermediate, // unpacking a vendor-packed format into a private image
+    Binning,
+    Decimation,
+    Mirror,
+    Rotation,
+    HostGain,
+    Hotpixel,
+    Clone, // a view of the buffer copied for the asynchronous consumers
+    AutoFeatures,
+    Inference,
+    DestinationConversion, // a new image in the destination format
+    ColorCorrection,
+    EdgeEnhancement,
+    Gamma,
+    DisplayConversion, // the 8-bit display form of a deeper image
+    VideoAppend,
+    Count
+};
+
 class VisionImageCaptureWorker : public QObject
 {
     Q_OBJECT
@@ -103,6 +126,9 @@ public:
     void SetFrameCallback(FrameCallback callback);
     void ResetFrameCallback();
     bool IsRunning() const { return running.load() == kRunning; }
+
+    // How often each stage ran since the worker was made (relaxed counters, any thread).
+    uint64_t GetStageRuns(ChainStage stage) const { return stageRuns[size_t(stage)].load(std::memory_order_relaxed); }
 
     // Writing processingEnabled also sets processingJustOff to its opposite.
     void SetProcessingEnabled(bool enabled);
@@ -168,8 +194,9 @@ private:
     // hold on cameraUseMutex: released around the consumers, held again when this returns.
     bool ProcessBuffer(const std::shared_ptr<orna::core::Buffer>& buffer, int64_t finished_ns, QMutexLocker& use,
                        PassCounters& counters);
-    // Returns true when a stage replaced the image (binning, decimation).
-    bool RunSourceStages(FrameRecord& record);
+    // Binning or decimation (marks the record private), mirror, rotation, host gain, hot pixels.
+    void RunSourceStages(FrameRecord& record);
+    void CountStage(ChainStage stage) { stageRuns[size_t(stage)].fetch_add(1, std::memory_order_relaxed); }
     void RunDestinationStages(std::shared_ptr<orna::ipl::Image>& image);
     void CheckTransportStatus(const std::shared_ptr<orna::core::Buffer>& buffer);
     int32_t ReadStatusInfo(const std::shared_ptr<orna::core::Buffer>& buffer, int32_t command);
@@ -213,6 +240,7 @@ private:
     // width, height). Touched only by the frame's thread.
     std::vector<std::tuple<const orna::ipl::ImageConverter*, uint32_t, uint32_t, uint32_t, uint32_t>> preparedPools;
 
+    std::array<std::atomic<uint64_t>, size_t(ChainStage::Count)> stageRuns{};
     FrameStageClock stageClock;
     uint64_t publishedFrames = 0;                       // frame's thread only
     std::shared_ptr<orna::ipl::Image> lastDisplayImage; // atomic_load/atomic_store only

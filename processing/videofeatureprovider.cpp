@@ -6,7 +6,23 @@ VideoFeatureProvider::VideoFeatureProvider(VisionCamera* camera, QObject* parent
 
 VideoFeatureProvider::~VideoFeatureProvider() = default;
 
-void VideoFeatureProvider::AppendImage(const std::shared_ptr<orna::ipl::Image>&)
+void VideoFeatureProvider::StartRecording(Sink newSink)
 {
-    // Nothing is recorded while no recording runs.
+    QMutexLocker lock(&sinkMutex);
+    sink = std::move(newSink);
+    recording = static_cast<bool>(sink);
+}
+
+void VideoFeatureProvider::StopRecording()
+{
+    QMutexLocker lock(&sinkMutex);
+    recording = false;
+    sink = nullptr;
+}
+
+void VideoFeatureProvider::AppendImage(const std::shared_ptr<orna::ipl::Image>& image)
+{
+    QMutexLocker lock(&sinkMutex);
+    if (sink && image)
+        sink(image);
 }

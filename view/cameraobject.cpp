@@ -10,6 +10,7 @@
 #include "controlelement/customlayout.h"
 #include "orna/ipl/image.h"
 #include "orna/ipl/pixelformat.h"
+#include "panels/hostfeatures.h"
 #include "view/customdisplay.h"
 #include "view/customgraphicsview.h"
 #include "widgets/customdiscretespinbox.h"
@@ -22,6 +23,7 @@
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QScrollArea>
+#include <QShortcut>
 #include <QThread>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -74,6 +76,12 @@ QScrollArea* ClippingScroller(QWidget* toolbar, Qt::Orientation orientation, QWi
 CameraObject::CameraObject(QWidget* parent) : ControlElement(parent, false)
 {
     SetType(kCameraObjectType);
+    // The camera panels this build has; the main window opens them by the left toolbar's button types.
+    static const bool registered = [] {
+        MainWindow::RegisterElementType(HostFeatures::kType, [](QWidget* p) { return new HostFeatures(p); });
+        return true;
+    }();
+    Q_UNUSED(registered)
     CreateControls();
 }
 
@@ -218,6 +226,11 @@ void CameraObject::CreateControls()
     spinboxScaleFactor->SetValue(1.0);
     spinboxScaleFactor->setToolTip(tr("Zoom factor"));
     spinboxScaleFactor->setFixedHeight(kUpperButtonSize);
+
+    // Alt+D: display update of the live image on or off; the chain and any recording's frame count go on.
+    auto* displayUpdateShortcut = new QShortcut(QKeySequence(Qt::ALT + Qt::Key_D), this);
+    displayUpdateShortcut->setContext(Qt::WidgetWithChildrenShortcut);
+    connect(displayUpdateShortcut, &QShortcut::activated, this, &CameraObject::OnShortcutDisplayUpdate);
     // Its text must stay whole when the window is narrow: the toolbar is clipped, not squeezed.
     spinboxScaleFactor->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     upperLayout->addWidget(spinboxScaleFactor);
@@ -730,9 +743,21 @@ void CameraObject::OnButtonDisplayOff()
 {
     const bool displayOn = !buttonDisplayOff->isChecked();
     if (camera != nullptr && camera->GetCaptureWorker() != nullptr)
+    {
         camera->GetCaptureWorker()->SetProcessingEnabled(displayOn);
+        // The button is the way back to a shown image, whatever Alt+D left.
+        camera->GetCaptureWorker()->SetDisplayEnabled(true);
+    }
     display->SetDisplayEnabled(displayOn);
     UpdateControls();
+}
+
+void CameraObject::OnShortcutDisplayUpdate()
+{
+    if (camera == nullptr || camera->GetCaptureWorker() == nullptr)
+        return;
+    VisionImageCaptureWorker* worker = camera->GetCaptureWorker();
+    worker->SetDisplayEnabled(!worker->IsDisplayEnabled());
 }
 
 void CameraObject::OnButtonFitIn()

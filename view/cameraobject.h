@@ -141,6 +141,7 @@ private Q_SLOTS:
     void OnButtonNoToolbarMode();
     void OnButtonMagnifier();
     void OnButtonDisplayOff();
+    void OnShortcutDisplayUpdate();
     void OnButtonFitIn();
     void OnButtonNormalSize();
     void OnButtonAcquisitionLive();

@@ -52,6 +52,11 @@ void CustomGraphicsScene::UpdateImage()
     update(sceneRect());
 }
 
+QString CustomGraphicsScene::DisabledText()
+{
+    return tr("Image processing and display disabled");
+}
+
 void CustomGraphicsScene::SetDisplayEnabled(bool enabled)
 {
     m_displayEnabled = enabled;
@@ -244,6 +249,13 @@ void CustomGraphicsScene::drawBackground(QPainter* painter, const QRectF& rect)
     const QColor background =
         ApplicationGlobals::colorBackground.isValid() ? ApplicationGlobals::colorBackground : QColor(Qt::black);
     painter->fillRect(rect, background);
+    if (!m_displayEnabled)
+    {
+        painter->setPen(ApplicationGlobals::colorText.isValid() ? ApplicationGlobals::colorText : QColor(Qt::white));
+        painter->drawText(rect, Qt::AlignCenter, DisabledText());
+        m_frameDrawn = false;
+        return;
+    }
     m_frameDrawn = PrepareFrame();
     if (!m_frameDrawn)
         return;
@@ -308,9 +320,7 @@ void CustomGraphicsScene::PaintMagnifier(QPainter* painter)
         const int lines = std::max(1, block.channels);
         const QString widest = QString::number((1 << block.bitDepth) - 1);
         QFontMetrics metrics(font);
-        const auto fits = [&] {
-            return metrics.horizontalAdvance(widest) + 2 <= c && lines * metrics.height() <= c;
-        };
+        const auto fits = [&] { return metrics.horizontalAdvance(widest) + 2 <= c && lines * metrics.height() <= c; };
         if (!fits() && font.pointSizeF() > 0)
         {
             // A smaller cell takes a smaller font, down to what stays legible.

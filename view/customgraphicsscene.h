@@ -68,6 +68,8 @@ public:
     // With the display off the scene paints only its background.
     void SetDisplayEnabled(bool enabled);
     bool IsDisplayEnabled() const { return m_displayEnabled; }
+    // What the scene shows instead of the image while display is off.
+    static QString DisabledText();
 
     // Called at the end of every paint that drew a frame, on the GUI thread (latency measurements hook in
     // here). Keep it cheap: it runs inside the paint.

@@ -7,6 +7,12 @@
 // pipeline_sim_overhead   simulated camera at 2448 x 2048 BayerRG8, its maximum rate, processed to BGRa8 and
 //                         handed to display: CPU time per frame of the capture thread against the bare
 //                         orna::ipl conversion of the same frame measured here (ratio = baseline / ours).
+// chain_all_off_bayer8_bgra8
+//                         the same run read as the host chain's cost: every host stage is off in it, so the
+//                         capture thread's time per frame is the whole chain with its stages off.
+// chain_clone_async       the copy the chain makes of a view for an asynchronous consumer (a same-format
+//                         conversion into the converter's pre-allocated pool, as the worker does) against memcpy
+//                         of the frame's bytes, on this thread.
 // display_latency_p50_ms, display_latency_p99_ms
 //                         60 frames/s from the simulated camera, from "buffer finished" (the wait returned) to
 //                         "painted"; baseline is the frame interval, ratio = baseline / ours.
@@ -49,6 +55,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <fstream>
 #include <map>
@@ -201,6 +208,26 @@ void RunSimOverhead(const Producer& sim)
     const double baseline = double(ThreadCpu_ns() - cpuStart) / 1e6 / rounds;
     const double baselineWall = std::chrono::duration<double, std::milli>(Clock::now() - wallStart).count() / rounds;
     Print("pipeline_sim_overhead", ours, baseline, ours > 0 ? baseline / ours : 0, "ms");
+    Print("chain_all_off_bayer8_bgra8", ours, baseline, ours > 0 ? baseline / ours : 0, "ms");
+    {
+        // The clone of a view: same format, pooled, from frames that are not in the cache.
+        converter.PreAllocateConversion(orna::ipl::BayerRG8, orna::ipl::BayerRG8, kWidth, kHeight, 5);
+        {
+            orna::ipl::Image warmClone = converter.Convert(raws.front(), orna::ipl::BayerRG8);
+        }
+        const int64_t cloneStart = ThreadCpu_ns();
+        for (int i = 0; i < rounds; ++i)
+        {
+            orna::ipl::Image clone = converter.Convert(raws[size_t(i) % raws.size()], orna::ipl::BayerRG8);
+        }
+        const double clone = double(ThreadCpu_ns() - cloneStart) / 1e6 / rounds;
+        std::vector<uint8_t> copy(raws.front().GetByteCount());
+        const int64_t copyStart = ThreadCpu_ns();
+        for (int i = 0; i < rounds; ++i)
+            std::memcpy(copy.data(), raws[size_t(i) % raws.size()].GetData(), copy.size());
+        const double memcpyMs = double(ThreadCpu_ns() - copyStart) / 1e6 / rounds;
+        Print("chain_clone_async", clone, memcpyMs, clone > 0 ? memcpyMs / clone : 0, "ms");
+    }
     std::printf("# pipeline_sim_overhead: %d frames in %.1f s (%.1f frames/s) at %ux%u BayerRG8 -> BGRa8, capture "
                 "thread %.3f ms/frame, bare conversion %.3f ms/frame (image kernels on one thread)\n",
                 to.frames - from.frames, seconds, (to.frames - from.frames) / seconds, kWidth, kHeight, ours, baseline);

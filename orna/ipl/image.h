@@ -73,6 +73,7 @@ public:
 
 private:
     friend class ImageConverter;
+    friend class ImageTransformer; // a quarter turn swaps width and height of the same pixels
     // Takes one reference to storage (the caller keeps its own).
     static Image FromStorage(detail::ImageStorage* storage, uint32_t pixelFormat, uint32_t width, uint32_t height,
                              size_t byteCount);

@@ -4,6 +4,7 @@
 // Google Benchmark times every variant; the lines are built from its adjusted real times.
 #include "orna/ipl/image.h"
 #include "orna/ipl/imageconverter.h"
+#include "orna/ipl/imagetransformer.h"
 #include "orna/ipl/pixelformat.h"
 #include "orna/ipl/unpack.h"
 #include "orna/ipl/videowriter.h"
@@ -94,6 +95,56 @@ void MemcpyBytes(benchmark::State& state)
         std::memcpy(b.data(), a.data(), bytes);
         benchmark::DoNotOptimize(b.data());
         benchmark::ClobberMemory();
+    }
+}
+
+// --- Mirror and quarter turn in place, against OpenCV into a preallocated image
+
+void OursMirrorLeftRight(benchmark::State& state)
+{
+    Threads(1);
+    Image image = RandomImage(BGRa8);
+    ImageTransformer transformer;
+    for (auto _ : state)
+    {
+        transformer.MirrorLeftRightInPlace(image);
+        benchmark::DoNotOptimize(image.GetData());
+    }
+}
+
+void OpenCvFlip(benchmark::State& state)
+{
+    Threads(1);
+    const Image src = RandomImage(BGRa8);
+    cv::Mat in(kH, kW, CV_8UC4, src.GetData()), out(kH, kW, CV_8UC4);
+    for (auto _ : state)
+    {
+        cv::flip(in, out, 1);
+        benchmark::DoNotOptimize(out.data);
+    }
+}
+
+void OursRotate90(benchmark::State& state)
+{
+    Threads(1);
+    Image image = RandomImage(BGRa8);
+    ImageTransformer transformer;
+    for (auto _ : state)
+    {
+        transformer.RotateInPlace(image, 90);
+        benchmark::DoNotOptimize(image.GetData());
+    }
+}
+
+void OpenCvRotate90(benchmark::State& state)
+{
+    Threads(1);
+    const Image src = RandomImage(BGRa8);
+    cv::Mat in(kH, kW, CV_8UC4, src.GetData()), out(kW, kH, CV_8UC4);
+    for (auto _ : state)
+    {
+        cv::rotate(in, out, cv::ROTATE_90_COUNTERCLOCKWISE);
+        benchmark::DoNotOptimize(out.data);
     }
 }
 
@@ -266,6 +317,10 @@ int main(int argc, char** argv)
     reg("ours_unpack", OursUnpack)->Args({Mono12p, 1})->Args({Mono10p, 1})->Args({Mono12p, all})->Args({Mono10p, all});
     reg("ours_bayer12p", OursBayer12p)->Args({BGRa8, 1})->Args({RGB8, 1})->Args({BGRa8, all});
     reg("twostep_bayer12p", TwoStepBayer12p)->Args({BGRa8, 1})->Args({RGB8, 1})->Args({BGRa8, all});
+    reg("ours_mirror_lr", OursMirrorLeftRight);
+    reg("opencv_flip_lr", OpenCvFlip);
+    reg("ours_rotate90", OursRotate90);
+    reg("opencv_rotate90", OpenCvRotate90);
     reg("ours_jpeg", OursJpeg);
     reg("opencv_imencode", OpenCvImencode);
 
@@ -297,6 +352,8 @@ int main(int argc, char** argv)
          Find(collector, "twostep_bayer12p/" + rgb + "/1/"));
     Time("bayer12p_to_bgra8_mt", Find(collector, "ours_bayer12p/" + bgra + "/" + a + "/"),
          Find(collector, "twostep_bayer12p/" + bgra + "/" + a + "/"));
+    Time("mirror_lr_bgra8", Find(collector, "ours_mirror_lr/"), Find(collector, "opencv_flip_lr/"));
+    Time("rotate90_bgra8", Find(collector, "ours_rotate90/"), Find(collector, "opencv_rotate90/"));
     Rate("jpeg_encode", Find(collector, "ours_jpeg/"), Find(collector, "opencv_imencode/"));
     return 0;
 }

@@ -4,6 +4,8 @@
 // allocations (queued signal events, shared_ptr control blocks) are not image memory and are not counted.
 #include "capturefixture.h"
 
+#include "processing/ipltransformationfeatureprovider.h"
+
 #include <QtTest>
 
 #include <atomic>
@@ -106,20 +108,30 @@ private Q_SLOTS:
         QTest::addColumn<QString>("serial");
         QTest::addColumn<QString>("source");
         QTest::addColumn<uint>("destination");
+        QTest::addColumn<bool>("transform");
         QTest::newRow("mono8 view") << "LVSM00001"
-                                    << "Mono8" << uint(orna::ipl::Mono8);
+                                    << "Mono8" << uint(orna::ipl::Mono8) << false;
         QTest::newRow("mono12 with display conversion") << "LVSM00001"
-                                                        << "Mono12" << uint(orna::ipl::Mono12);
+                                                        << "Mono12" << uint(orna::ipl::Mono12) << false;
         QTest::newRow("bayer to bgra8") << "LVSC00001"
-                                        << "BayerRG8" << uint(orna::ipl::BGRa8);
+                                        << "BayerRG8" << uint(orna::ipl::BGRa8) << false;
+        // Mirror and quarter turn of the raw image go through the transformer's kept scratch image.
+        QTest::newRow("bayer mirrored and turned to bgra8") << "LVSC00001"
+                                                            << "BayerRG8" << uint(orna::ipl::BGRa8) << true;
     }
     void steadyStreamAllocatesNoImageMemory()
     {
         QFETCH(QString, serial);
         QFETCH(QString, source);
         QFETCH(uint, destination);
+        QFETCH(bool, transform);
         auto camera = OpenCamera(sim.Find(serial.toStdString()));
         QVERIFY(camera);
+        if (transform)
+        {
+            camera->GetIplTransformationFeatureProvider()->OnMirrorHorizontal();
+            camera->GetIplTransformationFeatureProvider()->OnRotateLeft();
+        }
         QVERIFY(camera->SetPixelFormatSourceOverString(source.toStdString()));
         camera->SetPixelFormatDestination(destination);
         CaptureRecorder recorder;
@@ -145,6 +157,12 @@ private Q_SLOTS:
         QVERIFY2(recorder.log.isEmpty(), qPrintable(recorder.log.join(QLatin1Char('\n'))));
         auto shown = camera->GetCaptureWorker()->GetLastDisplayImage();
         QVERIFY(shown && shown->OwnsData());
+        if (transform)
+        {
+            QCOMPARE(shown->GetWidth(), 480u);
+            QVERIFY(camera->GetCaptureWorker()->GetStageRuns(ChainStage::Rotation) >= uint64_t(frames));
+            QVERIFY(camera->GetCaptureWorker()->GetStageRuns(ChainStage::Mirror) >= uint64_t(frames));
+        }
         camera->SetPixelFormatSourceOverString(serial.startsWith(QLatin1String("LVSM")) ? "Mono8" : "BayerRG8");
     }
 };

@@ -13,6 +13,7 @@
 #include "orna/core/nodemap.h"
 #include "orna/core/nodes.h"
 #include "orna/ipl/pixelformat.h"
+#include "processing/ipltransformationfeatureprovider.h"
 
 #include <QElapsedTimer>
 #include <QPointer>
@@ -335,6 +336,52 @@ private Q_SLOTS:
         QCOMPARE(camera->GetPixelFormatDestination(), uint32_t(orna::ipl::Mono8));
         QVERIFY(!camera->SetPixelFormatSourceOverString("NoSuchFormat"));
         QVERIFY(camera->SetPixelFormatSourceOverString("BayerRG8"));
+    }
+
+    // The tables follow the wide list (RG order only), the conversion mode and the transformation: a raw
+    // destination takes the order a rotation gives the camera's raw order at the next rebuild.
+    void destinationTablesFollowModeWideListAndTransformation()
+    {
+        const bool wideBefore = ApplicationGlobals::showAllPixelFormats;
+        ApplicationGlobals::showAllPixelFormats = true;
+        auto camera = OpenCamera(color);
+        QVERIFY(camera->IsOpen());
+        QVERIFY(camera->SetPixelFormatSourceOverString("BayerRG8"));
+        QVERIFY(camera->IsConversionSupported("BayerRG8", orna::ipl::BGR8));
+        QVERIFY(!camera->IsConversionSupported("BayerGB8", orna::ipl::BGR8));
+        QVERIFY(camera->IsConversionSupported("BayerGB8", orna::ipl::BGRa8));
+
+        // Classic knows two sources; a mode outside 1..3 is not taken.
+        camera->SetConversionMode(3);
+        QCOMPARE(camera->GetConversionMode(), 3);
+        QVERIFY(!camera->IsConversionSupported("BayerGB8", orna::ipl::BGRa8));
+        QCOMPARE(camera->GetDefaultDestination("BayerGB8"), 0u);
+        QCOMPARE(camera->GetDefaultDestination("BayerGR8"), uint32_t(orna::ipl::BGRa8));
+        camera->SetConversionMode(7);
+        QCOMPARE(camera->GetConversionMode(), 3);
+        camera->SetConversionMode(1);
+
+        IplTransformationFeatureProvider* transformation = camera->GetIplTransformationFeatureProvider();
+        camera->SetPixelFormatDestination(orna::ipl::BayerRG8);
+        transformation->OnRotateLeft();
+        QVERIFY(camera->UpdatePixelFormatSource());
+        QCOMPARE(camera->GetPixelFormatDestination(), uint32_t(orna::ipl::BayerGB8));
+        QVERIFY(camera->IsConversionSupported("BayerRG8", orna::ipl::BayerGB8));
+        QVERIFY(!camera->IsConversionSupported("BayerRG8", orna::ipl::BayerRG8));
+        // A second turn maps the camera's order again, not the destination's already turned one.
+        transformation->OnRotateLeft();
+        QVERIFY(camera->UpdatePixelFormatSource());
+        QCOMPARE(camera->GetPixelFormatDestination(), uint32_t(orna::ipl::BayerBG8));
+        transformation->Reset();
+        QVERIFY(camera->UpdatePixelFormatSource());
+        QCOMPARE(camera->GetPixelFormatDestination(), uint32_t(orna::ipl::BayerRG8));
+
+        // A format the tables do not know as a source: nothing is allowed, no default, the destination stays.
+        QVERIFY(camera->SetPixelFormatSourceOverString("BGRa8"));
+        QVERIFY(camera->GetAllowedPixelFormatDestinations().empty());
+        QCOMPARE(camera->GetDefaultDestination("BGRa8"), 0u);
+        QCOMPARE(camera->GetPixelFormatDestination(), uint32_t(orna::ipl::BayerRG8));
+        ApplicationGlobals::showAllPixelFormats = wideBefore;
     }
 
     void bufferCountFollowsTheSettingAboveTheMinimum()

@@ -137,13 +137,9 @@ inline void WalkNodeMap(const std::shared_ptr<orna::core::NodeMap>& map)
     }
 }
 
-// A GenICam description as a camera or a file would give it: the side index and the node engine over a
-// zero-filled register space, then a read of everything.
-inline void GenicamXml(const uint8_t* data, size_t size)
+// The node engine parses with libxml2: a text the fast reader takes must never be one libxml2 refuses.
+inline void FastReaderAgreesWithLibxml(const std::string& xml)
 {
-    EnsureLibrary();
-    const std::string xml(reinterpret_cast<const char*>(data), size);
-    // The node engine parses with libxml2: a text the fast reader takes must never be one libxml2 refuses.
     orna::core::detail::LightXml fast;
     std::string error;
     if (fast.Scan(xml) && !orna::core::detail::LightXml::WellFormed(xml, error))
@@ -151,6 +147,15 @@ inline void GenicamXml(const uint8_t* data, size_t size)
         std::fprintf(stderr, "the fast reader took a text libxml2 refuses: %s\n", error.c_str());
         std::abort();
     }
+}
+
+// A GenICam description as a camera or a file would give it: the side index and the node engine over a
+// zero-filled register space, then a read of everything.
+inline void GenicamXml(const uint8_t* data, size_t size)
+{
+    EnsureLibrary();
+    const std::string xml(reinterpret_cast<const char*>(data), size);
+    FastReaderAgreesWithLibxml(xml);
     std::shared_ptr<orna::core::NodeMap> map;
     Quietly([&] { map = orna::core::detail::CreateLocalNodeMap(ZeroBank(), xml); });
     if (map)
@@ -162,13 +167,8 @@ inline void GenicamXml(const uint8_t* data, size_t size)
 inline void XmlReader(const uint8_t* data, size_t size)
 {
     const std::string xml(reinterpret_cast<const char*>(data), size);
-    orna::core::detail::LightXml fast;
+    FastReaderAgreesWithLibxml(xml);
     std::string error;
-    if (fast.Scan(xml) && !orna::core::detail::LightXml::WellFormed(xml, error))
-    {
-        std::fprintf(stderr, "the fast reader took a text libxml2 refuses: %s\n", error.c_str());
-        std::abort();
-    }
     orna::core::detail::LightXml read;
     if (!read.Read(xml, error))
         return;

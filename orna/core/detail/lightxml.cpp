@@ -204,8 +204,8 @@ private:
         return false;
     }
 
-    // S? '=' S? and a quoted value; on return value holds what was between the quotes.
-    bool Assignment(std::string& value)
+    // S? '=' S? and an opening quote; on return p is after the quote.
+    bool OpenValue(char& quote)
     {
         SkipSpace();
         if (p >= n || s[p] != '=')
@@ -214,7 +214,16 @@ private:
         SkipSpace();
         if (p >= n || (s[p] != '"' && s[p] != '\''))
             return false;
-        const char quote = s[p++];
+        quote = s[p++];
+        return true;
+    }
+
+    // A short quoted value after '='; on return value holds what was between the quotes.
+    bool Assignment(std::string& value)
+    {
+        char quote = 0;
+        if (!OpenValue(quote))
+            return false;
         const size_t close = s.find(quote, p);
         if (close == std::string::npos || close - p > 64)
             return false;
@@ -374,14 +383,9 @@ private:
             LightXml::Attribute attribute;
             if (!Name(attribute.nameBegin, attribute.nameLength))
                 return false;
-            SkipSpace();
-            if (p >= n || s[p] != '=')
+            char quote = 0;
+            if (!OpenValue(quote))
                 return false;
-            ++p;
-            SkipSpace();
-            if (p >= n || (s[p] != '"' && s[p] != '\''))
-                return false;
-            const char quote = s[p++];
             attribute.valueBegin = p;
             while (p < n && s[p] != quote)
             {

@@ -47,6 +47,11 @@ TEST(FuzzCorpus, GenicamXmlInputsAreRefusedOrWalked)
     Replay("genicam_xml", lumivue::fuzz::GenicamXml);
 }
 
+TEST(FuzzCorpus, WorkspaceFileInputsAreReadAndWrittenAgain)
+{
+    Replay("workspace_file", lumivue::fuzz::WorkspaceFile);
+}
+
 TEST(FuzzCorpus, ParameterFileInputsAreRefusedOrLoaded)
 {
     Replay("parameter_file", lumivue::fuzz::ParameterFile);

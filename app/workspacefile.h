@@ -40,7 +40,7 @@ struct Rgb
 inline constexpr char kVersion[] = "1.2.0.0";
 // Elements read beyond this many are dropped (with one log line by the caller): a desk has dozens, and every
 // element becomes a widget.
-inline constexpr int kMaxElements = 512;
+inline constexpr int kMaxElements = 128;
 // Characters one entity may expand into.
 inline constexpr int kEntityExpansionLimit = 1024;
 

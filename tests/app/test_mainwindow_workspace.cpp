@@ -482,6 +482,19 @@ private Q_SLOTS:
         QByteArray numbers = good;
         numbers.replace("<x>40</x>", "<x>forty</x>").replace("<index>2</index>", "<index>two</index>");
         QTest::newRow("not numbers") << numbers << 3;
+        // Every element a camera window without a camera, the heaviest kind: only the first ones are made.
+        workspace::Document many;
+        for (int i = 0; i < 10000; ++i)
+        {
+            workspace::Element e;
+            e.index = i;
+            e.type = 0;
+            e.width = 100;
+            e.height = 100;
+            e.docked = 1;
+            many.elements.push_back(e);
+        }
+        QTest::newRow("10,000 elements") << workspace::Write(many) << workspace::kMaxElements;
     }
 
     void damagedFilesLoadWhatTheyCan()

@@ -154,7 +154,8 @@ TEST(WorkspaceFile, CameraWithoutDeviceWritesOnlyOpened)
     EXPECT_TRUE(text.contains(QStringLiteral("<opened>0</opened>")));
     EXPECT_FALSE(text.contains(QStringLiteral("serialnumber")));
     // The reader's overlay defaults stand for a window without a camera.
-    const CameraFields& c = Read(Write(d)).elements.at(0).camera;
+    const Document read = Read(Write(d));
+    const CameraFields& c = read.elements.at(0).camera;
     EXPECT_EQ(c.opened, 0);
     EXPECT_EQ(c.paintPenColorBrightness, 100);
     EXPECT_EQ(c.crosshairPenWidth, 2);

@@ -106,6 +106,57 @@ QSize CameraWindowSize(int imageWidth, int imageHeight, const QRect& area, const
     return QSize(width, height);
 }
 
+// --- Arranging camera windows
+
+std::vector<QRect> ArrangeCameraWindows(const QRect& area, const std::vector<double>& aspects)
+{
+    const int n = static_cast<int>(aspects.size());
+    if (n == 0 || area.width() <= 0 || area.height() <= 0)
+        return {};
+    // The image of one window in a cell of cellW x cellH.
+    auto imageIn = [](int cellW, int cellH, double aspect) {
+        const double maxW = std::max(1, cellW - kCameraFrameWidth);
+        const double maxH = std::max(1, cellH - kCameraFrameHeight);
+        const double w = std::min(maxW, maxH * aspect);
+        return QSizeF(w, w / aspect);
+    };
+    int bestColumns = 1;
+    double bestArea = -1.0;
+    for (int columns = 1; columns <= n; ++columns)
+    {
+        const int rows = (n + columns - 1) / columns;
+        const int cellW = area.width() / columns;
+        const int cellH = area.height() / rows;
+        double total = 0.0;
+        for (double aspect : aspects)
+        {
+            const QSizeF image = imageIn(cellW, cellH, aspect > 0.0 ? aspect : 1.0);
+            total += image.width() * image.height();
+        }
+        if (total > bestArea)
+        {
+            bestArea = total;
+            bestColumns = columns;
+        }
+    }
+    const int rows = (n + bestColumns - 1) / bestColumns;
+    const int cellW = area.width() / bestColumns;
+    const int cellH = area.height() / rows;
+    std::vector<QRect> result;
+    result.reserve(aspects.size());
+    for (int i = 0; i < n; ++i)
+    {
+        const double aspect = aspects[i] > 0.0 ? aspects[i] : 1.0;
+        const QSizeF image = imageIn(cellW, cellH, aspect);
+        const int w = std::min(cellW, static_cast<int>(image.width()) + kCameraFrameWidth);
+        const int h = std::min(cellH, static_cast<int>(image.height()) + kCameraFrameHeight);
+        const int cellX = area.left() + (i % bestColumns) * cellW;
+        const int cellY = area.top() + (i / bestColumns) * cellH;
+        result.emplace_back(cellX + (cellW - w) / 2, cellY + (cellH - h) / 2, w, h);
+    }
+    return result;
+}
+
 // --- Notification row
 
 QString NotificationText(bool listUpdateRunning, bool pollingRunning, bool autoImageSaveAcquisition)
@@ -254,6 +305,8 @@ const std::vector<Shortcut>& Shortcuts()
          SLOT(OnToggleLanguage())},
         {QT_TRANSLATE_NOOP("MainWindow", "CTRL+ALT+F"),
          QT_TRANSLATE_NOOP("MainWindow", "Switch between windowed mode and full screen mode"), SLOT(OnFullscreen())},
+        {QT_TRANSLATE_NOOP("MainWindow", "CTRL+ALT+A"), QT_TRANSLATE_NOOP("MainWindow", "Arrange camera windows"),
+         SLOT(ArrangeCameraWindows())},
     };
     return list;
 }

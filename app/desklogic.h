@@ -57,6 +57,18 @@ QPoint CenteredSnapped(const QRect& area, const QSize& size, int grid);
 // what is left right of and below topLeft.
 QSize CameraWindowSize(int imageWidth, int imageHeight, const QRect& area, const QPoint& topLeft, int grid);
 
+// --- Arranging camera windows
+
+// Width and height that a camera window adds around its image (frame, toolbars, status line).
+constexpr int kCameraFrameWidth = 51;
+constexpr int kCameraFrameHeight = 118;
+
+// Tiles camera windows over area in a grid of equal cells, one window a cell in the order given, row by row.
+// Each window keeps the aspect (width / height, 0 or less counting as 1) of its image inside its frame and is
+// centred in its cell; the number of columns is the one that leaves the images the most area together (the
+// fewer columns at a tie). Rectangles are in area's coordinate system; an empty area or list gives none.
+std::vector<QRect> ArrangeCameraWindows(const QRect& area, const std::vector<double>& aspects);
+
 // --- Notification row
 
 // The text of the notification row, empty when there is nothing to say.

@@ -14,7 +14,7 @@
 //  11./12. the workspace and image folders and the automatic image save keys (InitDefaultPaths)
 //  13. InitLibraries
 //  14. the inference library
-//  15. the camera manager, as soon as it exists
+//  15. the camera manager, built when the camera list is handed over (SetCameraList)
 //  16. the remaining connections between the elements
 //  17. show()
 //  18. the settings that need a visible window (ApplyVisibleWindowSettings)
@@ -39,6 +39,7 @@
 #include "controlelement/controlelement.h"
 #include "controlelement/dockingwidget.h"
 #include "discovery/cameralistmodel.h"
+#include "discovery/cameramanager.h"
 #include "discovery/devicemanager.h"
 #include "nodetree/nodemapaccess.h"
 #include "orna/afl/orna_afl.h"
@@ -148,8 +149,9 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
             tr("IFL initialization failed: %1.").arg(QString::fromLatin1(inference_status_text(inferenceStatus))));
     }
 
-    // 15. The camera manager comes with the device discovery; until then cameraManager stays null and the
-    // open button stays disabled.
+    // 15. The camera manager is built over the camera list, which whoever builds the window hands over
+    // (SetCameraList) so that the list outlives every camera window; until then the open button stays
+    // disabled.
 
     // 16.
     connect(applicationSettings, &ApplicationSettings::Signal_ThemeChanged, this, &MainWindow::OnThemeChanged);
@@ -293,7 +295,8 @@ void MainWindow::BuildToolBar()
     };
     buttonOpenCamera = addButton("camera.png", 10, false, &MainWindow::OnButtonCreateCameraObject);
     buttonCameraManager = addButton("camera_manager.png", 10, true, &MainWindow::OnButtonCameraManager);
-    buttonClearAll = addButton("close.png", 30, false, &MainWindow::OnButtonClearAll);
+    buttonClearAll = addButton("close.png", 10, false, &MainWindow::OnButtonClearAll);
+    buttonArrange = addButton("view-grid.png", 30, false, &MainWindow::ArrangeCameraWindows);
     buttonBandwidth = addButton("bandwidth.png", 10, true, &MainWindow::OnButtonBandwidth);
     buttonLogger = addButton("logger.png", 30, true, &MainWindow::OnButtonLoggerWindow);
     buttonOptions = addButton("cog.png", 30, true, &MainWindow::OnButtonApplicationSettings);
@@ -439,8 +442,17 @@ void MainWindow::ApplyVisibleWindowSettings()
     m_cameraListAutoUpdate = settings::ReadBool(QStringLiteral("camera_list_auto_update_enable"), 1);
     m_dockingWidget->SetConnectionsVisible(m_showConnections);
     m_dockingWidget->SetGridVisible(m_showGrid);
-    // Loading m_defaultWorkspace (neither empty nor "None") belongs to the workspace reader, which is not
-    // part of this window yet.
+    m_defaultWorkspacePending = !m_defaultWorkspace.isEmpty() && m_defaultWorkspace != kNoWorkspace;
+    // Whoever builds the window hands the camera list over right after; without one the workspace loads with
+    // windows that have no camera.
+    if (m_defaultWorkspacePending)
+        QTimer::singleShot(0, this, [this] {
+            if (m_defaultWorkspacePending && m_cameraList == nullptr && !m_beingDestroyed)
+            {
+                m_defaultWorkspacePending = false;
+                LoadWorkspace(m_defaultWorkspace);
+            }
+        });
 }
 
 // --- Libraries
@@ -732,7 +744,7 @@ bool MainWindow::AnyOpenInProgress() const
 void MainWindow::UpdateEmptyDeskHint()
 {
     if (m_dockingWidget != nullptr)
-        m_dockingWidget->SetHintVisible(elements.empty());
+        m_dockingWidget->SetHintVisible(elements.empty() && m_workspaceProgress == nullptr);
 }
 
 // --- Deletion protocol
@@ -844,9 +856,15 @@ void MainWindow::ClearDesk(bool withFade)
     for (ControlElement* element : collected)
     {
         if (withFade)
+        {
             element->FadeOutAndDelete();
-        else
-            RemoveElement(element);
+            continue;
+        }
+        // At once, not later: a workspace load that follows opens the same cameras, which must be closed by
+        // then. No element's own signal is running here.
+        Q_EMIT element->Signal_ErasedFromControlElementVector();
+        elements.erase(std::remove(elements.begin(), elements.end(), element), elements.end());
+        delete element;
     }
     m_currentWorkspaceName = kNoWorkspace;
     const int index = comboWorkspace->findData(kNoWorkspace);
@@ -905,23 +923,13 @@ void MainWindow::OnButtonApplicationInfo()
 
 void MainWindow::OnButtonCameraManager()
 {
-    // The camera manager arrives with the device discovery; until then the button has nothing to open.
+    // Without a camera list there is no camera manager, and the button has nothing to open.
     if (cameraManager == nullptr || AnyOpenInProgress())
     {
         buttonCameraManager->setChecked(cameraManager != nullptr && cameraManager->isVisible());
         return;
     }
-    if (cameraManager->isVisible())
-    {
-        buttonCameraManager->setChecked(false);
-        cameraManager->FadeOut();
-        return;
-    }
-    buttonCameraManager->setChecked(true);
-    BringToFront(cameraManager);
-    if (cameraManager->IsDocked())
-        cameraManager->SetDocked(false);
-    cameraManager->FadeIn();
+    ToggleFixedElement(cameraManager, buttonCameraManager, false, false);
 }
 
 void MainWindow::OnButtonBandwidth()
@@ -1032,11 +1040,36 @@ void MainWindow::SetCameraList(CameraListModel* list)
 {
     if (m_cameraList != nullptr)
         disconnect(m_cameraList, nullptr, this, nullptr);
+    // The panel shows one list: it goes with the list it was built over.
+    if (cameraManager != nullptr && (list == nullptr || Manager()->Model() != list))
+    {
+        ControlElement* manager = cameraManager;
+        cameraManager = nullptr;
+        fixedElements.erase(std::remove(fixedElements.begin(), fixedElements.end(), manager), fixedElements.end());
+        m_ownedElements.removeAll(manager);
+        buttonCameraManager->setChecked(false);
+        delete manager;
+    }
     m_cameraList = list;
     if (list == nullptr)
     {
         EnableOpenButton(false);
         return;
+    }
+    if (cameraManager == nullptr && !m_beingDestroyed)
+    {
+        auto* manager = new CameraManager(this, list);
+        cameraManager = manager;
+        m_ownedElements.append(manager);
+        fixedElements.push_back(manager);
+        connect(manager, &ControlElement::Signal_CloseClicked, this, &MainWindow::OnButtonCameraManager);
+        connect(manager, &CameraManager::Signal_OpenDevice, this,
+                [this](std::shared_ptr<orna::core::DeviceDescriptor> descriptor) {
+                    if (!AnyOpenInProgress())
+                        OpenCameraInNewWindow(std::move(descriptor));
+                });
+        connect(manager, &CameraManager::Signal_CloseDevice, this, &MainWindow::CloseCameraKeepWindow);
+        manager->hide();
     }
     connect(list, &CameraListModel::OpenableDeviceCountChanged, this,
             [this](int count) { EnableOpenButton(count > 0); });
@@ -1047,11 +1080,30 @@ void MainWindow::SetCameraList(CameraListModel* list)
         list->SetOnlyKernelTls(onlyKernelTls);
     list->SetAutoUpdate(m_cameraListAutoUpdate);
     UpdateNotificationRow();
+    LoadDefaultWorkspaceWhenListed();
 }
 
 CameraListModel* MainWindow::CameraList() const
 {
     return m_cameraList;
+}
+
+CameraManager* MainWindow::Manager() const
+{
+    return static_cast<CameraManager*>(cameraManager);
+}
+
+void MainWindow::CloseCameraKeepWindow(const std::shared_ptr<orna::core::DeviceDescriptor>& descriptor)
+{
+    if (descriptor == nullptr)
+        return;
+    for (ControlElement* element : elements)
+    {
+        auto* cameraObject = qobject_cast<CameraObject*>(element);
+        if (cameraObject != nullptr && cameraObject->Camera() != nullptr &&
+            cameraObject->Camera()->GetDescriptor() == descriptor)
+            cameraObject->CloseCamera();
+    }
 }
 
 void MainWindow::UpdateOpenBusyState()
@@ -1274,6 +1326,7 @@ void MainWindow::FillWorkspaceCombo()
     buttonOpenCamera->setToolTip(tr("Open first available camera"));
     buttonCameraManager->setToolTip(tr("Open camera manager"));
     buttonClearAll->setToolTip(tr("Close all cameras and clear workspace"));
+    buttonArrange->setToolTip(tr("Arrange camera windows"));
     buttonBandwidth->setToolTip(tr("Open bandwidth management"));
     buttonLogger->setToolTip(tr("Open logger"));
     buttonOptions->setToolTip(tr("Application options"));
@@ -1311,9 +1364,18 @@ void MainWindow::OnComboWorkspace()
         comboWorkspace->setCurrentIndex(index < 0 ? 0 : index);
         return;
     }
-    if (comboWorkspace->currentData().toString() == kNoWorkspace)
+    const QList<IconButton*> buttons = toolBarFrame->findChildren<IconButton*>();
+    for (IconButton* button : buttons)
+        button->setEnabled(false);
+    const QString selected = comboWorkspace->currentData().toString();
+    if (selected == kNoWorkspace)
         ClearDesk(false);
-    // Loading a named workspace belongs to the workspace reader, which is not part of this window yet.
+    else
+        LoadWorkspace(selected);
+    for (IconButton* button : buttons)
+        button->setEnabled(true);
+    // The open button follows the list's openable cameras, not the load.
+    EnableOpenButton(m_cameraList != nullptr && m_cameraList->OpenableDeviceCount() > 0);
     update();
 }
 
@@ -1335,8 +1397,9 @@ void MainWindow::OnButtonCreateWorkspace()
 void MainWindow::OnEditSaveWorkspace()
 {
     const QString name = editWorkspace->text();
-    // Writing the file belongs to the workspace writer, which is not part of this window yet; the name
-    // becomes current either way, as after a failed save.
+    // The name becomes current whether or not the save worked.
+    if (!name.isEmpty())
+        SaveWorkspace(name, true);
     m_currentWorkspaceName = name.isEmpty() ? kNoWorkspace : name;
     editWorkspace->clear();
     editWorkspace->hide();
@@ -1348,7 +1411,19 @@ void MainWindow::OnButtonDeleteWorkspace()
 {
     if (AnyOpenInProgress())
         return;
-    // Deleting the file belongs to the workspace writer; the list is rebuilt in every case.
+    // The desk stays as it is; only the file goes.
+    const QString selected = comboWorkspace->currentData().toString();
+    if (selected != kNoWorkspace)
+    {
+        const QList<IconButton*> buttons = toolBarFrame->findChildren<IconButton*>();
+        for (IconButton* button : buttons)
+            button->setEnabled(false);
+        DeleteWorkspace(selected);
+        m_currentWorkspaceName = kNoWorkspace;
+        for (IconButton* button : buttons)
+            button->setEnabled(true);
+        EnableOpenButton(m_cameraList != nullptr && m_cameraList->OpenableDeviceCount() > 0);
+    }
     FillWorkspaceCombo();
 }
 
@@ -1367,6 +1442,35 @@ void MainWindow::OnToggleTheme()
 void MainWindow::OnToggleLanguage()
 {
     applicationSettings->ToggleApplicationLanguage();
+}
+
+void MainWindow::ArrangeCameraWindows()
+{
+    if (m_beingDestroyed || AnyOpenInProgress())
+        return;
+    std::vector<CameraObject*> windows;
+    std::vector<double> aspects;
+    for (ControlElement* element : elements)
+    {
+        auto* cameraObject = qobject_cast<CameraObject*>(element);
+        if (cameraObject == nullptr || !cameraObject->isVisible())
+            continue;
+        const VisionCamera* camera = cameraObject->Camera();
+        const double height = camera != nullptr ? static_cast<double>(camera->GetImageHeight()) : 0.0;
+        aspects.push_back(height > 0.0 ? static_cast<double>(camera->GetImageWidth()) / height : 1.0);
+        windows.push_back(cameraObject);
+    }
+    const std::vector<QRect> places = desk::ArrangeCameraWindows(DockingRect(false), aspects);
+    for (size_t i = 0; i < windows.size() && i < places.size(); ++i)
+    {
+        CameraObject* window = windows[i];
+        // A tiled window is docked and neither maximized nor following a remembered rectangle.
+        if (window->IsMaximized())
+            window->SetMaximized(false, false);
+        window->ApplyGeometry(places[i].x(), places[i].y(), places[i].width(), places[i].height(), true);
+        window->SetRestoreRect(places[i]);
+    }
+    update();
 }
 
 void MainWindow::OnFullscreen()
@@ -1536,8 +1640,9 @@ void MainWindow::changeEvent(QEvent* event)
 
 void MainWindow::OnExitProgram()
 {
-    // Saving the session's workspace ("last_workspace") belongs to the workspace writer. The auxiliary
+    // The session's desk is kept as an ordinary workspace, without a message if that fails. The auxiliary
     // windows close here so that nothing floats on after the main window.
+    SaveWorkspace(QStringLiteral("last_workspace"), false);
     for (ControlElement* element : fixedElements)
         element->close();
     settings::Write(QStringLiteral("geometry"), saveGeometry());

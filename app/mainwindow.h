@@ -31,15 +31,22 @@
 namespace orna::core {
 class DeviceDescriptor;
 }
+namespace workspace {
+struct Document;
+struct Element;
+struct FixedFields;
+} // namespace workspace
 
 class ApplicationInfo;
 class ApplicationSettings;
 class CameraListModel;
+class CameraManager;
 class CameraObject;
 class ControlElement;
 class CustomComboBox;
 class CustomEdit;
 class CustomLabel;
+class CustomProgressBar;
 class DockingWidget;
 class IconButton;
 class LoggerWindow;
@@ -116,12 +123,36 @@ public:
     // open button.
     void SetCameraList(CameraListModel* list);
     CameraListModel* CameraList() const;
+    // The camera manager panel over the list SetCameraList was given; null without a list.
+    CameraManager* Manager() const;
+    // Closes the camera of that descriptor in its window and keeps the window.
+    void CloseCameraKeepWindow(const std::shared_ptr<orna::core::DeviceDescriptor>& descriptor);
     // Stops the open button's busy animation once no camera window has its open in progress.
     void UpdateOpenBusyState();
     // Gives a new camera window, once its camera is open, the size its image asks for (the full height of
     // the docking area, the width by the image's aspect) and centres it; windows that do not await their
     // size are left alone.
     void PlaceOpenedCameraWindow(CameraObject* cameraObject, int imageWidth, int imageHeight);
+
+    // --- Workspaces (app/mainwindowworkspace.cpp)
+    // Writes the desk to <WorkspacePath()>/<name>.xml atomically: a failed save leaves the old file as it was.
+    // With showErrors a failure shows the "Error" message; the save at exit passes false.
+    bool SaveWorkspace(const QString& name, bool showErrors);
+    // Clears the desk and restores the file under a progress bar; a file that cannot be read leaves an
+    // empty desk. Returns true on every path.
+    bool LoadWorkspace(const QString& name);
+    void DeleteWorkspace(const QString& name);
+    QString WorkspaceFileName(const QString& name) const;
+    QString CurrentWorkspaceName() const { return m_currentWorkspaceName; }
+    // The desk as the writer lays it down (the element vector in stacking order).
+    workspace::Document DeskDocument() const;
+    // The version of the file being loaded; zero outside a load.
+    int WorkspaceVersionMajor() const { return workspaceVersionMajor; }
+    int WorkspaceVersionMinor() const { return workspaceVersionMinor; }
+    // Called with each value the load's progress bar takes (10..100), after it is painted; for tests.
+    static std::function<void(int)>& WorkspaceProgressObserver();
+    CustomComboBox* WorkspaceCombo() const { return comboWorkspace; }
+    CustomEdit* WorkspaceEdit() const { return editWorkspace; }
 
     // For tests and the workspace: the two vectors and the fixed elements.
     const std::vector<ControlElement*>& Elements() const { return elements; }
@@ -160,6 +191,9 @@ public Q_SLOTS:
     void OnToggleLanguage();
     void OnOpenNewCameraInNewWindow();
     void OnFullscreen();
+    // Tiles the camera windows over the docking area in a grid that keeps each image's aspect (CTRL+ALT+A).
+    // Plain geometry: a workspace keeps it.
+    void ArrangeCameraWindows();
     // Re-applies the theme's colours to the window and all elements.
     void UpdateStyleSheet();
 
@@ -227,6 +261,20 @@ private:
     // Every node map of the camera restores (or not) its parameters on reconnect, as the options say.
     void ApplyRestoreFlag(VisionCamera* camera) const;
     void RemoveElement(ControlElement* element);
+    // --- Workspace load steps
+    // A panel of `type` made by its registered class, or null (also for a type without a class).
+    ControlElement* MakeElement(int type);
+    ControlElement* CreateWorkspaceElement(const workspace::Element& e);
+    CameraObject* OpenWorkspaceCamera(const workspace::Element& e);
+    void ApplyWorkspaceElement(const workspace::Element& e, std::map<int, ControlElement*>& byIndex);
+    void ApplyFixedElement(ControlElement* element, IconButton* button, const workspace::FixedFields& f,
+                           bool updateControls, const std::function<void()>& beforeMarking);
+    void SetWorkspaceProgress(int value);
+    // The element's rectangle lies on no screen (or outside the docking area when docked): centre it.
+    void KeepOnScreen(ControlElement* element);
+    // Geometry read from a file, bounded: a size of 0 or 10^9 must neither vanish nor allocate a huge window.
+    QRect BoundedGeometry(int x, int y, int width, int height) const;
+    void LoadDefaultWorkspaceWhenListed();
     bool AnyOpenInProgress() const;
     // `cameraObject` when that widget still exists, else null; never dereferences it.
     QWidget* OpenedWindow(QWidget* cameraObject) const;
@@ -259,6 +307,7 @@ private:
     IconButton* buttonOpenCamera = nullptr;
     IconButton* buttonCameraManager = nullptr;
     IconButton* buttonClearAll = nullptr;
+    IconButton* buttonArrange = nullptr;
     IconButton* buttonBandwidth = nullptr;
     IconButton* buttonLogger = nullptr;
     IconButton* buttonOptions = nullptr;
@@ -276,6 +325,13 @@ private:
     bool wasMaximized = false;
 
     QString m_workspacePath;
+    int workspaceVersionMajor = 0;
+    int workspaceVersionMinor = 0;
+    int workspaceVersionPatch = 0;
+    int workspaceVersionBuild = 0;
+    CustomProgressBar* m_workspaceProgress = nullptr;
+    QLabel* m_workspaceLabel = nullptr;
+    bool m_defaultWorkspacePending = false;
     QString m_defaultWorkspacePath;
     QString m_currentWorkspaceName = QStringLiteral("None");
     QString m_autoImageSavePath;

@@ -198,6 +198,8 @@ public Q_SLOTS:
     virtual void DisconnectControls() = 0;
     virtual void OnElementShown() {}
     virtual void OnElementClosing() {}
+    // Runs once a workspace load has placed and linked every element, just before the element is shown.
+    virtual void OnWorkspaceLoaded() {}
     virtual void InitFeatures() {}
     virtual void ExitFeatures() {}
     virtual void SetTabbed(bool left, bool tabbed);

@@ -914,6 +914,12 @@ std::shared_ptr<orna::core::DeviceDescriptor> CameraListModel::FindDescriptor(co
     return nullptr;
 }
 
+bool CameraListModel::IsLocked(const QModelIndex& index) const
+{
+    const auto* device = dynamic_cast<const CameraListDeviceItem*>(ItemOf(index));
+    return device != nullptr && device->locked;
+}
+
 bool CameraListModel::HasOpenDevice() const
 {
     for (const auto& item : DeviceItems())

@@ -75,6 +75,8 @@ public:
                                                                  const std::string& model,
                                                                  const std::string& serial) const;
     bool HasOpenDevice() const;
+    // The device of the index is locked by a password (its lock state as the last probe read it).
+    bool IsLocked(const QModelIndex& index) const;
     std::shared_ptr<orna::core::DeviceDescriptor> FirstOpenableDevice() const;
     std::vector<std::shared_ptr<orna::core::DeviceDescriptor>> Devices() const;
     int OpenableDeviceCount() const { return m_openableDeviceCount; }

@@ -138,6 +138,7 @@ inline constexpr IconEntry kIcons[] = {
     {"usb-horizontal.png", FolderAll, GlyphSource::MaterialDesignIcons, "usb", 90, false},
     {"usb_recovery.png", FolderAll, GlyphSource::BootstrapIcons, "usb-plug", 0, false},
     {"video_sequence.png", FolderAll, GlyphSource::BootstrapIcons, "film", 0, false},
+    {"view-grid.png", FolderAll, GlyphSource::MaterialDesignIcons, "view-grid", 0, false},
     {"warning.png", FolderAll, GlyphSource::MaterialDesignIcons, "alert", 0, false},
     {"window-maximize.png", FolderAll, GlyphSource::MaterialDesignIcons, "window-maximize", 0, false},
     {"window-restore.png", FolderAll, GlyphSource::MaterialDesignIcons, "window-restore", 0, false},

@@ -777,6 +777,30 @@ void CameraObject::OnButtonNoToolbarMode()
     SetFullView(!toolbarsHidden && !isServiceFirmware);
 }
 
+void CameraObject::CloseCamera()
+{
+    if (camera == nullptr || openInProgress)
+        return;
+    // As in the destructor: nobody may reach the closing camera any more.
+    display->SetCamera(nullptr);
+    VisionCamera* closing = camera;
+    camera = nullptr;
+    SetCamera(nullptr);
+    emit Signal_CameraChanged(nullptr);
+    emit CameraChanged(nullptr);
+    delete closing;
+    isDisconnected = false;
+    waitingForImage = false;
+    UpdateControls();
+}
+
+void CameraObject::SetShowControls(bool show)
+{
+    if (show == !toolbarsHidden || (!show && isServiceFirmware))
+        return;
+    SetFullView(!show);
+}
+
 void CameraObject::SetFullView(bool on)
 {
     toolbarsHidden = on;

@@ -11,6 +11,7 @@
 
 #include "controlelement/controlelement.h"
 
+#include <QColor>
 #include <QPoint>
 #include <QPointer>
 #include <QString>
@@ -45,6 +46,22 @@ public:
         const char* icon;
         const char* toolTip;
         int type;
+    };
+
+    // The overlay pens and the measuring scale of the window (workspaces keep them); the overlay drawing
+    // reads them once it exists.
+    struct OverlaySettings
+    {
+        QColor paintPenColor{0, 0, 0, 255};
+        int paintPenColorBrightness = 100;
+        int paintPenWidth = 1;
+        int paintPenStyle = Qt::SolidLine;
+        double paintSourceValue = 1000.0;
+        double paintDestValue = 1000.0;
+        QString paintDestUnit = QStringLiteral("px");
+        QColor crosshairPenColor{255, 255, 255, 255};
+        int crosshairPenWidth = 2;
+        int crosshairPenStyle = Qt::SolidLine;
     };
 
     explicit CameraObject(QWidget* parent);
@@ -90,6 +107,13 @@ public:
     QString PositionText() const;
     QString CountersText() const;
     int MagicRunCount() const { return magicRunCount; }
+    const OverlaySettings& Overlay() const { return overlay; }
+    void SetOverlay(const OverlaySettings& settings) { overlay = settings; }
+    // The toolbars are shown (not the full view).
+    bool ShowControls() const { return !toolbarsHidden; }
+    void SetShowControls(bool show);
+    // Closes the camera and keeps the window (empty, ready for the next open). Nothing while an open runs.
+    void CloseCamera();
 
     // The title: name (key) @ interface, width x height [(disconnected)].
     QString BuildTitle() const;
@@ -187,6 +211,7 @@ private:
     uint32_t pixelFormat = 0;
     int magicRunCount = 0;
     QPoint lastPosition{0, 0};
+    OverlaySettings overlay;
 
     // Widgets (children of the content widget).
     QVBoxLayout* leftToolbarLayout = nullptr;

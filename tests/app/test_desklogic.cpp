@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
+
 using namespace desk;
 
 TEST(DeskCascade, StartCentresOverTheOwnerAndNeverGoesNegative)
@@ -157,10 +159,10 @@ TEST(DeskBootStatus, BlockWithAndWithoutAddresses)
     EXPECT_EQ(blank[5].text, QStringLiteral("- Test the camera connection by using a certified cable.\n"));
 }
 
-TEST(DeskShortcuts, NineDistinctKeysWithDescriptions)
+TEST(DeskShortcuts, TenDistinctKeysWithDescriptions)
 {
     const auto& list = Shortcuts();
-    ASSERT_EQ(list.size(), 9u);
+    ASSERT_EQ(list.size(), 10u);
     QStringList keys;
     for (const auto& s : list)
     {
@@ -169,7 +171,7 @@ TEST(DeskShortcuts, NineDistinctKeysWithDescriptions)
         keys << ShortcutKey(s);
     }
     keys.removeDuplicates();
-    EXPECT_EQ(keys.size(), 9);
+    EXPECT_EQ(keys.size(), 10);
     EXPECT_EQ(ShortcutDescription(list[0]), QStringLiteral("About KVX orna Lumivue"));
 }
 
@@ -199,4 +201,53 @@ TEST(DeskImageName, MaxNumberTakesOnlyPositiveIntegers)
     EXPECT_FALSE(IsValidMaxNumber("012"));
     EXPECT_FALSE(IsValidMaxNumber("1a"));
     EXPECT_FALSE(IsValidMaxNumber("-5"));
+}
+
+// --- Arranging camera windows
+
+TEST(DeskArrange, EightWindowsTileWithoutOverlapAndKeepTheirAspect)
+{
+    const QRect area(0, 48, 1600, 900);
+    const std::vector<double> aspects = {4.0 / 3, 4.0 / 3, 16.0 / 9, 1.0, 4.0 / 3, 0.5, 4.0 / 3, 0.0};
+    const std::vector<QRect> places = ArrangeCameraWindows(area, aspects);
+    ASSERT_EQ(places.size(), aspects.size());
+    for (size_t i = 0; i < places.size(); ++i)
+    {
+        EXPECT_TRUE(area.contains(places[i])) << i;
+        for (size_t k = 0; k < i; ++k)
+            EXPECT_FALSE(places[i].intersects(places[k])) << i << " and " << k;
+        // The image inside the frame keeps its aspect to the pixel.
+        const double aspect = aspects[i] > 0.0 ? aspects[i] : 1.0;
+        const double imageW = places[i].width() - kCameraFrameWidth;
+        const double imageH = places[i].height() - kCameraFrameHeight;
+        EXPECT_NEAR(imageW, imageH * aspect, aspect + 1.0) << i;
+        EXPECT_GT(imageW, 100.0) << i;
+    }
+    // A grid, not a column or a row: eight windows on a wide desk take more than one row and column.
+    std::set<int> xs;
+    std::set<int> ys;
+    for (const QRect& r : places)
+    {
+        xs.insert(r.center().x() / 10);
+        ys.insert(r.center().y() / 10);
+    }
+    EXPECT_GT(xs.size(), 1u);
+    EXPECT_GT(ys.size(), 1u);
+}
+
+TEST(DeskArrange, ColumnsFollowTheShapeOfArea)
+{
+    // Two 4:3 images side by side on a wide desk, one above the other on a tall one.
+    const auto wide = ArrangeCameraWindows(QRect(0, 0, 2000, 600), {4.0 / 3, 4.0 / 3});
+    ASSERT_EQ(wide.size(), 2u);
+    EXPECT_EQ(wide[0].top(), wide[1].top());
+    const auto tall = ArrangeCameraWindows(QRect(0, 0, 600, 2000), {4.0 / 3, 4.0 / 3});
+    ASSERT_EQ(tall.size(), 2u);
+    EXPECT_EQ(tall[0].left(), tall[1].left());
+    // One window takes the whole height its aspect allows.
+    const auto one = ArrangeCameraWindows(QRect(10, 20, 1000, 500), {1.0});
+    ASSERT_EQ(one.size(), 1u);
+    EXPECT_EQ(one[0].height(), 500);
+    EXPECT_TRUE(ArrangeCameraWindows(QRect(0, 0, 1000, 500), {}).empty());
+    EXPECT_TRUE(ArrangeCameraWindows(QRect(), {1.0}).empty());
 }

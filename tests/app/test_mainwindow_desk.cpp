@@ -128,12 +128,14 @@ private Q_SLOTS:
             QVERIFY(!shortcut->whatsThis().isEmpty());
             keys << shortcut->key().toString();
         }
-        QCOMPARE(keys.size(), 9);
+        QCOMPARE(keys.size(), 10);
         QVERIFY(keys.contains(QKeySequence("CTRL+ALT+T").toString()));
+        QVERIFY(keys.contains(QKeySequence("CTRL+ALT+A").toString()));
         QVERIFY(keys.contains(QKeySequence("CTRL+L").toString()));
         // The options list the same shortcuts and the camera window's counter reset.
         const auto rows = window.Settings()->ShortcutRows();
-        QCOMPARE(rows.size(), 10);
+        QCOMPARE(rows.size(), 11);
+        QVERIFY(rows.contains(qMakePair(QStringLiteral("CTRL+ALT+A"), QStringLiteral("Arrange camera windows"))));
         QCOMPARE(rows.last().first, QStringLiteral("CTRL+ALT+C"));
         QCOMPARE(rows.first().second, QStringLiteral("About KVX orna Lumivue"));
     }

@@ -5,6 +5,7 @@
 // the library's own family is a finding.
 #pragma once
 
+#include "app/workspacefile.h"
 #include "camera/parameterfile.h"
 #include "orna/core/detail/lightxml.h"
 #include "orna/core/detail/localnodemap.h"
@@ -241,6 +242,21 @@ inline void ParameterFile(const uint8_t* data, size_t size)
             camera::LoadParameterFile(map, path, error);
     }
     unlink(path);
+}
+
+// A workspace file as the user's folder might hold one: read what it can, then what the writer makes of that
+// reads back to as many elements (a writer that could not be read again would lose a desk at the next save).
+inline void WorkspaceFile(const uint8_t* data, size_t size)
+{
+    const QByteArray bytes(reinterpret_cast<const char*>(data), static_cast<int>(size));
+    const workspace::Document first = workspace::Read(bytes);
+    if (static_cast<int>(first.elements.size()) > workspace::kMaxElements)
+        std::abort();
+    if (!first.validRoot)
+        return;
+    const workspace::Document second = workspace::Read(workspace::Write(first));
+    if (!second.validRoot || second.elements.size() != first.elements.size())
+        std::abort();
 }
 
 } // namespace lumivue::fuzz

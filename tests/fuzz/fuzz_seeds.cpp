@@ -95,5 +95,32 @@ int main(int argc, char** argv)
         return 1;
     }
     std::printf("seed %s\n", saved.c_str());
+
+    // A desk of one camera window with each kind of panel that has own fields, and an old node tree.
+    const auto workspaceDir = root / "workspace_file";
+    std::filesystem::create_directories(workspaceDir);
+    workspace::Document desk;
+    for (int type : {0, 1, 4, 25, 27, 29, 30, 9})
+    {
+        workspace::Element e;
+        e.index = static_cast<int>(desk.elements.size());
+        e.type = type;
+        e.parent = type == 0 ? -1 : 0;
+        e.width = 200;
+        e.height = 100;
+        if (type == 0)
+        {
+            e.camera.opened = 1;
+            e.camera.serialNumber = QStringLiteral("SN1");
+            e.camera.acquisition = 1;
+        }
+        for (const QString& key : workspace::FieldKeys(type, true))
+            e.fields.append({key, QStringLiteral("1")});
+        desk.elements.push_back(e);
+    }
+    Write(workspaceDir / "desk.xml", workspace::Write(desk).toStdString());
+    std::string old = workspace::Write(desk).toStdString();
+    old.replace(old.find("1.2.0.0"), 7, "1.1.0.0");
+    Write(workspaceDir / "old-version.xml", old);
     return 0;
 }

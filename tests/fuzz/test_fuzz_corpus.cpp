@@ -52,6 +52,11 @@ TEST(FuzzCorpus, XmlReaderInputsAreRefusedOrRead)
     Replay("xml_reader", lumivue::fuzz::XmlReader);
 }
 
+TEST(FuzzCorpus, WorkspaceFileInputsAreReadAndWrittenAgain)
+{
+    Replay("workspace_file", lumivue::fuzz::WorkspaceFile);
+}
+
 TEST(FuzzCorpus, ParameterFileInputsAreRefusedOrLoaded)
 {
     Replay("parameter_file", lumivue::fuzz::ParameterFile);

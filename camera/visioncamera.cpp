@@ -523,6 +523,7 @@ bool VisionCamera::PrepareAcquisition()
         return false;
     if (!QueryImageGeometry())
         return false;
+    UpdateImageSizeDestination();
     iplTransformationFeatureProvider->SetImageSize(imageWidth, imageHeight);
     iplSharpnessFeatureProvider->SetImageSize(imageWidth, imageHeight);
     aflManager->SetImageSize(imageWidth, imageHeight);
@@ -544,6 +545,7 @@ bool VisionCamera::StartAcquisition()
     reverseY = GetBoolValue("ReverseY", value) && value;
     // Unknown until the first buffer of this run; the geometry query must not use the previous run's count.
     imagesPerBuffer = -1;
+    widthFactor = 0.0;
 
     if (!PrepareAcquisition())
         return false;

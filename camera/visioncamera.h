@@ -24,6 +24,8 @@
 //   conversionTableMutex  guards the destination tables (destinationTables): held for each look-up and for the
 //                   whole of BuildConversionTables. Nothing is called with it held but the tables' own code and
 //                   the providers' format mappings.
+//   destinationMutex  guards pixelFormatDestinationName and imageSizeDestination, each read and written whole;
+//                   nothing is called with it held.
 #pragma once
 
 #include "camera/cameratypes.h"
@@ -240,6 +242,38 @@ public:
     std::vector<uint32_t> GetAllowedPixelFormatDestinations() const;
     int GetConversionMode() const { return conversionMode.load(); }
     void SetConversionMode(int mode);
+    // The text of the destination, stored together with its value by SetPixelFormatDestination.
+    std::string GetPixelFormatDestinationName() const;
+    // True for a packed format; false for a name the system does not know.
+    static bool IsPackedPixelFormat(const std::string& name);
+
+    // ---- Size of the finished image
+    struct ImageSizeDestination
+    {
+        int64_t width = 0;
+        int64_t height = 0;
+        int64_t offsetX = 0;
+        int64_t offsetY = 0;
+        // Below the minimum: width under 2 or height under 1. The thresholds differ on purpose.
+        bool tooSmall = false;
+    };
+    // Maps a size the way a host stage would; false leaves the size as it was (a library error).
+    using SizeMapping = std::function<bool(int64_t& width, int64_t& height)>;
+    // The finished size for the image rectangle: the width times widthFactor (when set and not 1), then binning,
+    // then decimation (an empty mapping is an inactive stage). False, and out untouched, for a rectangle whose
+    // width or height is below 1.
+    static bool ComputeImageSizeDestination(int64_t offsetX, int64_t offsetY, int64_t width, int64_t height,
+                                            double widthFactor, const SizeMapping& binning,
+                                            const SizeMapping& decimation, ImageSizeDestination& out);
+    // Reads the image rectangle, computes and stores the finished size and emits
+    // Signal_IplDecimationAndBinningLeadsToImageSizeSmallerThanMinimum when it is below the minimum. False, and
+    // nothing changed, when the rectangle cannot be read or is empty. GUI thread, or the capture thread on the
+    // first frame of a run (the open leaves the camera to it then).
+    bool UpdateImageSizeDestination();
+    ImageSizeDestination GetImageSizeDestination() const;
+    // Buffer width over ROI width; 0 while unset (from the start of a run until its first frame).
+    double GetWidthFactor() const { return widthFactor.load(); }
+    void SetWidthFactor(double factor) { widthFactor = factor; }
 
     // ---- Capabilities and settings transfer
     bool HasCameraBrightnessAuto() const;
@@ -532,6 +566,10 @@ private:
     std::atomic<uint32_t> pixelFormatUnpacked{0};
     std::atomic<uint32_t> pixelFormatDestination{0};
     std::atomic<int> conversionMode{1};
+    mutable QMutex destinationMutex;
+    std::string pixelFormatDestinationName;    // guarded by destinationMutex
+    ImageSizeDestination imageSizeDestination; // guarded by destinationMutex
+    std::atomic<double> widthFactor{0.0};
 
     bool isAcquiring = false;
     const bool startAcquisitionOnOpen;

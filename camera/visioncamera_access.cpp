@@ -13,6 +13,7 @@
 #include "orna/core/nodes.h"
 #include "orna/ipl/imageconverter.h"
 #include "orna/ipl/pixelformat.h"
+#include "processing/aflmanager.h"
 #include "processing/iplbinningfeatureprovider.h"
 #include "processing/iplcolorcorrectionfeatureprovider.h"
 #include "processing/ipldecimationfeatureprovider.h"
@@ -805,7 +806,11 @@ void VisionCamera::SetPixelFormatDestination(uint32_t format)
 {
     if (format == pixelFormatDestination)
         return;
-    pixelFormatDestination = format;
+    {
+        QMutexLocker lock(&destinationMutex);
+        pixelFormatDestinationName = camera::PixelFormatToName(format);
+        pixelFormatDestination = format;
+    }
     hasImage = false;
     iplColorCorrectionFeatureProvider->SetPixelFormat(format);
     iplEdgeEnhancementFeatureProvider->SetPixelFormat(format);
@@ -836,6 +841,98 @@ std::vector<uint32_t> VisionCamera::GetAllowedPixelFormatDestinations() const
 std::string VisionCamera::GetPixelFormatSourceName() const
 {
     return camera::PixelFormatToName(pixelFormatSource);
+}
+
+std::string VisionCamera::GetPixelFormatDestinationName() const
+{
+    QMutexLocker lock(&destinationMutex);
+    return pixelFormatDestinationName;
+}
+
+bool VisionCamera::IsPackedPixelFormat(const std::string& name)
+{
+    const uint32_t format = camera::PixelFormatFromName(name);
+    return format != 0 && orna::ipl::PixelFormat::IsKnown(format) && orna::ipl::PixelFormat::IsPacked(format);
+}
+
+bool VisionCamera::ComputeImageSizeDestination(int64_t offsetX, int64_t offsetY, int64_t width, int64_t height,
+                                               double widthFactor, const SizeMapping& binning,
+                                               const SizeMapping& decimation, ImageSizeDestination& out)
+{
+    if (width < 1 || height < 1)
+        return false;
+    if (widthFactor > 0.0 && widthFactor != 1.0)
+        width = int64_t(double(width) * widthFactor);
+    // A stage that fails to tell its size leaves the size it was given.
+    for (const SizeMapping* mapping : {&binning, &decimation})
+    {
+        if (!*mapping)
+            continue;
+        int64_t mappedWidth = width, mappedHeight = height;
+        if ((*mapping)(mappedWidth, mappedHeight))
+        {
+            width = mappedWidth;
+            height = mappedHeight;
+        }
+    }
+    out.width = width;
+    out.height = height;
+    out.offsetX = offsetX;
+    out.offsetY = offsetY;
+    out.tooSmall = width < 2 || height < 1;
+    return true;
+}
+
+bool VisionCamera::UpdateImageSizeDestination()
+{
+    int64_t offsetX = 0, offsetY = 0, width = 0, height = 0;
+    if (!GetIntegerValue("OffsetX", ReadValueType::Value, offsetX) ||
+        !GetIntegerValue("OffsetY", ReadValueType::Value, offsetY) ||
+        !GetIntegerValue("Width", ReadValueType::Value, width) ||
+        !GetIntegerValue("Height", ReadValueType::Value, height))
+        return false;
+    auto stage = [](FeatureProviderBase* provider, auto* sized) -> SizeMapping {
+        if (!provider->IsActive())
+            return {};
+        return [sized](int64_t& w, int64_t& h) {
+            try
+            {
+                sized->GetOutputSize(w, h, &w, &h);
+                return true;
+            }
+            catch (const std::exception&)
+            {
+                return false;
+            }
+        };
+    };
+    ImageSizeDestination size;
+    if (!ComputeImageSizeDestination(offsetX, offsetY, width, height, widthFactor,
+                                     stage(iplBinningFeatureProvider, iplBinningFeatureProvider),
+                                     stage(iplDecimationFeatureProvider, iplDecimationFeatureProvider), size))
+        return false;
+    {
+        QMutexLocker lock(&destinationMutex);
+        imageSizeDestination = size;
+    }
+    iplSharpnessFeatureProvider->SetImageSize(size.width, size.height);
+    iplHotpixelFeatureProvider->SetImageSize(size.width, size.height);
+    if (aflManager->IsActive())
+    {
+        if (iplTransformationFeatureProvider->IsTransposed())
+            aflManager->SetImageSize(size.height, size.width);
+        else
+            aflManager->SetImageSize(size.width, size.height);
+    }
+    if (size.tooSmall)
+        emit Signal_IplDecimationAndBinningLeadsToImageSizeSmallerThanMinimum();
+    return true;
+}
+
+VisionCamera::ImageSizeDestination VisionCamera::GetImageSizeDestination() const
+{
+    QMutexLocker lock(&destinationMutex);
+    return imageSizeDestination;
 }
 
 void VisionCamera::SetConversionMode(int mode)

@@ -598,6 +598,7 @@ void VisionImageCaptureWorker::CheckMultiImage(const std::shared_ptr<orna::core:
     if (!buffer->GetHasImage() || bufferHeight <= 0)
         return;
     camera->SetImagesPerBuffer(1);
+    CheckWidthFactor(buffer);
     if (bufferHeight == camera->GetImageHeight())
         return;
     int64_t nodeHeight = 0;
@@ -605,6 +606,22 @@ void VisionImageCaptureWorker::CheckMultiImage(const std::shared_ptr<orna::core:
         return;
     camera->SetImagesPerBuffer(std::max(1, int(bufferHeight / nodeHeight)));
     camera->QueryImageGeometry();
+    camera->CreateImageBuffer();
+}
+
+void VisionImageCaptureWorker::CheckWidthFactor(const std::shared_ptr<orna::core::Buffer>& buffer)
+{
+    if (camera->GetWidthFactor() != 0.0)
+        return;
+    camera->SetWidthFactor(1.0);
+    int64_t nodeWidth = 0;
+    const int64_t bufferWidth = int64_t(buffer->GetWidth());
+    if (bufferWidth <= 0 || !camera->GetIntegerValue("Width", ReadValueType::Value, nodeWidth) || nodeWidth <= 0 ||
+        bufferWidth == nodeWidth)
+        return;
+    // A camera that packs several lines or planes into one buffer line delivers wider buffers than its ROI.
+    camera->SetWidthFactor(double(bufferWidth) / double(nodeWidth));
+    camera->UpdateImageSizeDestination();
     camera->CreateImageBuffer();
 }
 

@@ -201,6 +201,9 @@ private:
     void CheckTransportStatus(const std::shared_ptr<orna::core::Buffer>& buffer);
     int32_t ReadStatusInfo(const std::shared_ptr<orna::core::Buffer>& buffer, int32_t command);
     void CheckMultiImage(const std::shared_ptr<orna::core::Buffer>& buffer);
+    // First frame of a run: sets the camera's width factor and, when the buffer is wider than the ROI, updates
+    // the finished size and rebuilds the image buffers.
+    void CheckWidthFactor(const std::shared_ptr<orna::core::Buffer>& buffer);
     FrameRecord MakeFrameRecord(const std::shared_ptr<orna::core::Buffer>& buffer);
     // A copy of image in pool memory of the converter (same format); replaces a view of device memory.
     orna::ipl::Image PooledCopy(const orna::ipl::Image& image);

@@ -683,7 +683,14 @@ void ImageConverter::PreAllocateConversion(uint32_t sourceFormat, uint32_t desti
     }
     it->storages.reserve(count);
     while (it->storages.size() < count)
-        it->storages.push_back(detail::ImageStorage::Create(bytes));
+    {
+        // Committed here, not on the first conversion into it: a pool image first used in the middle of a
+        // stream (when consumers hold the others) would otherwise take one page fault per page on the
+        // converting thread, which on a paravirtualised host costs more than the conversion itself.
+        detail::ImageStorage* storage = detail::ImageStorage::Create(bytes);
+        std::memset(storage->data, 0, bytes);
+        it->storages.push_back(storage);
+    }
 
     // One conversion of a blank frame sizes every scratch buffer of this path.
     detail::ImageStorage* blank = detail::ImageStorage::Create(srcBytes);

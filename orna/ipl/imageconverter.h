@@ -45,7 +45,8 @@ public:
     ConversionMode GetConversionMode() const;
 
     // Prepares count destination images of destinationFormat at width x height and the scratch memory the
-    // path from sourceFormat needs. Calling it again replaces the pool of that geometry.
+    // path from sourceFormat needs. Calling it again replaces the pool of that geometry. The pool's memory is
+    // written once here, so that no conversion of the stream takes the pages' first-touch faults.
     void PreAllocateConversion(uint32_t sourceFormat, uint32_t destinationFormat, uint32_t width, uint32_t height,
                                size_t count);
 

@@ -14,6 +14,8 @@
 #include <cstring>
 #include <new>
 #include <random>
+#include <sys/resource.h>
+#include <vector>
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define ORNA_TEST_COUNT_MALLOC 0
@@ -265,5 +267,34 @@ TEST(IplAllocation, CounterSeesAnAllocationWithoutPreAllocation)
     }
     counting = false;
     EXPECT_GT(allocations.load(), 0);
+    cv::setNumThreads(-1);
+}
+
+// Every pool image is backed by memory when PreAllocateConversion returns: a stream whose consumers hold
+// several frames at once, so that the converter reaches images it has not used before, takes no page faults
+// on the converting thread.
+TEST(IplAllocation, EveryPoolImageIsCommittedBeforeTheStream)
+{
+    cv::setNumThreads(1);
+    const uint32_t w = 1024, h = 1024; // 4 MiB a BGRa8 image: 1024 pages each
+    Image source = Image::Construct(BayerRG8, w, h);
+    std::memset(source.GetData(), 7, source.GetByteCount());
+    ImageConverter converter;
+    constexpr size_t kPool = 4;
+    converter.PreAllocateConversion(BayerRG8, BGRa8, w, h, kPool);
+    const auto minorFaults = [] {
+        rusage usage{};
+        getrusage(RUSAGE_THREAD, &usage);
+        return long(usage.ru_minflt);
+    };
+    std::vector<Image> held;
+    const long before = minorFaults();
+    for (size_t i = 0; i < kPool; ++i)
+        held.push_back(converter.Convert(source, BGRa8));
+    const long faults = minorFaults() - before;
+    // Untouched pool images would fault about 1024 times each; a few stray pages are allowed.
+    EXPECT_LT(faults, 64) << faults << " page faults while converting into the pool";
+    for (size_t i = 1; i < held.size(); ++i)
+        EXPECT_NE(held[i].GetData(), held[0].GetData()) << "the converter left its pool";
     cv::setNumThreads(-1);
 }

@@ -384,6 +384,97 @@ private Q_SLOTS:
         ApplicationGlobals::showAllPixelFormats = wideBefore;
     }
 
+    // The finished size: an empty rectangle changes nothing, the width factor scales the width only, a stage
+    // that cannot tell its size leaves it, and the two minimum thresholds differ (width 2, height 1).
+    void imageSizeDestinationFactorAndThresholds()
+    {
+        using Size = VisionCamera::ImageSizeDestination;
+        const VisionCamera::SizeMapping none;
+        Size size;
+        size.width = 7;
+        QVERIFY(!VisionCamera::ComputeImageSizeDestination(0, 0, 0, 10, 1.0, none, none, size));
+        QVERIFY(!VisionCamera::ComputeImageSizeDestination(0, 0, 10, 0, 1.0, none, none, size));
+        QCOMPARE(size.width, int64_t(7));
+
+        QVERIFY(VisionCamera::ComputeImageSizeDestination(4, 6, 100, 50, 0.0, none, none, size));
+        QCOMPARE(size.width, int64_t(100));
+        QCOMPARE(size.offsetX, int64_t(4));
+        QCOMPARE(size.offsetY, int64_t(6));
+        QVERIFY(VisionCamera::ComputeImageSizeDestination(0, 0, 100, 50, 3.0, none, none, size));
+        QCOMPARE(size.width, int64_t(300));
+        QCOMPARE(size.height, int64_t(50));
+
+        // Binning runs on the widened size, decimation on binning's result.
+        auto halve = [](int64_t& w, int64_t& h) {
+            w /= 2;
+            h /= 2;
+            return true;
+        };
+        auto fails = [](int64_t& w, int64_t& h) {
+            w = h = -1;
+            return false;
+        };
+        QVERIFY(VisionCamera::ComputeImageSizeDestination(0, 0, 100, 40, 2.0, halve, halve, size));
+        QCOMPARE(size.width, int64_t(50));
+        QCOMPARE(size.height, int64_t(10));
+        QVERIFY(VisionCamera::ComputeImageSizeDestination(0, 0, 100, 40, 1.0, fails, halve, size));
+        QCOMPARE(size.width, int64_t(50));
+        QCOMPARE(size.height, int64_t(20));
+
+        struct Case
+        {
+            int64_t width, height;
+            bool tooSmall;
+        };
+        for (const Case& c : {Case{2, 1, false}, Case{1, 5, true}, Case{5, 0, true}, Case{0, 0, true}})
+        {
+            auto to = [c](int64_t& w, int64_t& h) {
+                w = c.width;
+                h = c.height;
+                return true;
+            };
+            QVERIFY(VisionCamera::ComputeImageSizeDestination(0, 0, 64, 64, 1.0, to, none, size));
+            QCOMPARE(size.tooSmall, c.tooSmall);
+        }
+
+        // On a camera: the width factor reaches the stored size, and a width below 2 tells the size panel.
+        auto camera = OpenCamera(color);
+        QVERIFY(camera->IsOpen());
+        QVERIFY(camera->SetIntegerValue("Width", 64));
+        QVERIFY(camera->SetIntegerValue("Height", 16));
+        QSignalSpy tooSmall(camera.get(),
+                            &VisionCamera::Signal_IplDecimationAndBinningLeadsToImageSizeSmallerThanMinimum);
+        camera->SetWidthFactor(1.0);
+        QVERIFY(camera->UpdateImageSizeDestination());
+        QCOMPARE(camera->GetImageSizeDestination().width, int64_t(64));
+        QCOMPARE(camera->GetImageSizeDestination().height, int64_t(16));
+        QCOMPARE(tooSmall.count(), 0);
+        camera->SetWidthFactor(0.5);
+        QVERIFY(camera->UpdateImageSizeDestination());
+        QCOMPARE(camera->GetImageSizeDestination().width, int64_t(32));
+        QCOMPARE(tooSmall.count(), 0);
+        camera->SetWidthFactor(1.0 / 64.0);
+        QVERIFY(camera->UpdateImageSizeDestination());
+        QCOMPARE(camera->GetImageSizeDestination().width, int64_t(1));
+        QCOMPARE(tooSmall.count(), 1);
+    }
+
+    // The destination's text travels with its value; packing is asked by name.
+    void destinationNameAndPackedFormats()
+    {
+        auto camera = OpenCamera(color);
+        QVERIFY(camera->IsOpen());
+        camera->SetPixelFormatDestination(orna::ipl::RGB8);
+        QCOMPARE(camera->GetPixelFormatDestinationName(), std::string("RGB8"));
+        camera->SetPixelFormatDestination(orna::ipl::Mono10);
+        QCOMPARE(camera->GetPixelFormatDestinationName(), std::string("Mono10"));
+        QVERIFY(VisionCamera::IsPackedPixelFormat("Mono10p"));
+        QVERIFY(VisionCamera::IsPackedPixelFormat("BayerRG12p"));
+        QVERIFY(!VisionCamera::IsPackedPixelFormat("Mono10"));
+        QVERIFY(!VisionCamera::IsPackedPixelFormat("BGRa8"));
+        QVERIFY(!VisionCamera::IsPackedPixelFormat("NoSuchFormat"));
+    }
+
     void bufferCountFollowsTheSettingAboveTheMinimum()
     {
         for (const auto& [setting, expected] : {std::pair<int, int>{3, 5}, {8, 8}, {0, 5}})
@@ -426,9 +517,12 @@ private Q_SLOTS:
         QVERIFY(camera->GetIntegerValue("TLParamsLocked", ReadValueType::Value, locked));
         QCOMPARE(locked, int64_t(1));
         QVERIFY(camera->GetImageWidth() > 0 && camera->GetImageHeight() > 0);
+        // The width factor is unset until the run's first frame; the stream's opening sized the finished image.
+        QCOMPARE(camera->GetImageSizeDestination().width, camera->GetImageWidth());
         if (camera->GetCaptureWorker())
         {
             QTRY_VERIFY_WITH_TIMEOUT(camera->GetFrameCounter() >= 3, 10000);
+            QCOMPARE(camera->GetWidthFactor(), 1.0);
         }
         else
         {

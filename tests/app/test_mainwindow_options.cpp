@@ -10,6 +10,7 @@
 #include "camera/visioncamera.h"
 #include "controlelement/controlelement.h"
 #include "discovery/cameralistmodel.h"
+#include "tests/guitestsupport.h"
 #include "view/cameraobject.h"
 #include "widgets/customedit.h"
 #include "widgets/customintslider.h"
@@ -50,13 +51,7 @@ private Q_SLOTS:
         ::setenv("ORNA_SIM_CAMERAS", "1", 1);
     }
 
-    void init()
-    {
-        QSettings(settings::kOrganisation, settings::kApplication).clear();
-        ApplicationGlobals::FillFonts();
-        ApplicationGlobals::ApplySkin(ApplicationGlobals::Skin::Dark);
-        ApplicationGlobals::fadeInOutTime = 0;
-    }
+    void init() { guitest::ResetApplicationState(); }
 
     void listAutoUpdateFollowsTheSwitchAndTheRowReadsTheList()
     {

@@ -1,6 +1,7 @@
 // The camera window: the fps smoothing rule, zoom by Ctrl + wheel only, the optimise button's busy state, and
 // the open flow of the main window with a simulated camera (moving images, closing stops the camera, an
 // empty camera window is reused).
+#include "tests/guitestsupport.h"
 #include "tests/view/cameraobject/deskfixture.h"
 
 #include "app/applicationglobals.h"
@@ -48,13 +49,7 @@ private Q_SLOTS:
         ::setenv("ORNA_SIM_CAMERAS", "1", 1);
     }
 
-    void init()
-    {
-        QSettings(settings::kOrganisation, settings::kApplication).clear();
-        ApplicationGlobals::FillFonts();
-        ApplicationGlobals::ApplySkin(ApplicationGlobals::Skin::Dark);
-        ApplicationGlobals::fadeInOutTime = 0;
-    }
+    void init() { guitest::ResetApplicationState(); }
 
     void fpsFollowsADropAtOnceAndSmoothsSmallChanges()
     {

@@ -1,6 +1,7 @@
 // The camera window against Aravis' GigE fake camera on loopback, as a user opens it: the toolbar's open
 // button, live images through GVSP, incomplete frames on a lossy link shown and counted without an error
 // report, and closing that releases the device. Label "gige": run inside the loopback namespace.
+#include "tests/guitestsupport.h"
 #include "tests/orna/core/gige_fixture.h"
 #include "tests/view/cameraobject/deskfixture.h"
 
@@ -31,10 +32,7 @@ private Q_SLOTS:
             QSKIP(skip.c_str());
         QVERIFY2(!qEnvironmentVariableIsEmpty("LUMIVUE_TEST_HOME"), "run through ctest");
         ::setenv("ORNA_TRANSPORTS", "gev", 1);
-        QSettings(settings::kOrganisation, settings::kApplication).clear();
-        ApplicationGlobals::FillFonts();
-        ApplicationGlobals::ApplySkin(ApplicationGlobals::Skin::Dark);
-        ApplicationGlobals::fadeInOutTime = 0;
+        guitest::ResetApplicationState();
 
         // One packet in a hundred is lost, resends included: some frames stay incomplete.
         orna::core::test::FakeGvCamera fake("127.0.0.5", "GV05");

@@ -2,6 +2,7 @@
 // frame's own depth, the full view shows how to leave it and ESC leaves it, a camera in service firmware cannot
 // hide its toolbars, the display off during live still ends "Waiting for image..." with the first counted frame,
 // and a slow link is warned about once after the open.
+#include "tests/guitestsupport.h"
 #include "tests/view/cameraobject/deskfixture.h"
 
 #include "app/applicationglobals.h"
@@ -51,13 +52,7 @@ private Q_SLOTS:
         ::setenv("ORNA_SIM_CAMERAS", "1", 1);
     }
 
-    void init()
-    {
-        QSettings(settings::kOrganisation, settings::kApplication).clear();
-        ApplicationGlobals::FillFonts();
-        ApplicationGlobals::ApplySkin(ApplicationGlobals::Skin::Dark);
-        ApplicationGlobals::fadeInOutTime = 0;
-    }
+    void init() { guitest::ResetApplicationState(); }
 
     void cleanup() { ::setenv("ORNA_SIM_CAMERAS", "1", 1); }
 

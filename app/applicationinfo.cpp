@@ -1,7 +1,7 @@
 #include "app/applicationinfo.h"
 
-#include "app/applicationglobals.h"
 #include "app/desklogic.h"
+#include "common/applicationglobals.h"
 #include "controlelement/customlayout.h"
 #include "orna/core/library.h"
 #include "orna/ifl/inference.h"

@@ -1,8 +1,8 @@
 #include "app/applicationsettings.h"
 
-#include "app/applicationglobals.h"
 #include "app/desklogic.h"
-#include "app/settings.h"
+#include "common/applicationglobals.h"
+#include "common/settings.h"
 #include "controlelement/customlayout.h"
 #include "widgets/customcombobox.h"
 #include "widgets/customedit.h"

@@ -1,6 +1,6 @@
 #include "app/commandline.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 
 #include <cstdio>
 #include <cstring>

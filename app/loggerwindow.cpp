@@ -1,7 +1,7 @@
 #include "app/loggerwindow.h"
 
-#include "app/applicationglobals.h"
-#include "app/logmessagesender.h"
+#include "common/applicationglobals.h"
+#include "common/logmessagesender.h"
 #include "controlelement/customlayout.h"
 #include "widgets/customfiledialog.h"
 #include "widgets/customseparatorline.h"

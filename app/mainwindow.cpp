@@ -26,16 +26,16 @@
 // closing cameras is visible; ExitLibraries() comes at step five, after every camera.
 #include "app/mainwindow.h"
 
-#include "app/applicationglobals.h"
 #include "app/applicationinfo.h"
 #include "app/applicationsettings.h"
 #include "app/desklogic.h"
 #include "app/loggerwindow.h"
-#include "app/logmessagesender.h"
-#include "app/settings.h"
 #include "app/versioncheck.h"
 #include "camera/cameraopentexts.h"
 #include "camera/visioncamera.h"
+#include "common/applicationglobals.h"
+#include "common/logmessagesender.h"
+#include "common/settings.h"
 #include "controlelement/controlelement.h"
 #include "controlelement/dockingwidget.h"
 #include "discovery/cameralistmodel.h"
@@ -87,17 +87,6 @@ bool IsHeadless()
     return QGuiApplication::platformName() == QLatin1String("offscreen");
 }
 } // namespace
-
-std::map<int, MainWindow::ElementFactory>& MainWindow::ElementFactories()
-{
-    static std::map<int, ElementFactory> factories;
-    return factories;
-}
-
-void MainWindow::RegisterElementType(int type, ElementFactory factory)
-{
-    ElementFactories()[type] = std::move(factory);
-}
 
 MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
 {
@@ -1112,8 +1101,9 @@ void MainWindow::UpdateOpenBusyState()
         buttonOpenCamera->SetBusy(false);
 }
 
-void MainWindow::PlaceOpenedCameraWindow(CameraObject* cameraObject, int imageWidth, int imageHeight)
+void MainWindow::PlaceOpenedCameraWindow(ControlElement* cameraWindow, int imageWidth, int imageHeight)
 {
+    auto* cameraObject = qobject_cast<CameraObject*>(cameraWindow);
     if (cameraObject == nullptr || !cameraObject->AwaitsSize() || m_beingDestroyed)
         return;
     cameraObject->SetAwaitsSize(false);

@@ -60,9 +60,6 @@ class MainWindow : public QMainWindow, public ControlElementHost
     Q_OBJECT
 
 public:
-    // Builds the element of one panel type with the given parent; registered by each panel's code.
-    using ElementFactory = std::function<ControlElement*(QWidget* parent)>;
-
     explicit MainWindow(QWidget* parent = nullptr);
     ~MainWindow() override;
 
@@ -94,11 +91,9 @@ public:
 
     // --- Desk operations used by the elements and the camera layer
     DockingWidget* dockingWidget() const { return m_dockingWidget; }
-    // Registers the class of one panel type (1..30); AddControlElement builds it from then on.
-    static void RegisterElementType(int type, ElementFactory factory);
     // Makes the panel of `type` for `owner` (a camera window), places it and fades it in; null for a type
-    // outside 1..30 or without a registered class.
-    ControlElement* AddControlElement(ControlElement* owner, int type);
+    // outside 1..30 or without a registered class (ControlElementHost::RegisterElementType).
+    ControlElement* AddControlElement(ControlElement* owner, int type) override;
     // Puts a camera window (or another element made elsewhere) on the desk, on top of its layer.
     void AppendElement(ControlElement* element);
     // Steps two to seven of AddControlElement for an element that exists already.
@@ -128,11 +123,11 @@ public:
     // Closes the camera of that descriptor in its window and keeps the window.
     void CloseCameraKeepWindow(const std::shared_ptr<orna::core::DeviceDescriptor>& descriptor);
     // Stops the open button's busy animation once no camera window has its open in progress.
-    void UpdateOpenBusyState();
+    void UpdateOpenBusyState() override;
     // Gives a new camera window, once its camera is open, the size its image asks for (the full height of
     // the docking area, the width by the image's aspect) and centres it; windows that do not await their
     // size are left alone.
-    void PlaceOpenedCameraWindow(CameraObject* cameraObject, int imageWidth, int imageHeight);
+    void PlaceOpenedCameraWindow(ControlElement* cameraWindow, int imageWidth, int imageHeight) override;
 
     // --- Workspaces (app/mainwindowworkspace.cpp)
     // Writes the desk to <WorkspacePath()>/<name>.xml atomically: a failed save leaves the old file as it was.
@@ -361,6 +356,4 @@ private:
     bool m_beingDestroyed = false;
     bool m_librariesUp = false;
     QPointer<CameraListModel> m_cameraList;
-
-    static std::map<int, ElementFactory>& ElementFactories();
 };

@@ -17,12 +17,12 @@
 // the second links them. The file is parsed once; both passes run over its records.
 #include "app/mainwindow.h"
 
-#include "app/applicationglobals.h"
 #include "app/applicationsettings.h"
 #include "app/loggerwindow.h"
-#include "app/logmessagesender.h"
 #include "app/workspacefile.h"
 #include "camera/visioncamera.h"
+#include "common/applicationglobals.h"
+#include "common/logmessagesender.h"
 #include "controlelement/controlelement.h"
 #include "controlelement/dockingwidget.h"
 #include "controlelement/workspacefields.h"

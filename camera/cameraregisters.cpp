@@ -1,6 +1,6 @@
 #include "camera/cameraregisters.h"
 
-#include "app/logmessagesender.h"
+#include "common/logmessagesender.h"
 #include "orna/core/device.h"
 #include "orna/core/exception.h"
 

@@ -1,7 +1,7 @@
 #include "camera/passwordprotectionhandler.h"
 
-#include "app/logmessagesender.h"
 #include "camera/cameraregisters.h"
+#include "common/logmessagesender.h"
 #include "orna/core/device.h"
 
 PasswordProtectionHandler::PasswordProtectionHandler(const std::shared_ptr<orna::core::DeviceDescriptor>& descriptor)

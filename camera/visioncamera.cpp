@@ -3,11 +3,11 @@
 // probes and settings transfer in visioncamera_capabilities.cpp.
 #include "camera/visioncamera.h"
 
-#include "app/applicationglobals.h"
-#include "app/logmessagesender.h"
 #include "camera/imagebuffermanager.h"
 #include "camera/visioncameraopenworker.h"
 #include "camera/visioneventworker.h"
+#include "common/applicationglobals.h"
+#include "common/logmessagesender.h"
 #include "nodetree/nodemapaccess.h"
 #include "nodetree/nodemapfiltermodel.h"
 #include "nodetree/nodemapmodel.h"

@@ -5,9 +5,9 @@
 // selected forms hold that mutex across select, access and restore so the node polling thread cannot slip a
 // read in between. Absent nodes are normal (cameras differ) and give false silently; a failing access logs
 // once with the method's own signature as context.
-#include "app/applicationglobals.h"
-#include "app/logmessagesender.h"
 #include "camera/visioncamera.h"
+#include "common/applicationglobals.h"
+#include "common/logmessagesender.h"
 #include "orna/core/datastream.h"
 #include "orna/core/nodemap.h"
 #include "orna/core/nodes.h"

@@ -1,7 +1,6 @@
 // VisionCamera: what the camera can do (the probes of the open and of the panels), the optimise routine, and the
 // transfer of parameter files, camera files and XML descriptions. The rules themselves live in
 // camera/cameracapabilities and camera/parameterfile; here they meet the camera's state and its log.
-#include "app/logmessagesender.h"
 #include "camera/cameracapabilities.h"
 #include "camera/devicelib/descriptorhelpers.h"
 #include "camera/parameterfile.h"
@@ -9,6 +8,7 @@
 #include "camera/visioncamera.h"
 #include "camera/visioncameraopenworker.h"
 #include "camera/visionimagecaptureworker.h"
+#include "common/logmessagesender.h"
 #include "orna/core/datastream.h"
 #include "orna/core/device.h"
 #include "orna/core/system.h"

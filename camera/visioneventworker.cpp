@@ -1,7 +1,7 @@
 #include "camera/visioneventworker.h"
 
-#include "app/logmessagesender.h"
 #include "camera/visioncamera.h"
+#include "common/logmessagesender.h"
 #include "orna/core/device.h"
 #include "orna/core/event.h"
 #include "orna/core/exception.h"

@@ -22,10 +22,10 @@
 // 18. The guard queues the buffer.
 #include "camera/visionimagecaptureworker.h"
 
-#include "app/logmessagesender.h"
 #include "camera/imagebuffermanager.h"
 #include "camera/pixelformattable.h"
 #include "camera/visioncamera.h"
+#include "common/logmessagesender.h"
 #include "orna/core/buffer.h"
 #include "orna/core/datastream.h"
 #include "orna/core/device.h"

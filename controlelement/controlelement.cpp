@@ -1,6 +1,6 @@
 #include "controlelement/controlelement.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 #include "controlelement/controlelementhost.h"
 #include "controlelement/customlayout.h"
 #include "controlelement/dockingwidget.h"

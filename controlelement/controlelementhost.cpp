@@ -9,7 +9,32 @@
 namespace {
 // GUI thread only, like everything of the frame; a plain pointer is enough.
 ControlElementHost* g_host = nullptr;
+
+std::map<int, ControlElementHost::ElementFactory>& Factories()
+{
+    static std::map<int, ControlElementHost::ElementFactory> factories;
+    return factories;
+}
 } // namespace
+
+void ControlElementHost::RegisterElementType(int type, ElementFactory factory)
+{
+    Factories()[type] = std::move(factory);
+}
+
+const std::map<int, ControlElementHost::ElementFactory>& ControlElementHost::ElementFactories()
+{
+    return Factories();
+}
+
+ControlElement* ControlElementHost::AddControlElement(ControlElement*, int)
+{
+    return nullptr;
+}
+
+void ControlElementHost::UpdateOpenBusyState() {}
+
+void ControlElementHost::PlaceOpenedCameraWindow(ControlElement*, int, int) {}
 
 ControlElementHost::~ControlElementHost()
 {

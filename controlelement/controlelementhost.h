@@ -14,6 +14,8 @@
 
 #include <QRect>
 
+#include <functional>
+#include <map>
 #include <vector>
 
 class ControlElement;
@@ -35,6 +37,23 @@ public:
     virtual void BringToFront(ControlElement* element) = 0;
     // Called once from the element's constructor.
     virtual void ConnectElement(ControlElement* element) = 0;
+
+    // What a camera window asks of the desk. Hosts without a desk of panels (the frame's test hosts) keep
+    // the defaults: no panel is made and a window keeps its size.
+    //
+    // Makes the panel of `type` for `owner` (a camera window), places it and fades it in; null for a type
+    // without a registered class.
+    virtual ControlElement* AddControlElement(ControlElement* owner, int type);
+    // Stops the open button's busy animation once no camera window has its open in progress.
+    virtual void UpdateOpenBusyState();
+    // Gives a camera window whose camera has just opened the size its image asks for.
+    virtual void PlaceOpenedCameraWindow(ControlElement* cameraWindow, int imageWidth, int imageHeight);
+
+    // Builds the element of one panel type with the given parent. Each panel's code registers its class
+    // (types 1..30) before the first window can ask for it; the host builds elements from this table.
+    using ElementFactory = std::function<ControlElement*(QWidget* parent)>;
+    static void RegisterElementType(int type, ElementFactory factory);
+    static const std::map<int, ElementFactory>& ElementFactories();
 
     // The host of every element built from now on; null detaches (elements then dock into their parent).
     static void SetInstance(ControlElementHost* host);

@@ -1,6 +1,6 @@
 #include "controlelement/dockingwidget.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 #include "controlelement/controlelement.h"
 
 #include <QFrame>

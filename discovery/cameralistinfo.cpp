@@ -1,6 +1,6 @@
 #include "discovery/cameralistinfo.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 #include "discovery/cameralistitem.h"
 
 #include <QModelIndex>

@@ -1,8 +1,8 @@
 #include "discovery/cameralistitem.h"
 
-#include "app/applicationglobals.h"
 #include "camera/devicelib/descriptorhelpers.h"
 #include "camera/devicelib/ipconfiguration.h"
+#include "common/applicationglobals.h"
 #include "orna/core/nodes.h"
 
 #include <QFont>

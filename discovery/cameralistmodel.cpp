@@ -1,8 +1,8 @@
 #include "discovery/cameralistmodel.h"
 
-#include "app/logmessagesender.h"
 #include "camera/devicelib/descriptorhelpers.h"
 #include "camera/passwordprotectionhandler.h"
+#include "common/logmessagesender.h"
 #include "orna/core/environmentinspector.h"
 #include "orna/core/producerlibrary.h"
 

@@ -1,8 +1,8 @@
 #include "discovery/cameramanager.h"
 
-#include "app/applicationglobals.h"
-#include "app/logmessagesender.h"
-#include "app/settings.h"
+#include "common/applicationglobals.h"
+#include "common/logmessagesender.h"
+#include "common/settings.h"
 #include "controlelement/customlayout.h"
 #include "discovery/cameralistinfo.h"
 #include "discovery/cameralistmodel.h"

@@ -1,6 +1,6 @@
 #include "features/aflautomode.h"
 
-#include "app/logmessagesender.h"
+#include "common/logmessagesender.h"
 
 #include <QSignalBlocker>
 

@@ -1,6 +1,6 @@
 #include "nodetree/nodemapaccess.h"
 
-#include "app/logmessagesender.h"
+#include "common/logmessagesender.h"
 #include "features/camerafeature.h"
 #include "nodetree/treeitem.h"
 #include "nodetree/updatenodemapworker.h"

@@ -1,6 +1,6 @@
 #include "nodetree/nodemapmodel.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 #include "nodetree/nodemapaccess.h"
 #include "nodetree/treeitem.h"
 #include "orna/core/nodemap.h"

@@ -1,6 +1,6 @@
 #include "nodetree/treeitem.h"
 
-#include "app/logmessagesender.h"
+#include "common/logmessagesender.h"
 #include "nodetree/nodemapaccess.h"
 
 #include <algorithm>

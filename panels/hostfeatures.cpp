@@ -1,9 +1,9 @@
 #include "panels/hostfeatures.h"
 
-#include "app/applicationglobals.h"
-#include "app/logmessagesender.h"
 #include "camera/pixelformattable.h"
 #include "camera/visioncamera.h"
+#include "common/applicationglobals.h"
+#include "common/logmessagesender.h"
 #include "controlelement/customlayout.h"
 #include "orna/ipl/pixelformat.h"
 #include "processing/ipltransformationfeatureprovider.h"

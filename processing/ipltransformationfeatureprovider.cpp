@@ -1,7 +1,7 @@
 #include "processing/ipltransformationfeatureprovider.h"
 
-#include "app/logmessagesender.h"
 #include "camera/visioncamera.h"
+#include "common/logmessagesender.h"
 #include "orna/ipl/image.h"
 #include "orna/ipl/imagetransformer.h"
 

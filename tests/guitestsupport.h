@@ -2,8 +2,8 @@
 // that appear and go without fading (a fade would make each wait a timing question).
 #pragma once
 
-#include "app/applicationglobals.h"
-#include "app/settings.h"
+#include "common/applicationglobals.h"
+#include "common/settings.h"
 
 #include <QSettings>
 

@@ -1,12 +1,12 @@
 #include "view/cameraobject.h"
 
-#include "app/applicationglobals.h"
-#include "app/logmessagesender.h"
-#include "app/mainwindow.h"
 #include "camera/devicelib/descriptorhelpers.h"
 #include "camera/imagebuffermanager.h"
 #include "camera/visioncamera.h"
 #include "camera/visionimagecaptureworker.h"
+#include "common/applicationglobals.h"
+#include "common/logmessagesender.h"
+#include "controlelement/controlelementhost.h"
 #include "controlelement/customlayout.h"
 #include "orna/ipl/image.h"
 #include "orna/ipl/pixelformat.h"
@@ -78,7 +78,7 @@ CameraObject::CameraObject(QWidget* parent) : ControlElement(parent, false)
     SetType(kCameraObjectType);
     // The camera panels this build has; the main window opens them by the left toolbar's button types.
     static const bool registered = [] {
-        MainWindow::RegisterElementType(HostFeatures::kType, [](QWidget* p) { return new HostFeatures(p); });
+        ControlElementHost::RegisterElementType(HostFeatures::kType, [](QWidget* p) { return new HostFeatures(p); });
         return true;
     }();
     Q_UNUSED(registered)
@@ -463,7 +463,7 @@ void CameraObject::OnCameraOpened()
         return;
     }
     setEnabled(true);
-    if (auto* host = qobject_cast<MainWindow*>(mainWindow))
+    if (auto* host = ControlElementHost::Instance())
     {
         host->UpdateOpenBusyState();
         host->PlaceOpenedCameraWindow(this, static_cast<int>(camera->GetImageWidth()),
@@ -709,7 +709,7 @@ void CameraObject::OnButtonAddControl()
         button->setChecked(false);
         return;
     }
-    auto* host = qobject_cast<MainWindow*>(mainWindow);
+    auto* host = ControlElementHost::Instance();
     ControlElement* panel = host != nullptr ? host->AddControlElement(this, type) : nullptr;
     // Panels whose class is not registered yet open nothing; the button stays unchecked.
     if (panel == nullptr)

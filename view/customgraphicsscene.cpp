@@ -1,7 +1,7 @@
 #include "view/customgraphicsscene.h"
 
-#include "app/applicationglobals.h"
-#include "app/logmessagesender.h"
+#include "common/applicationglobals.h"
+#include "common/logmessagesender.h"
 #include "orna/ipl/pixelformat.h"
 #include "view/pixelreadout.h"
 

@@ -1,6 +1,6 @@
 #include "widgets/customcolorlabel.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 #include "widgets/fader.h"
 #include "widgets/theme.h"
 

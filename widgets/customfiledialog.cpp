@@ -1,6 +1,6 @@
 #include "widgets/customfiledialog.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 #include "widgets/theme.h"
 
 CustomFileDialog::CustomFileDialog(QWidget* parent, const QString& caption, const QString& directory,

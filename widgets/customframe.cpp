@@ -1,6 +1,6 @@
 #include "widgets/customframe.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 
 CustomFrame::CustomFrame(QWidget* parent) : QLabel(parent)
 {

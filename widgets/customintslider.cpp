@@ -1,6 +1,6 @@
 #include "widgets/customintslider.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 #include "widgets/customedit.h"
 #include "widgets/customslider.h"
 

@@ -1,6 +1,6 @@
 #include "widgets/customipcontrol.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 #include "widgets/theme.h"
 
 #include <QMouseEvent>

@@ -1,6 +1,6 @@
 #include "widgets/customplaintextedit.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 #include "widgets/customscrollbar.h"
 #include "widgets/theme.h"
 

@@ -1,6 +1,6 @@
 #include "widgets/customprogressbar.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 
 #include <QPainter>
 #include <QTimer>

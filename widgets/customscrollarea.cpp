@@ -1,6 +1,6 @@
 #include "widgets/customscrollarea.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 #include "widgets/customscrollbar.h"
 
 CustomScrollArea::CustomScrollArea(QWidget* parent) : QScrollArea(parent)

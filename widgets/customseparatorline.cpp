@@ -1,6 +1,6 @@
 #include "widgets/customseparatorline.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 #include "widgets/fader.h"
 
 CustomSeparatorLine::CustomSeparatorLine(Qt::Orientation orientation, QWidget* parent)

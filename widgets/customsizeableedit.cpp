@@ -1,6 +1,6 @@
 #include "widgets/customsizeableedit.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 #include "widgets/iconbutton.h"
 
 #include <QKeyEvent>

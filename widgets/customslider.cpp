@@ -1,6 +1,6 @@
 #include "widgets/customslider.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 
 #include <QMouseEvent>
 #include <QPainter>

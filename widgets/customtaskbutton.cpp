@@ -1,6 +1,6 @@
 #include "widgets/customtaskbutton.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 #include "widgets/fader.h"
 #include "widgets/theme.h"
 

@@ -1,6 +1,6 @@
 #include "widgets/customtreeview.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 #include "widgets/customscrollbar.h"
 #include "widgets/fader.h"
 #include "widgets/theme.h"

@@ -1,6 +1,6 @@
 #include "widgets/customwidget.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 #include "widgets/fader.h"
 
 #include <QPropertyAnimation>

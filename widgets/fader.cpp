@@ -1,6 +1,6 @@
 #include "widgets/fader.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 
 #include <QGraphicsOpacityEffect>
 #include <QPropertyAnimation>

@@ -1,6 +1,6 @@
 #include "widgets/highlightlabelgroup.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 #include "widgets/customlabel.h"
 
 #include <QHBoxLayout>

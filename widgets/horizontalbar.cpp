@@ -1,6 +1,6 @@
 #include "widgets/horizontalbar.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 
 #include <QPainter>
 

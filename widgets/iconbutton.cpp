@@ -1,6 +1,6 @@
 #include "widgets/iconbutton.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 
 #include <QPainter>
 #include <QPixmap>

@@ -1,6 +1,6 @@
 #include "widgets/infodialog.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 #include "widgets/custompushbutton.h"
 #include "widgets/theme.h"
 

@@ -1,6 +1,6 @@
 #include "widgets/spinbutton.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 
 #include <QPainter>
 #include <QPolygonF>

@@ -1,6 +1,6 @@
 #include "widgets/theme.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 
 #include <QMetaMethod>
 #include <QMetaObject>

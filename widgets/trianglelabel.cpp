@@ -1,6 +1,6 @@
 #include "widgets/trianglelabel.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 
 #include <QPainter>
 #include <QPolygon>

@@ -3,10 +3,10 @@
 // run (baseline: the same synchronous opens, AddControlElement for the panels, the same acquisition start).
 // Both start from an empty desk with every camera closed; the median of the rounds counts. ratio =
 // baseline / ours, so the file's own cost (reading, two passes, the bar) shows as a ratio below 1.
-#include "app/applicationglobals.h"
 #include "app/mainwindow.h"
-#include "app/settings.h"
 #include "camera/visioncamera.h"
+#include "common/applicationglobals.h"
+#include "common/settings.h"
 #include "controlelement/controlelement.h"
 #include "discovery/cameralistmodel.h"
 #include "view/cameraobject.h"

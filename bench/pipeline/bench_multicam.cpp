@@ -9,10 +9,10 @@
 //                      ratio = 2 / ours.
 //
 // LUMIVUE_BENCH_QUICK=1 measures 8 s instead of 30 s.
-#include "app/logmessagesender.h"
 #include "bench/support/pipeline.h"
 #include "camera/visioncamera.h"
 #include "camera/visionimagecaptureworker.h"
+#include "common/logmessagesender.h"
 #include "orna/core/library.h"
 #include "orna/core/sim/simregistry.h"
 #include "orna/core/sim/simtransport.h"

@@ -18,11 +18,11 @@
 //                         "painted"; baseline is the frame interval, ratio = baseline / ours.
 //
 // LUMIVUE_BENCH_QUICK=1 shortens every measurement to 5 s.
-#include "app/logmessagesender.h"
 #include "bench/support/pipeline.h"
 #include "bench/support/processes.h"
 #include "camera/visioncamera.h"
 #include "camera/visionimagecaptureworker.h"
+#include "common/logmessagesender.h"
 #include "orna/core/datastream.h"
 #include "orna/core/device.h"
 #include "orna/core/interface.h"

@@ -1,6 +1,6 @@
 #include "camera/devicelib/descriptorhelpers.h"
 
-#include "app/logmessagesender.h"
+#include "common/logmessagesender.h"
 #include "orna/core/exception.h"
 #include "orna/core/producerlibrary.h"
 #include "orna/core/system.h"

@@ -1,6 +1,6 @@
 #include "camera/devicelib/ipconfiguration.h"
 
-#include "app/logmessagesender.h"
+#include "common/logmessagesender.h"
 #include "orna/core/exception.h"
 #include "orna/core/interface.h"
 #include "orna/core/nodemap.h"

@@ -1,6 +1,6 @@
 #include "features/controls/featurecontrols.h"
 
-#include "app/logmessagesender.h"
+#include "common/logmessagesender.h"
 #include "nodetree/valuetext.h"
 
 #include <cmath>

@@ -1,10 +1,10 @@
 // The options and information elements on their own: every control writes its key the moment it changes
 // (booleans as 1 and 0), a refresh never writes, the file name and number checks keep the last good value,
 // the lists (languages, skins, workspaces) and the version texts of the information element.
-#include "app/applicationglobals.h"
 #include "app/applicationinfo.h"
 #include "app/applicationsettings.h"
-#include "app/settings.h"
+#include "common/applicationglobals.h"
+#include "common/settings.h"
 #include "orna/core/library.h"
 #include "widgets/customcombobox.h"
 #include "widgets/customedit.h"

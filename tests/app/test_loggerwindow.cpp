@@ -1,9 +1,9 @@
 // The log window against the process-wide sender: the 1,000-line cap, the show filters that drop at the
 // door, auto scroll, the empty text and the save button, a new skin clearing the log, the flood from four
 // threads, and the atomic save (an unwritable target fails and keeps both the view and the old file).
-#include "app/applicationglobals.h"
 #include "app/loggerwindow.h"
-#include "app/logmessagesender.h"
+#include "common/applicationglobals.h"
+#include "common/logmessagesender.h"
 #include "widgets/iconbutton.h"
 
 #include <QElapsedTimer>

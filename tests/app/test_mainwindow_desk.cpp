@@ -2,12 +2,12 @@
 // below panels below fixed elements), Ctrl+Tab, panel placement through AddControlElement (the 38-pixel
 // cascade, the remembered place, the clamp to the screen), the toggles of the fixed elements, the toolbar
 // and shortcut tables, the notification row and the theme shortcut reaching the options.
-#include "app/applicationglobals.h"
 #include "app/applicationinfo.h"
 #include "app/applicationsettings.h"
 #include "app/loggerwindow.h"
 #include "app/mainwindow.h"
-#include "app/settings.h"
+#include "common/applicationglobals.h"
+#include "common/settings.h"
 #include "controlelement/controlelement.h"
 #include "controlelement/dockingwidget.h"
 #include "widgets/customcombobox.h"

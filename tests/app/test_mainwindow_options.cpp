@@ -2,12 +2,12 @@
 // the camera list's automatic update (and the notification row reading the list), the kernel transport filter
 // (refused while a camera is open), the restore flag, the fade time of elements already built, the image
 // counter, and path rows that show the folder in use.
-#include "app/applicationglobals.h"
 #include "app/applicationsettings.h"
 #include "app/loggerwindow.h"
 #include "app/mainwindow.h"
-#include "app/settings.h"
 #include "camera/visioncamera.h"
+#include "common/applicationglobals.h"
+#include "common/settings.h"
 #include "controlelement/controlelement.h"
 #include "discovery/cameralistmodel.h"
 #include "tests/guitestsupport.h"

@@ -2,9 +2,9 @@
 // deleted once, the teardown shows its progress in a window of its own with each value before its step's work,
 // queued open results naming a window that is gone touch nothing, and the workspace actions keep the rule that
 // nothing changes the desk while a camera opens.
-#include "app/applicationglobals.h"
 #include "app/mainwindow.h"
-#include "app/settings.h"
+#include "common/applicationglobals.h"
+#include "common/settings.h"
 #include "controlelement/controlelement.h"
 #include "view/cameraobject.h"
 #include "widgets/customcombobox.h"

@@ -1,8 +1,8 @@
 // The main window's start-up and exit against an isolated settings store: defaults from an empty store,
 // bad values, a missing language file, the theme toggle and the geometry written at quit.
-#include "app/applicationglobals.h"
 #include "app/mainwindow.h"
-#include "app/settings.h"
+#include "common/applicationglobals.h"
+#include "common/settings.h"
 #include "orna/core/library.h"
 
 #include <QFontDatabase>

@@ -1,12 +1,12 @@
 // Workspaces on a real desk with simulated cameras: save and load, the two passes, the combo box and its
 // buttons, the session workspace at exit, the old node tree format, save failures, and damaged files.
-#include "app/applicationglobals.h"
 #include "app/applicationsettings.h"
 #include "app/loggerwindow.h"
 #include "app/mainwindow.h"
-#include "app/settings.h"
 #include "app/workspacefile.h"
 #include "camera/visioncamera.h"
+#include "common/applicationglobals.h"
+#include "common/settings.h"
 #include "controlelement/controlelement.h"
 #include "controlelement/dockingwidget.h"
 #include "controlelement/workspacefields.h"

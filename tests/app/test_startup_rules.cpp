@@ -1,8 +1,8 @@
 // Pure start-up rules: the command-line word, the version table, the settings' boolean rule, the skin choice.
-#include "app/applicationglobals.h"
 #include "app/commandline.h"
-#include "app/settings.h"
 #include "app/versioncheck.h"
+#include "common/applicationglobals.h"
+#include "common/settings.h"
 
 #include <QSettings>
 

@@ -1,7 +1,7 @@
 // The control element frame: grid snapping, docking, tabbing, fades, deletion and the restyle order.
 #include "testhost.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 #include "controlelement/movehandler.h"
 #include "controlelement/resizehandler.h"
 #include "widgets/iconbutton.h"

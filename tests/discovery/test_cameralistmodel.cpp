@@ -4,7 +4,7 @@
 // thread; resets pressed during passes; events whose parent is gone; the lock state read off the GUI thread.
 #include "test_transport.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 #include "discovery/cameralistmodel.h"
 #include "discovery/devicemanager.h"
 

@@ -1,10 +1,10 @@
 // The camera manager panel over simulated cameras: buttons and context menu by the row's actions, open and
 // close through the main window, the reset question, saving the descriptions, the info pane, and its
 // workspace values.
-#include "app/applicationglobals.h"
 #include "app/mainwindow.h"
-#include "app/settings.h"
 #include "camera/visioncamera.h"
+#include "common/applicationglobals.h"
+#include "common/settings.h"
 #include "discovery/cameralistinfo.h"
 #include "discovery/cameralistmodel.h"
 #include "discovery/cameralisttreeview.h"

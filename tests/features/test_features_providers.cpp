@@ -1,7 +1,7 @@
 // Software features that belong to a host provider: the accessors that ask AflManager or IflFeatureProvider for
 // availability (and what that does to a bound control), AflAutoMode against a library stand-in, and the slots
 // of the auto features that providers connect by name.
-#include "app/logmessagesender.h"
+#include "common/logmessagesender.h"
 #include "features/aflautomode.h"
 #include "features/controls/featurecontrols.h"
 #include "features/providerfeatureaccessors.h"

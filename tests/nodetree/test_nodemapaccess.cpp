@@ -3,7 +3,7 @@
 // reconnection, device reset.
 #include "nodetree_fixtures.h"
 
-#include "app/logmessagesender.h"
+#include "common/logmessagesender.h"
 #include "nodetree/nodemapaccess.h"
 #include "nodetree/treeitem.h"
 #include "orna/core/library.h"

@@ -3,7 +3,7 @@
 #include "nodetree_fixtures.h"
 #include "tests/orna/core/fixture_xml.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 #include "nodetree/nodemapaccess.h"
 #include "nodetree/nodemapfiltermodel.h"
 #include "nodetree/nodemapmodel.h"

@@ -3,7 +3,7 @@
 // while acquiring stops and restarts it, and the transformation buttons drive the status text.
 #include "tests/camera/capture/capturefixture.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 #include "orna/ipl/pixelformat.h"
 #include "panels/hostfeatures.h"
 #include "processing/ipltransformationfeatureprovider.h"

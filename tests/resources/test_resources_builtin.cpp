@@ -1,7 +1,7 @@
 // The compiled-in resources as the program sees them: every icon of the table in every folder and skin,
 // at the right size and not blank, the fonts, flags, window icon, logos, the beep, and the German
 // translation beside the program.
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 #include "resources/iconnames.h"
 
 #include <QDirIterator>

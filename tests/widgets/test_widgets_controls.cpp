@@ -1,6 +1,6 @@
 // Behaviour of the Custom* controls that panels rely on: the switch's animation lock, the combo box's
 // user/code distinction, the edit's signals and the modal dialogs.
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 #include "widgets/colorquestiondialog.h"
 #include "widgets/customcombobox.h"
 #include "widgets/customedit.h"

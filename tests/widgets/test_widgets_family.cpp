@@ -1,6 +1,6 @@
 // The smaller members of the family: spin boxes, radio, address entry, elided label, file selector, the
 // annotation text box, tree view, colour chart, fades and slides.
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 #include "widgets/customcolorchart.h"
 #include "widgets/customdiscretespinbox.h"
 #include "widgets/customedit.h"

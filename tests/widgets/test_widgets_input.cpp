@@ -2,7 +2,7 @@
 // unfocused one leaves it to the scroll area), a value from the source does not replace text being typed,
 // unchanged text leaving the box commits nothing, the double grid stays inside the range, the spin box does
 // not drift, a disabled switch's thumb is drawn disabled, and coloured texts keep their line breaks.
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 #include "widgets/colorquestiondialog.h"
 #include "widgets/customcolorlabel.h"
 #include "widgets/customcombobox.h"

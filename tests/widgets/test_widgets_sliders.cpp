@@ -1,6 +1,6 @@
 // The value sliders: 64-bit ranges and increments without overflow, edit box clamping, and which user
 // actions emit which signals.
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 #include "widgets/customcolormeter.h"
 #include "widgets/customdoubleslider.h"
 #include "widgets/customedit.h"

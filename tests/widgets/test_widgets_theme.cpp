@@ -1,6 +1,6 @@
 // A skin change re-colours every widget of the family, and a panel's restyle does not fire its value
 // slots.
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 #include "controlelement/controlelement.h"
 #include "controlelement/customlayout.h"
 #include "widgets/colorquestiondialog.h"

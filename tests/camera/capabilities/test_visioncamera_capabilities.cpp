@@ -2,10 +2,10 @@
 // of all five modules, camera files through a host file, parameter files between two cameras of one model,
 // and the optimise routine's save-and-switch-off of trigger, automatics and gains.
 #include "../openworker/simdescriptors.h"
-#include "app/logmessagesender.h"
 #include "camera/visioncamera.h"
 #include "camera/visioncameraopenworker.h"
 #include "camera/visionimagecaptureworker.h"
+#include "common/logmessagesender.h"
 
 #include "orna/core/sim/simregistry.h"
 

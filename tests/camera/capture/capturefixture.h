@@ -7,10 +7,10 @@
 
 #include "tests/camera/simcameras.h"
 
-#include "app/logmessagesender.h"
 #include "camera/imagebuffermanager.h"
 #include "camera/visioncamera.h"
 #include "camera/visionimagecaptureworker.h"
+#include "common/logmessagesender.h"
 #include "orna/core/device.h"
 #include "orna/core/environmentinspector.h"
 #include "orna/core/interface.h"

@@ -1,8 +1,8 @@
 // Descriptor helpers over Aravis' in-process Fake interface: real texts, "unknown" and a log line on failure,
 // network settings through the interface node map.
-#include "app/logmessagesender.h"
 #include "camera/devicelib/descriptorhelpers.h"
 #include "camera/devicelib/ipconfiguration.h"
+#include "common/logmessagesender.h"
 #include "orna/core/library.h"
 #include "orna/core/producerlibrary.h"
 #include "orna/core/system.h"

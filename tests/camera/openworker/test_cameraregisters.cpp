@@ -1,8 +1,8 @@
 // Register access by address and the password protection probe, on simulated cameras (a locked and an open
 // one) and on Aravis' in-process fake camera, whose lock register must never reach Aravis.
-#include "app/logmessagesender.h"
 #include "camera/cameraregisters.h"
 #include "camera/passwordprotectionhandler.h"
+#include "common/logmessagesender.h"
 #include "simdescriptors.h"
 
 #include "orna/core/sim/simregisters.h"

@@ -2,13 +2,13 @@
 // window): a locked camera stops at the lock test with the exact text, a service camera opens without data
 // stream and acquisition, a colour camera opens and acquires and its event worker passes the camera's test
 // event on, and a camera with a boot error reaches the main window's boot status report.
-#include "app/applicationglobals.h"
-#include "app/logmessagesender.h"
 #include "app/mainwindow.h"
-#include "app/settings.h"
 #include "camera/visioncamera.h"
 #include "camera/visioncameraopenworker.h"
 #include "camera/visioneventworker.h"
+#include "common/applicationglobals.h"
+#include "common/logmessagesender.h"
+#include "common/settings.h"
 #include "simdescriptors.h"
 
 #include "orna/core/sim/simregistry.h"

@@ -3,7 +3,7 @@
 // round leaks.
 #include "visioncamera_fixture.h"
 
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 
 #include <QDir>
 #include <QtTest>

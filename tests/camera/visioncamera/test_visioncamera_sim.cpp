@@ -3,10 +3,10 @@
 // stop, a capture thread that does not stop, and a camera without data stream.
 #include "visioncamera_fixture.h"
 
-#include "app/applicationglobals.h"
-#include "app/logmessagesender.h"
 #include "camera/imagebuffermanager.h"
 #include "camera/visionimagecaptureworker.h"
+#include "common/applicationglobals.h"
+#include "common/logmessagesender.h"
 #include "nodetree/nodemapaccess.h"
 #include "nodetree/nodemapmodel.h"
 #include "orna/core/datastream.h"

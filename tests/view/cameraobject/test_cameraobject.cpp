@@ -4,10 +4,10 @@
 #include "tests/guitestsupport.h"
 #include "tests/view/cameraobject/deskfixture.h"
 
-#include "app/applicationglobals.h"
-#include "app/logmessagesender.h"
-#include "app/settings.h"
 #include "camera/visioncamera.h"
+#include "common/applicationglobals.h"
+#include "common/logmessagesender.h"
+#include "common/settings.h"
 #include "view/cameraobject.h"
 #include "view/customdisplay.h"
 #include "view/customgraphicsscene.h"

@@ -5,9 +5,9 @@
 #include "tests/guitestsupport.h"
 #include "tests/view/cameraobject/deskfixture.h"
 
-#include "app/applicationglobals.h"
-#include "app/settings.h"
 #include "camera/visioncamera.h"
+#include "common/applicationglobals.h"
+#include "common/settings.h"
 #include "orna/ipl/image.h"
 #include "orna/ipl/pixelformat.h"
 #include "view/cameraobject.h"

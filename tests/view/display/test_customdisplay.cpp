@@ -1,6 +1,6 @@
 // The image display: scene size and zoom rules, wheel and pan, the pixel readout, narrowing of deep mono
 // images, and that a fast producer never makes frames queue up in the GUI thread.
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 #include "orna/ipl/image.h"
 #include "orna/ipl/pixelformat.h"
 #include "view/customdisplay.h"

@@ -1,7 +1,7 @@
 // The magnifier of the image display ("Pixel viewer"): the values it writes are the frame's own (12-bit, packed,
 // colour), the square is centred on the cursor with N cells following the cell size, and the part outside the
 // image shows the neutral fill.
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 #include "orna/ipl/image.h"
 #include "orna/ipl/pixelformat.h"
 #include "view/customdisplay.h"

@@ -1,4 +1,4 @@
-#include "app/logmessagesender.h"
+#include "common/logmessagesender.h"
 
 #include <QMetaType>
 

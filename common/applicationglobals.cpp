@@ -1,6 +1,6 @@
-#include "app/applicationglobals.h"
+#include "common/applicationglobals.h"
 
-#include "app/settings.h"
+#include "common/settings.h"
 
 namespace {
 

@@ -346,7 +346,7 @@ NodeMapFilterModel* VisionCamera::GetNodeMapFilterModel(XmlModule module) const
     return i >= 0 && i < kNumXmlModules ? nodeMapFilterModel[i] : nullptr;
 }
 
-bool VisionCamera::InitCamera()
+bool VisionCamera::InitCamera(const std::function<bool()>& cancelled)
 {
     if (!descriptor)
         return false;
@@ -356,7 +356,11 @@ bool VisionCamera::InitCamera()
         // job); an open asked for just then waits for it instead of failing with "already open". Bounded: a
         // camera that another window of ours holds stays refused.
         for (int waited = 0; descriptor->GetOpenDevice() && waited < kProbeWaitMs; waited += kProbeWaitStepMs)
+        {
+            if (cancelled && cancelled())
+                return false;
             QThread::msleep(kProbeWaitStepMs);
+        }
         if (descriptor->GetAccessStatus() != orna::core::DeviceAccessStatus::ReadWrite)
             return false;
         device = descriptor->OpenDevice(orna::core::DeviceAccessType::Control);

@@ -129,7 +129,9 @@ public:
     VisionCamera& operator=(const VisionCamera&) = delete;
 
     // ---- Lifecycle
-    bool InitCamera();
+    // Opens the device. `cancelled` (open thread) ends the wait for the camera list's lock probe early, so a
+    // close during an open does not wait that wait out.
+    bool InitCamera(const std::function<bool()>& cancelled = {});
     bool InitNodemaps();
     bool InitAdditionalInfos();
     bool InitDataStream();

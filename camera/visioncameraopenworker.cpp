@@ -1,10 +1,10 @@
 #include "camera/visioncameraopenworker.h"
 
-#include "app/logmessagesender.h"
 #include "camera/cameraregisters.h"
 #include "camera/devicelib/descriptorhelpers.h"
 #include "camera/visioncamera.h"
 #include "camera/visioneventworker.h"
+#include "common/logmessagesender.h"
 #include "processing/aflmanager.h"
 #include "processing/iplgammafeatureprovider.h"
 #include "processing/iplgammafeatureproviderwithdigitalblack.h"
@@ -33,15 +33,9 @@ QString VisionCameraOpenWorker::PasswordProtectedText()
 
 void VisionCameraOpenWorker::OnCameraOpen()
 {
-    VisionCamera* cam = camera;
-    if (!cam || IsCancelled())
-        return;
-    QWidget* cameraObject = cam->parentWindow;
-    if (cam->cameraName == QLatin1String("unknown") && cam->descriptor)
-        cam->cameraName = helper::GetCameraName(cam->descriptor);
-    auto fail = [&](const QString& text) { Q_EMIT Signal_CannotOpenCamera(cam->cameraName, text, cameraObject); };
     // A cancelled open reports nothing: the window it would name is being closed. Its thread is ended here,
-    // as a result signal would have ended it.
+    // as a result signal would have ended it; that holds for a cancel that came before this slot ran, too
+    // (a close right after StartOpen), or ExitCamera waits its whole limit for a thread idling in its loop.
     // A camera that went (ExitCamera gave up waiting for a stuck step and handed this worker to its thread's
     // end) counts as cancelled: no later step may touch it.
     auto cancelled = [this] {
@@ -51,9 +45,16 @@ void VisionCameraOpenWorker::OnCameraOpen()
             QThread::currentThread()->quit();
         return true;
     };
+    if (cancelled())
+        return;
+    VisionCamera* cam = camera;
+    QWidget* cameraObject = cam->parentWindow;
+    if (cam->cameraName == QLatin1String("unknown") && cam->descriptor)
+        cam->cameraName = helper::GetCameraName(cam->descriptor);
+    auto fail = [&](const QString& text) { Q_EMIT Signal_CannotOpenCamera(cam->cameraName, text, cameraObject); };
 
     // 1, 2: the device and its node maps.
-    if (!cam->InitCamera())
+    if (!cam->InitCamera([this] { return IsCancelled(); }))
         return cancelled() ? void() : fail(tr("Camera initialization failed"));
     if (cancelled())
         return;

@@ -6,6 +6,7 @@
 
 #include "camera/visioncameraopenworker.h"
 
+#include <QApplication>
 #include <QDir>
 #include <QEventLoop>
 #include <QFile>
@@ -100,6 +101,15 @@ private:
 
 } // namespace
 
+namespace {
+// LUMIVUE_SOAK_SECONDS, or ten minutes.
+qint64 SoakSeconds()
+{
+    const int requested = qEnvironmentVariableIntValue("LUMIVUE_SOAK_SECONDS");
+    return requested > 0 ? requested : 600;
+}
+} // namespace
+
 class TestCameraLifecycleSoak : public QObject
 {
     Q_OBJECT
@@ -130,8 +140,7 @@ private Q_SLOTS:
 
     void randomLifecycleOnTwoCameras()
     {
-        const int requested = qEnvironmentVariableIntValue("LUMIVUE_SOAK_SECONDS");
-        const qint64 durationMs = 1000LL * (requested > 0 ? requested : 600);
+        const qint64 durationMs = 1000LL * SoakSeconds();
         const std::array<const char*, 2> serials{"LVSM00001", "LVSC00001"};
         for (const char* serial : serials)
         {
@@ -244,5 +253,15 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TestCameraLifecycleSoak)
+int main(int argc, char** argv)
+{
+    // QtTest ends a test function after five minutes unless told otherwise; the soak's own watchdog is the
+    // bound that matters (no progress for 5 s).
+    if (!qEnvironmentVariableIsSet("QTEST_FUNCTION_TIMEOUT"))
+        qputenv("QTEST_FUNCTION_TIMEOUT", QByteArray::number((SoakSeconds() + 300) * 1000LL));
+    QApplication app(argc, argv);
+    TestCameraLifecycleSoak test;
+    QTEST_SET_MAIN_SOURCE_PATH
+    return QTest::qExec(&test, argc, argv);
+}
 #include "test_camera_lifecycle_soak.moc"

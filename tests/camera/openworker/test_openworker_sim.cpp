@@ -13,6 +13,7 @@
 
 #include "orna/core/sim/simregistry.h"
 
+#include <QElapsedTimer>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QtTest>
@@ -110,6 +111,34 @@ private Q_SLOTS:
         QVERIFY(camera->WaitForOneShotTask(5000));
         QCoreApplication::processEvents(); // log lines from the task's thread arrive queued
         QVERIFY2(logErrors.isEmpty(), qPrintable(logErrors.join("\n")));
+    }
+
+    // A close during an open returns at once wherever it lands: before the open thread has run its first step,
+    // or while the open waits for the camera list's lock probe (which holds a new camera open for a moment; here
+    // it never lets go, so only the cancel can end that wait early). The delays move the close across the open's
+    // first steps; each close must come back well inside the probe wait.
+    void closeDuringAnOpenReturnsAtOnce()
+    {
+        auto descriptor = sim.BySerial("LVSC00001");
+        QVERIFY(descriptor);
+        auto probe = descriptor->OpenDevice(orna::core::DeviceAccessType::ReadOnly);
+        QVERIFY(probe);
+        for (const int delayMs : {0, 0, 50, 150, 300})
+        {
+            OpenResults results;
+            auto camera = std::make_unique<VisionCamera>(&results, &results, descriptor, true, false, true);
+            camera->StartOpen();
+            QThread::msleep(delayMs);
+            QElapsedTimer closing;
+            closing.start();
+            camera.reset();
+            const qint64 closeMs = closing.elapsed();
+            QCoreApplication::processEvents();
+            QVERIFY2(closeMs < 1000,
+                     qPrintable(QStringLiteral("a close %1 ms into the open took %2 ms").arg(delayMs).arg(closeMs)));
+            // A cancelled open reports nothing: the window it would name is going.
+            QVERIFY(results.opened.isEmpty() && results.cannot.isEmpty() && results.service.isEmpty());
+        }
     }
 
     void colorCameraOpensAcquiresAndPassesEventsOn()

@@ -63,7 +63,18 @@ public:
     // Builds the element of one panel type with the given parent; registered by each panel's code.
     using ElementFactory = std::function<ControlElement*(QWidget* parent)>;
 
-    explicit MainWindow(QWidget* parent = nullptr);
+    // Where the camera list comes from. HandedOver: whoever builds the window makes it after the window (the
+    // libraries are up by then) and hands it over with SetCameraList; the window starts without cameras.
+    // Own: the window makes its list at start-up, right after the libraries, so that the camera manager and the
+    // default workspace's cameras are there at start; the teardown deletes it after the last camera window and
+    // before the libraries go down.
+    enum class CameraListSource
+    {
+        HandedOver,
+        Own,
+    };
+
+    explicit MainWindow(QWidget* parent = nullptr, CameraListSource cameraListSource = CameraListSource::HandedOver);
     ~MainWindow() override;
 
     // Never let an exception leave; failures are logged with origin "-".
@@ -274,7 +285,8 @@ private:
     void KeepOnScreen(ControlElement* element);
     // Geometry read from a file, bounded: a size of 0 or 10^9 must neither vanish nor allocate a huge window.
     QRect BoundedGeometry(int x, int y, int width, int height) const;
-    void LoadDefaultWorkspaceWhenListed();
+    // The start-up load of `default_workspace`, after the camera list has caught up with discovery.
+    void LoadDefaultWorkspace();
     bool AnyOpenInProgress() const;
     // `cameraObject` when that widget still exists, else null; never dereferences it.
     QWidget* OpenedWindow(QWidget* cameraObject) const;
@@ -331,7 +343,6 @@ private:
     int workspaceVersionBuild = 0;
     CustomProgressBar* m_workspaceProgress = nullptr;
     QLabel* m_workspaceLabel = nullptr;
-    bool m_defaultWorkspacePending = false;
     QString m_defaultWorkspacePath;
     QString m_currentWorkspaceName = QStringLiteral("None");
     QString m_autoImageSavePath;
@@ -361,6 +372,8 @@ private:
     bool m_beingDestroyed = false;
     bool m_librariesUp = false;
     QPointer<CameraListModel> m_cameraList;
+    // The list of CameraListSource::Own; null for a handed-over list.
+    std::unique_ptr<CameraListModel> m_ownCameraList;
 
     static std::map<int, ElementFactory>& ElementFactories();
 };

@@ -55,6 +55,8 @@ const QString kOrigin = QStringLiteral("-");
 constexpr int kMaxElementType = 30;
 // Coordinates beyond this are nonsense from a damaged file; they are pulled in before any arithmetic.
 constexpr int kMaxCoordinate = 1 << 20;
+// A GigE discovery pass takes about a second; this bounds how long the start waits for the list.
+constexpr int kStartDiscoveryTimeoutMs = 15000;
 
 // Producer (system key) and interface key of a camera's descriptor; "-1" where the library cannot tell.
 void TransportKeys(const std::shared_ptr<orna::core::DeviceDescriptor>& descriptor, QString* producer,
@@ -617,18 +619,17 @@ bool MainWindow::LoadWorkspace(const QString& name)
     return true;
 }
 
-void MainWindow::LoadDefaultWorkspaceWhenListed()
+void MainWindow::LoadDefaultWorkspace()
 {
-    // The cameras of the default workspace are looked up in the camera list: the load waits for the list's
-    // first pass.
-    if (!m_defaultWorkspacePending || m_cameraList == nullptr)
+    if (m_defaultWorkspace.isEmpty() || m_defaultWorkspace == kNoWorkspace)
         return;
-    m_defaultWorkspacePending = false;
-    auto connection = std::make_shared<QMetaObject::Connection>();
-    *connection = connect(m_cameraList, &CameraListModel::UpdateFinished, this, [this, connection] {
-        disconnect(*connection);
-        if (!m_beingDestroyed && !AnyOpenInProgress())
-            LoadWorkspace(m_defaultWorkspace);
-    });
-    m_cameraList->RunUpdate();
+    // The workspace's cameras are looked up in the camera list, which has seen no discovery pass yet at this
+    // point of the start: one runs first, blocking like the load itself (the event loop has not started, so
+    // nothing else can open a camera meanwhile). A list that stays short gives windows without a camera.
+    if (m_cameraList != nullptr && !m_cameraList->UpdateAndWait(kStartDiscoveryTimeoutMs))
+        LogMessageSender::Error(kOrigin, QStringLiteral("bool MainWindow::LoadWorkspace(QString)"),
+                                tr("Camera discovery did not finish in time; the workspace \"%1\" opens the cameras "
+                                   "found so far.")
+                                    .arg(m_defaultWorkspace));
+    LoadWorkspace(m_defaultWorkspace);
 }

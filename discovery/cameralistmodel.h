@@ -82,6 +82,11 @@ public:
     int OpenableDeviceCount() const { return m_openableDeviceCount; }
     // True while a discovery job runs.
     bool IsUpdateRunning() const;
+    // GUI thread, for the start of the program only: blocks until the tree lists what discovery finds and the
+    // lock state of every new camera has been read (the read holds the camera open for a moment, so a camera is
+    // only free to open after it). Runs passes itself, applies their events at once, and gives up after
+    // timeoutMs; false then, with the tree as far as it got.
+    bool UpdateAndWait(int timeoutMs);
 
 public slots:
     void RunUpdate();

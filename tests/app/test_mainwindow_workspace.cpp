@@ -18,6 +18,7 @@
 #include "widgets/customcombobox.h"
 #include "widgets/customedit.h"
 
+#include <QDialog>
 #include <QFile>
 #include <QGuiApplication>
 #include <QScreen>
@@ -84,6 +85,22 @@ std::vector<CameraObject*> CameraWindows(const MainWindow& window)
             result.push_back(c);
     return result;
 }
+
+// Counts every dialog that shows anywhere in the application, with its title.
+class DialogWatcher : public QObject
+{
+public:
+    DialogWatcher() { qApp->installEventFilter(this); }
+    ~DialogWatcher() override { qApp->removeEventFilter(this); }
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::Show)
+            if (auto* dialog = qobject_cast<QDialog*>(watched))
+                shown << dialog->windowTitle();
+        return false;
+    }
+    QStringList shown;
+};
 
 } // namespace
 
@@ -413,6 +430,50 @@ private Q_SLOTS:
         QVERIFY(window.WorkspaceCombo()->findData(QStringLiteral("last_workspace")) > 0);
         QTRY_COMPARE(window.CurrentWorkspaceName(), QStringLiteral("last_workspace"));
         QCOMPARE(window.Elements().size(), size_t(1));
+    }
+
+    // default_workspace naming two cameras: a window that makes its own camera list has them open in their
+    // windows and acquiring by the end of its constructor, without a dialog, before the event loop runs.
+    void defaultWorkspaceOpensItsCamerasAtStart()
+    {
+        QStringList savedSerials;
+        {
+            MainWindow window;
+            CameraListModel list;
+            window.SetCameraList(&list);
+            const auto windows = OpenCameras(window, list, 2);
+            QCOMPARE(windows.size(), size_t(2));
+            for (CameraObject* c : windows)
+            {
+                QVERIFY(c->Camera()->IsAcquiring() || c->Camera()->StartAcquisition());
+                savedSerials << c->Camera()->GetSerialNumber();
+            }
+            QVERIFY(window.SaveWorkspace(QStringLiteral("startdesk"), true));
+            window.SetCameraList(nullptr);
+        }
+        settings::Write(QStringLiteral("default_workspace"), QStringLiteral("startdesk"));
+
+        DialogWatcher dialogs;
+        MainWindow window(nullptr, MainWindow::CameraListSource::Own);
+        QCOMPARE(window.CurrentWorkspaceName(), QStringLiteral("startdesk"));
+        const auto loaded = CameraWindows(window);
+        QCOMPARE(loaded.size(), size_t(2));
+        QStringList serials;
+        for (CameraObject* c : loaded)
+        {
+            QVERIFY(c->Camera() != nullptr);
+            QVERIFY(c->Camera()->IsOpen());
+            QVERIFY(c->Camera()->IsAcquiring());
+            QVERIFY(c->isVisible());
+            serials << c->Camera()->GetSerialNumber();
+        }
+        QCOMPARE(serials, savedSerials);
+        QVERIFY(window.Manager() != nullptr);
+        // Whatever an open reports comes queued: the frames of both cameras arrive first.
+        for (CameraObject* c : loaded)
+            QTRY_VERIFY_WITH_TIMEOUT(c->Camera()->GetFrameCounter() > 2, 20000);
+        QCOMPARE(dialogs.shown, QStringList());
+        QCOMPARE(CameraWindows(window).size(), size_t(2));
     }
 
     // A save that fails shows the message and keeps the old file; a missing folder says "No write permission.".

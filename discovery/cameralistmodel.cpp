@@ -928,6 +928,22 @@ std::shared_ptr<orna::core::DeviceDescriptor> CameraListModel::DescriptorOf(cons
     return static_cast<CameraListDeviceItem*>(item)->descriptor;
 }
 
+std::shared_ptr<orna::core::System> CameraListModel::SystemOf(const QModelIndex& index) const
+{
+    auto* item = ItemOf(index);
+    if (!item || item->itemType != CameraListItem::System)
+        return nullptr;
+    return static_cast<CameraListSystemItem*>(item)->system;
+}
+
+std::shared_ptr<orna::core::Interface> CameraListModel::InterfaceOf(const QModelIndex& index) const
+{
+    auto* item = ItemOf(index);
+    if (!item || item->itemType != CameraListItem::Interface)
+        return nullptr;
+    return static_cast<CameraListInterfaceItem*>(item)->iface;
+}
+
 std::shared_ptr<orna::core::DeviceDescriptor> CameraListModel::FindDescriptor(const std::string& systemKey,
                                                                               const std::string& interfaceKey,
                                                                               const std::string& model,

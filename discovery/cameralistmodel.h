@@ -69,6 +69,9 @@ public:
 
     std::vector<CameraAction> ActionsOf(const QModelIndex& index) const;
     std::shared_ptr<orna::core::DeviceDescriptor> DescriptorOf(const QModelIndex& index) const;
+    // The system of a system row and the interface of an interface row; null for every other row.
+    std::shared_ptr<orna::core::System> SystemOf(const QModelIndex& index) const;
+    std::shared_ptr<orna::core::Interface> InterfaceOf(const QModelIndex& index) const;
     // Empty system or interface key: no filter. Model and serial must match.
     std::shared_ptr<orna::core::DeviceDescriptor> FindDescriptor(const std::string& systemKey,
                                                                  const std::string& interfaceKey,

@@ -1144,13 +1144,17 @@ void MainWindow::OnHasOpenedCamera(QString name, QWidget* cameraObject)
     if (camera == nullptr || !camera->IsOpen())
         return;
     ApplyRestoreFlag(camera);
-    // The application-wide parameter polling switch reaches each camera's node polling once that exists
-    // (VisionCamera's polling thread); m_parameterPolling is its value.
-    QPointer<QWidget> guard(window);
-    CheckLinkSpeed(camera, false);
-    // The warning ran a dialog: the window may be gone after it.
-    if (guard.isNull() || m_beingDestroyed)
-        return;
+    camera->SetNodePollingEnabled(m_parameterPolling);
+    // A workspace opens its cameras synchronously in its creating pass; its applying pass checks the link, so
+    // that no dialog comes up before every element exists.
+    if (m_workspaceProgress == nullptr)
+    {
+        QPointer<QWidget> guard(window);
+        CheckLinkSpeed(camera, false);
+        // The warning ran a dialog: the window may be gone after it.
+        if (guard.isNull() || m_beingDestroyed)
+            return;
+    }
     const QString bootStatus = camera->GetBootStatusText();
     if (!desk::BootStatusNeedsReport(bootStatus, name))
         return;

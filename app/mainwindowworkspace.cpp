@@ -7,7 +7,8 @@
 //   4. bar 20; read the document (app/workspacefile.*); bar 30
 //      creating pass: each element is made (CreateWorkspaceElement) and the index map records it; bar 40
 //   5./6./7. applying pass of the header: logger, options and camera manager placed and shown or hidden; bar 50
-//   8. applying pass of the elements (ApplyWorkspaceElement): parents linked, acquisition started, own fields
+//   8. applying pass of the elements (ApplyWorkspaceElement): parents linked, the parameter polling switch
+//      applied, acquisition started, the link speed checked (its warning is the load's first dialog), own fields
 //      handed over, docking, tabbing, maximizing; bar 60
 //   9. the name becomes current; bar 80
 //  10. every element updated, told that the load is over, shown; bar 100; the list is rebuilt
@@ -43,6 +44,7 @@
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QLabel>
+#include <QPointer>
 #include <QSaveFile>
 #include <QScreen>
 
@@ -436,6 +438,7 @@ void MainWindow::ApplyWorkspaceElement(const workspace::Element& e, std::map<int
         VisionCamera* camera = cameraObject->Camera();
         if (camera != nullptr && camera->IsOpen())
         {
+            camera->SetNodePollingEnabled(m_parameterPolling);
             if (e.camera.acquisition == 1)
                 camera->StartAcquisition();
             // The factor first: the mode may overwrite it.
@@ -462,6 +465,14 @@ void MainWindow::ApplyWorkspaceElement(const workspace::Element& e, std::map<int
         o.crosshairPenStyle = c.crosshairPenStyle;
         cameraObject->SetOverlay(o);
         cameraObject->SetShowControls(c.showControls == 1);
+        // The warning is a modal dialog: the element may be gone after it.
+        if (camera != nullptr && camera->IsOpen())
+        {
+            QPointer<ControlElement> guard(element);
+            CheckLinkSpeed(camera, false);
+            if (guard.isNull() || m_beingDestroyed)
+                return;
+        }
     }
     else if (auto* fields = dynamic_cast<WorkspaceFields*>(element); fields != nullptr && !oldCustomTree)
     {

@@ -162,7 +162,11 @@ private Q_SLOTS:
         Asked().clear();
     }
 
-    void cleanup() { MainWindow::WorkspaceProgressObserver() = nullptr; }
+    void cleanup()
+    {
+        MainWindow::WorkspaceProgressObserver() = nullptr;
+        ::setenv("ORNA_SIM_CAMERAS", "3", 1);
+    }
 
     // One camera window and three panels, a panel's index below its window's; the camera acquires and has
     // a fractional measuring value. The load starts acquisition in the applying pass and links every parent;
@@ -225,6 +229,37 @@ private Q_SLOTS:
         QCOMPARE(window.CurrentWorkspaceName(), QStringLiteral("one"));
         QCOMPARE(window.WorkspaceCombo()->currentData().toString(), QStringLiteral("one"));
         QCOMPARE(window.WorkspaceVersionMajor(), 0);
+        window.SetCameraList(nullptr);
+    }
+
+    // A camera on a slow link: its warning comes in the applying pass (bar at 50), not while the creating pass
+    // opens the camera, and the options' parameter polling switch reaches the camera.
+    void applyingPassChecksTheLinkAndAppliesPolling()
+    {
+        ::setenv("ORNA_SIM_CAMERAS", "slowlink", 1);
+        MainWindow window;
+        CameraListModel list;
+        window.SetCameraList(&list);
+        auto windows = OpenCameras(window, list, 1);
+        QCOMPARE(windows.size(), size_t(1));
+        QVERIFY(windows[0]->Camera()->IsNodePollingEnabled());
+        QVERIFY(window.SaveWorkspace(QStringLiteral("slow"), true));
+        Q_EMIT window.Settings()->Signal_NodePollingChanged(false);
+        window.ClearDesk(false);
+
+        int bar = 0;
+        MainWindow::WorkspaceProgressObserver() = [&bar](int value) { bar = value; };
+        QList<int> warnedAt;
+        connect(&window, &MainWindow::Signal_InfoShown, this, [&](const QString& title, const QString&) {
+            if (title == QLatin1String("Warning"))
+                warnedAt << bar;
+        });
+        QVERIFY(window.LoadWorkspace(QStringLiteral("slow")));
+        QCOMPARE(warnedAt, QList<int>{50});
+        const auto loaded = CameraWindows(window);
+        QCOMPARE(loaded.size(), size_t(1));
+        QVERIFY(loaded[0]->Camera() != nullptr && loaded[0]->Camera()->IsOpen());
+        QVERIFY(!loaded[0]->Camera()->IsNodePollingEnabled());
         window.SetCameraList(nullptr);
     }
 

@@ -11,7 +11,8 @@
 //      applied, acquisition started, the link speed checked (its warning is the load's first dialog), own fields
 //      handed over, docking, tabbing, maximizing; bar 60
 //   9. the name becomes current; bar 80
-//  10. every element updated, told that the load is over, shown; bar 100; the list is rebuilt
+//  10. every element but the node trees (shown by their applying step) updated, told that the load is over,
+//      shown; all raised in the file's order, which is the stacking order; bar 100; the list is rebuilt
 //  11. bar and label deleted, version cleared, the empty desk's hint updated
 //
 // Two passes, because a panel's index may be lower than its camera window's: the first makes every object,
@@ -500,6 +501,9 @@ void MainWindow::ApplyWorkspaceElement(const workspace::Element& e, std::map<int
     // 10.
     element->SetRestoreRect(QRect(e.xLast, e.yLast, e.widthLast, e.heightLast));
     KeepOnScreen(element);
+    // A node tree is complete once its own fields are in: it shows here, and step 10 of the load leaves it alone.
+    if (element->Type() == workspace::GenicamTreeType)
+        element->show();
 }
 
 bool MainWindow::LoadWorkspace(const QString& name)
@@ -569,7 +573,7 @@ bool MainWindow::LoadWorkspace(const QString& name)
         for (const workspace::Element& e : document.elements)
             ApplyWorkspaceElement(e, byIndex);
         // Undocking raises an element (it moves to the end of the vector) and shows it: the file's order is
-        // the stacking order, and nothing shows before step 10.
+        // the stacking order, and nothing but a node tree shows before step 10.
         std::vector<ControlElement*> ordered;
         auto onDesk = [this](ControlElement* element) {
             return std::find(elements.begin(), elements.end(), element) != elements.end();
@@ -586,7 +590,8 @@ bool MainWindow::LoadWorkspace(const QString& name)
                 ordered.push_back(element);
         elements = ordered;
         for (ControlElement* element : elements)
-            element->hide();
+            if (element->Type() != workspace::GenicamTreeType)
+                element->hide();
         SetWorkspaceProgress(60);
 
         // 9.
@@ -597,18 +602,16 @@ bool MainWindow::LoadWorkspace(const QString& name)
         // 10.
         for (ControlElement* element : elements)
         {
-            if (element->Type() != workspace::GenicamTreeType)
-                element->UpdateControls();
+            if (element->Type() == workspace::GenicamTreeType)
+                continue;
+            element->UpdateControls();
             element->OnWorkspaceLoaded();
             element->show();
         }
-        // The file's order is the stacking order; the three layers stay as BringToFront keeps them.
+        // The file's order is the stacking order, camera windows and panels alike, as it was when the file was
+        // saved (the applying pass raised what it undocked or tabbed); the fixed elements stay above the desk.
         for (ControlElement* e : elements)
-            if (e->Type() == ControlElement::kCameraObjectType)
-                e->raise();
-        for (ControlElement* e : elements)
-            if (e->Type() != ControlElement::kCameraObjectType)
-                e->raise();
+            e->raise();
         for (ControlElement* e : fixedElements)
             e->raise();
         SetWorkspaceProgress(100);

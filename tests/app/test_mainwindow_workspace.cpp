@@ -311,6 +311,61 @@ private Q_SLOTS:
         window.SetCameraList(nullptr);
     }
 
+    // Overlapping camera windows and panels, brought to the front in a mixed order: after the load the elements
+    // lie on each other in the file's order, camera windows among panels as they were, and the node tree, which
+    // its own applying step shows, is visible too.
+    void loadKeepsTheStackingOrderOfTheFile()
+    {
+        MainWindow window;
+        window.resize(1400, 900);
+        CameraListModel list;
+        window.SetCameraList(&list);
+        auto windows = OpenCameras(window, list, 2);
+        QCOMPARE(windows.size(), size_t(2));
+        ControlElement* first = window.AddControlElement(windows[0], 9);
+        ControlElement* second = window.AddControlElement(windows[1], 25);
+        ControlElement* tree = window.AddControlElement(windows[0], 4);
+        QVERIFY(first != nullptr && second != nullptr && tree != nullptr);
+        // Everything on one spot of the desk, docked, so that each lies on the others.
+        const QPoint spot = windows[0]->pos() + QPoint(20, 20);
+        for (ControlElement* e : {static_cast<ControlElement*>(windows[1]), first, second, tree})
+        {
+            if (!e->IsDocked())
+                e->SetDocked(true);
+            e->move(spot);
+        }
+        for (ControlElement* e :
+             {first, static_cast<ControlElement*>(windows[0]), tree, static_cast<ControlElement*>(windows[1]), second})
+            window.BringToFront(e);
+        QList<int> types;
+        for (ControlElement* e : window.Elements())
+        {
+            QVERIFY(e->IsDocked());
+            types << e->Type();
+        }
+        QCOMPARE(types, (QList<int>{9, 0, 4, 0, 25}));
+        QVERIFY(window.SaveWorkspace(QStringLiteral("stack"), true));
+
+        window.ClearDesk(false);
+        QVERIFY(window.LoadWorkspace(QStringLiteral("stack")));
+        types.clear();
+        for (ControlElement* e : window.Elements())
+            types << e->Type();
+        QCOMPARE(types, (QList<int>{9, 0, 4, 0, 25}));
+        // Sibling widgets paint in the order of their parent's children: the last lies on top.
+        const QObjectList children = window.children();
+        int below = -1;
+        for (ControlElement* e : window.Elements())
+        {
+            QVERIFY(e->isVisible());
+            QCOMPARE(e->parent(), static_cast<QObject*>(&window));
+            const int at = children.indexOf(e);
+            QVERIFY2(at > below, qPrintable(QStringLiteral("type %1 lies below the element before it").arg(e->Type())));
+            below = at;
+        }
+        window.SetCameraList(nullptr);
+    }
+
     // Windows opened one after another stand on one spot; CTRL+ALT+A tiles them over the desk, each keeping
     // its image's aspect, and a workspace keeps the arrangement.
     void arrangeTilesTheCameraWindows()

@@ -301,6 +301,12 @@ void CameraManager::UpdateButtonStates(QModelIndex index)
     m_buttonClose->setEnabled(Has(actions, CameraAction::Close));
     m_buttonSaveRemoteXml->setEnabled(Has(actions, CameraAction::SaveRemoteXml));
     m_buttonSaveXml->setEnabled(Has(actions, CameraAction::SaveXml));
+    // Update and info have no action of their own: a row that allows nothing leaves them disabled with the
+    // rest. Without a current row (an empty list, nothing chosen yet) they stay usable, so that an empty list
+    // can still be updated.
+    const bool rowAllowsSomething = !index.isValid() || !actions.empty();
+    m_buttonUpdate->setEnabled(rowAllowsSomething);
+    m_buttonInfo->setEnabled(rowAllowsSomething);
 }
 
 QStringList CameraManager::ContextMenuTexts(const QModelIndex& index) const

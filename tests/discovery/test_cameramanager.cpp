@@ -120,6 +120,8 @@ private Q_SLOTS:
         QVERIFY(!manager->ToolButton("camera-close.png")->isEnabled());
         QVERIFY(manager->ToolButton("download-rxml.png")->isEnabled());
         QVERIFY(manager->ToolButton("download-xml.png")->isEnabled());
+        QVERIFY(manager->ToolButton("sync.png")->isEnabled());
+        QVERIFY(manager->ToolButton("information-outline.png")->isEnabled());
         QCOMPARE(manager->ContextMenuTexts(device), (QStringList{"open...", "save remote XML...", "save XML..."}));
 
         const QModelIndex system = FindKind(list, QStringLiteral("System"));
@@ -138,9 +140,16 @@ private Q_SLOTS:
         const QModelIndex group = FindKind(list, QStringLiteral("Group"));
         QVERIFY(group.isValid());
         manager->UpdateButtonStates(group);
-        for (const char* icon : {"camera.png", "camera-close.png", "download-rxml.png", "download-xml.png"})
-            QVERIFY2(!manager->ToolButton(icon)->isEnabled(), icon);
+        for (IconButton* button : manager->ToolButtons())
+            QVERIFY2(!button->isEnabled(), qPrintable(button->IconFile()));
         QVERIFY(manager->ContextMenuTexts(group).isEmpty());
+        // Without a current row, update and info stay usable (an empty list can be updated); nothing else is.
+        manager->UpdateButtonStates(QModelIndex());
+        QStringList enabled;
+        for (IconButton* button : manager->ToolButtons())
+            if (button->isEnabled())
+                enabled << button->IconFile();
+        QCOMPARE(enabled, (QStringList{"sync.png", "information-outline.png"}));
 
         window.SetCameraList(nullptr);
         QVERIFY(window.Manager() == nullptr);

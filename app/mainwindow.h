@@ -26,6 +26,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <set>
 #include <vector>
 
 namespace orna::core {
@@ -345,6 +346,8 @@ private:
     QLabel* m_workspaceLabel = nullptr;
     QString m_defaultWorkspacePath;
     QString m_currentWorkspaceName = QStringLiteral("None");
+    // Workspaces whose files were too large to load in this session; the save at exit leaves them alone.
+    std::set<QString> m_refusedWorkspaces;
     QString m_autoImageSavePath;
     // Automatic image saving parameters (read here, used by the image saving part).
     int m_autoImageSaveNameCreation = 0;

@@ -192,6 +192,11 @@ workspace::Document MainWindow::DeskDocument() const
 
 bool MainWindow::SaveWorkspace(const QString& name, bool showErrors)
 {
+    // The save at exit (no messages) never writes over a file this session refused to load as too large; a
+    // save the user asks for does, and ends the refusal.
+    if (!showErrors && m_refusedWorkspaces.count(name) > 0)
+        return false;
+    m_refusedWorkspaces.erase(name);
     const QByteArray bytes = workspace::Write(DeskDocument());
     const QString fileName = WorkspaceFileName(name);
     // Written beside the target and renamed over it: a failed or interrupted save keeps the old workspace.
@@ -531,21 +536,33 @@ bool MainWindow::LoadWorkspace(const QString& name)
 
     // 3.
     QFile file(WorkspaceFileName(name));
-    if (file.open(QIODevice::ReadOnly | QIODevice::Text))
+    const bool opened = file.open(QIODevice::ReadOnly | QIODevice::Text);
+    workspace::Document document;
+    QString refusal;
+    if (opened)
     {
         // 4. and 5.
         SetWorkspaceProgress(20);
-        const workspace::Document document = workspace::Read(&file);
+        document = workspace::Read(&file);
         if (!document.error.isEmpty())
             LogMessageSender::Error(
                 kOrigin, QStringLiteral("bool MainWindow::LoadWorkspace(QString)"),
                 tr("Workspace \"%1\" is damaged; what could be read is loaded: %2").arg(name, document.error));
+        // A desk cut short would be saved back short and lose the rest: such a file is not loaded at all, and
+        // the save at exit leaves it alone.
         if (document.droppedElements > 0)
-            LogMessageSender::Error(kOrigin, QStringLiteral("bool MainWindow::LoadWorkspace(QString)"),
-                                    tr("Workspace \"%1\" has more than %2 elements; %3 were left out.")
-                                        .arg(name)
-                                        .arg(workspace::kMaxElements)
-                                        .arg(document.droppedElements));
+        {
+            refusal = tr("The workspace \"%1\" has more than %2 elements and is not loaded. The file is left as it "
+                         "is.")
+                          .arg(name)
+                          .arg(workspace::kMaxElements);
+            LogMessageSender::Error(kOrigin, QStringLiteral("bool MainWindow::LoadWorkspace(QString)"), refusal);
+            m_refusedWorkspaces.insert(name);
+            FillWorkspaceCombo();
+        }
+    }
+    if (opened && refusal.isEmpty())
+    {
         workspaceVersionMajor = document.header.versionMajor;
         workspaceVersionMinor = document.header.versionMinor;
         workspaceVersionPatch = document.header.versionPatch;
@@ -630,6 +647,8 @@ bool MainWindow::LoadWorkspace(const QString& name)
     workspaceVersionPatch = 0;
     workspaceVersionBuild = 0;
     UpdateEmptyDeskHint();
+    if (!refusal.isEmpty())
+        ShowInfo(tr("Error"), refusal);
     return true;
 }
 

@@ -633,7 +633,7 @@ private Q_SLOTS:
         QByteArray numbers = good;
         numbers.replace("<x>40</x>", "<x>forty</x>").replace("<index>2</index>", "<index>two</index>");
         QTest::newRow("not numbers") << numbers << 3;
-        // Every element a camera window without a camera, the heaviest kind: only the first ones are made.
+        // Every element a camera window without a camera, the heaviest kind: a file beyond the bound is refused.
         workspace::Document many;
         for (int i = 0; i < 10000; ++i)
         {
@@ -645,7 +645,7 @@ private Q_SLOTS:
             e.docked = 1;
             many.elements.push_back(e);
         }
-        QTest::newRow("10,000 elements") << workspace::Write(many) << workspace::kMaxElements;
+        QTest::newRow("10,000 elements") << workspace::Write(many) << 0;
     }
 
     void damagedFilesLoadWhatTheyCan()
@@ -665,6 +665,56 @@ private Q_SLOTS:
             for (ControlElement* up = e->ParentElement(); up != nullptr; up = up->ParentElement())
                 QVERIFY2(up != e, "a parent cycle survived the load");
         }
+    }
+
+    // A desk of 300 elements, far beyond what was once the bound, loads whole and saves back whole; a file
+    // beyond the bound is refused with a message and an empty desk, and the save at exit leaves it as it was.
+    void largeDesksAreNeverCutShort()
+    {
+        auto panels = [](int count) {
+            workspace::Document d;
+            for (int i = 0; i < count; ++i)
+            {
+                workspace::Element e;
+                e.index = i;
+                e.type = 9;
+                e.x = 40 + i % 50;
+                e.y = 40;
+                e.width = 200;
+                e.height = 200;
+                e.docked = 1;
+                d.elements.push_back(e);
+            }
+            return workspace::Write(d);
+        };
+        QVERIFY(WriteAll(File("large"), panels(300)));
+        {
+            MainWindow window;
+            QVERIFY(window.LoadWorkspace(QStringLiteral("large")));
+            QCOMPARE(window.Elements().size(), size_t(300));
+            QVERIFY(window.SaveWorkspace(QStringLiteral("large_again"), true));
+        }
+        QCOMPARE(ReadAll(File("large_again")).count("<element>"), 300);
+
+        const QByteArray over = panels(workspace::kMaxElements + 1);
+        QVERIFY(WriteAll(File("last_workspace"), over));
+        MainWindow window;
+        QSignalSpy shown(&window, &MainWindow::Signal_InfoShown);
+        QVERIFY(window.LoadWorkspace(QStringLiteral("last_workspace")));
+        QVERIFY(window.Elements().empty());
+        QCOMPARE(window.CurrentWorkspaceName(), QStringLiteral("None"));
+        QCOMPARE(shown.size(), 1);
+        QCOMPARE(shown[0][0].toString(), QStringLiteral("Error"));
+        QCOMPARE(shown[0][1].toString(), QStringLiteral("The workspace \"last_workspace\" has more than %1 elements "
+                                                        "and is not loaded. The file is left as it is.")
+                                             .arg(workspace::kMaxElements));
+        // The user goes on with a small desk; quitting does not write it over the refused file.
+        window.AppendElement(new CameraObject(&window));
+        QVERIFY(QMetaObject::invokeMethod(&window, "OnExitProgram"));
+        QCOMPARE(ReadAll(File("last_workspace")), over);
+        // Saving under that name on purpose does.
+        QVERIFY(window.SaveWorkspace(QStringLiteral("last_workspace"), true));
+        QCOMPARE(ReadAll(File("last_workspace")).count("<element>"), 1);
     }
 
     // Two elements whose parents name each other: the link that closes the cycle is dropped.

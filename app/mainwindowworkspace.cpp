@@ -554,8 +554,7 @@ bool MainWindow::LoadWorkspace(const QString& name)
         {
             refusal = tr("The workspace \"%1\" has more than %2 elements and is not loaded. The file is left as it "
                          "is.")
-                          .arg(name)
-                          .arg(workspace::kMaxElements);
+                          .arg(name, QString::number(workspace::kMaxElements));
             LogMessageSender::Error(kOrigin, QStringLiteral("bool MainWindow::LoadWorkspace(QString)"), refusal);
             m_refusedWorkspaces.insert(name);
             FillWorkspaceCombo();

@@ -1,7 +1,6 @@
 // Entry point: High-DPI attributes, the command-line scan, the application object, the main window.
 #include "app/commandline.h"
 #include "app/mainwindow.h"
-#include "discovery/cameralistmodel.h"
 
 #include <QApplication>
 #include <QIcon>
@@ -19,13 +18,11 @@ int main(int argc, char** argv)
 
     int result = 0;
     {
-        MainWindow window;
-        // The camera list goes before the window, which releases the device manager after it.
-        CameraListModel cameraList;
-        window.SetCameraList(&cameraList);
+        // The window makes the camera list at start-up and deletes it in its teardown, after the last camera
+        // window and before the libraries go down.
+        MainWindow window(nullptr, MainWindow::CameraListSource::Own);
         window.show();
         result = QApplication::exec();
-        window.SetCameraList(nullptr);
     }
     return result;
 }

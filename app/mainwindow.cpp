@@ -88,7 +88,7 @@ bool IsHeadless()
 }
 } // namespace
 
-MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
+MainWindow::MainWindow(QWidget* parent, CameraListSource cameraListSource) : QMainWindow(parent)
 {
     // 1. Elements built from here on find the window through the host instance.
     setWindowTitle(desk::ProgramName());
@@ -138,9 +138,13 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
             tr("IFL initialization failed: %1.").arg(QString::fromLatin1(inference_status_text(inferenceStatus))));
     }
 
-    // 15. The camera manager is built over the camera list, which whoever builds the window hands over
-    // (SetCameraList) so that the list outlives every camera window; until then the open button stays
-    // disabled.
+    // 15. The camera manager is built over the camera list (SetCameraList). A handed-over list comes after the
+    // constructor; until then the open button stays disabled.
+    if (cameraListSource == CameraListSource::Own)
+    {
+        m_ownCameraList = std::make_unique<CameraListModel>();
+        SetCameraList(m_ownCameraList.get());
+    }
 
     // 16.
     connect(applicationSettings, &ApplicationSettings::Signal_ThemeChanged, this, &MainWindow::OnThemeChanged);
@@ -427,21 +431,13 @@ void MainWindow::ApplyVisibleWindowSettings()
     m_showGrid = settings::ReadBool(QStringLiteral("show_grid"), 0);
     m_openCameraWithAcquisition = settings::ReadBool(QStringLiteral("open_camera_with_acquisition"), 1);
     m_openCameraWithOptimalSettings = settings::ReadBool(QStringLiteral("open_camera_with_optimal_settings"), 1);
-    m_defaultWorkspace = settings::ReadString(QStringLiteral("default_workspace"));
-    m_cameraListAutoUpdate = settings::ReadBool(QStringLiteral("camera_list_auto_update_enable"), 1);
     m_dockingWidget->SetConnectionsVisible(m_showConnections);
     m_dockingWidget->SetGridVisible(m_showGrid);
-    m_defaultWorkspacePending = !m_defaultWorkspace.isEmpty() && m_defaultWorkspace != kNoWorkspace;
-    // Whoever builds the window hands the camera list over right after; without one the workspace loads with
-    // windows that have no camera.
-    if (m_defaultWorkspacePending)
-        QTimer::singleShot(0, this, [this] {
-            if (m_defaultWorkspacePending && m_cameraList == nullptr && !m_beingDestroyed)
-            {
-                m_defaultWorkspacePending = false;
-                LoadWorkspace(m_defaultWorkspace);
-            }
-        });
+    m_defaultWorkspace = settings::ReadString(QStringLiteral("default_workspace"));
+    LoadDefaultWorkspace();
+    m_cameraListAutoUpdate = settings::ReadBool(QStringLiteral("camera_list_auto_update_enable"), 1);
+    if (m_cameraList != nullptr)
+        m_cameraList->SetAutoUpdate(m_cameraListAutoUpdate);
 }
 
 // --- Libraries
@@ -1069,7 +1065,6 @@ void MainWindow::SetCameraList(CameraListModel* list)
         list->SetOnlyKernelTls(onlyKernelTls);
     list->SetAutoUpdate(m_cameraListAutoUpdate);
     UpdateNotificationRow();
-    LoadDefaultWorkspaceWhenListed();
 }
 
 CameraListModel* MainWindow::CameraList() const
@@ -1139,13 +1134,17 @@ void MainWindow::OnHasOpenedCamera(QString name, QWidget* cameraObject)
     if (camera == nullptr || !camera->IsOpen())
         return;
     ApplyRestoreFlag(camera);
-    // The application-wide parameter polling switch reaches each camera's node polling once that exists
-    // (VisionCamera's polling thread); m_parameterPolling is its value.
-    QPointer<QWidget> guard(window);
-    CheckLinkSpeed(camera, false);
-    // The warning ran a dialog: the window may be gone after it.
-    if (guard.isNull() || m_beingDestroyed)
-        return;
+    camera->SetNodePollingEnabled(m_parameterPolling);
+    // A workspace opens its cameras synchronously in its creating pass; its applying pass checks the link, so
+    // that no dialog comes up before every element exists.
+    if (m_workspaceProgress == nullptr)
+    {
+        QPointer<QWidget> guard(window);
+        CheckLinkSpeed(camera, false);
+        // The warning ran a dialog: the window may be gone after it.
+        if (guard.isNull() || m_beingDestroyed)
+            return;
+    }
     const QString bootStatus = camera->GetBootStatusText();
     if (!desk::BootStatusNeedsReport(bootStatus, name))
         return;
@@ -1718,8 +1717,14 @@ void MainWindow::Teardown()
     for (auto& element : m_ownedElements)
         delete element.data();
     m_ownedElements.clear();
-    // 5: only now, with every camera gone.
+    // 5: only now, with every camera gone; the own camera list first, since it holds the device manager.
     step(5);
+    if (m_ownCameraList != nullptr)
+    {
+        disconnect(m_ownCameraList.get(), nullptr, this, nullptr);
+        m_cameraList = nullptr;
+        m_ownCameraList.reset();
+    }
     ExitLibraries();
     step(6);
     delete bar;

@@ -26,6 +26,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <set>
 #include <vector>
 
 namespace orna::core {
@@ -60,7 +61,18 @@ class MainWindow : public QMainWindow, public ControlElementHost
     Q_OBJECT
 
 public:
-    explicit MainWindow(QWidget* parent = nullptr);
+    // Where the camera list comes from. HandedOver: whoever builds the window makes it after the window (the
+    // libraries are up by then) and hands it over with SetCameraList; the window starts without cameras.
+    // Own: the window makes its list at start-up, right after the libraries, so that the camera manager and the
+    // default workspace's cameras are there at start; the teardown deletes it after the last camera window and
+    // before the libraries go down.
+    enum class CameraListSource
+    {
+        HandedOver,
+        Own,
+    };
+
+    explicit MainWindow(QWidget* parent = nullptr, CameraListSource cameraListSource = CameraListSource::HandedOver);
     ~MainWindow() override;
 
     // Never let an exception leave; failures are logged with origin "-".
@@ -269,7 +281,8 @@ private:
     void KeepOnScreen(ControlElement* element);
     // Geometry read from a file, bounded: a size of 0 or 10^9 must neither vanish nor allocate a huge window.
     QRect BoundedGeometry(int x, int y, int width, int height) const;
-    void LoadDefaultWorkspaceWhenListed();
+    // The start-up load of `default_workspace`, after the camera list has caught up with discovery.
+    void LoadDefaultWorkspace();
     bool AnyOpenInProgress() const;
     // `cameraObject` when that widget still exists, else null; never dereferences it.
     QWidget* OpenedWindow(QWidget* cameraObject) const;
@@ -326,9 +339,10 @@ private:
     int workspaceVersionBuild = 0;
     CustomProgressBar* m_workspaceProgress = nullptr;
     QLabel* m_workspaceLabel = nullptr;
-    bool m_defaultWorkspacePending = false;
     QString m_defaultWorkspacePath;
     QString m_currentWorkspaceName = QStringLiteral("None");
+    // Workspaces whose files were too large to load in this session; the save at exit leaves them alone.
+    std::set<QString> m_refusedWorkspaces;
     QString m_autoImageSavePath;
     // Automatic image saving parameters (read here, used by the image saving part).
     int m_autoImageSaveNameCreation = 0;
@@ -356,4 +370,6 @@ private:
     bool m_beingDestroyed = false;
     bool m_librariesUp = false;
     QPointer<CameraListModel> m_cameraList;
+    // The list of CameraListSource::Own; null for a handed-over list.
+    std::unique_ptr<CameraListModel> m_ownCameraList;
 };

@@ -7,10 +7,12 @@
 //   4. bar 20; read the document (app/workspacefile.*); bar 30
 //      creating pass: each element is made (CreateWorkspaceElement) and the index map records it; bar 40
 //   5./6./7. applying pass of the header: logger, options and camera manager placed and shown or hidden; bar 50
-//   8. applying pass of the elements (ApplyWorkspaceElement): parents linked, acquisition started, own fields
+//   8. applying pass of the elements (ApplyWorkspaceElement): parents linked, the parameter polling switch
+//      applied, acquisition started, the link speed checked (its warning is the load's first dialog), own fields
 //      handed over, docking, tabbing, maximizing; bar 60
 //   9. the name becomes current; bar 80
-//  10. every element updated, told that the load is over, shown; bar 100; the list is rebuilt
+//  10. every element but the node trees (shown by their applying step) updated, told that the load is over,
+//      shown; all raised in the file's order, which is the stacking order; bar 100; the list is rebuilt
 //  11. bar and label deleted, version cleared, the empty desk's hint updated
 //
 // Two passes, because a panel's index may be lower than its camera window's: the first makes every object,
@@ -43,6 +45,7 @@
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QLabel>
+#include <QPointer>
 #include <QSaveFile>
 #include <QScreen>
 
@@ -55,6 +58,8 @@ const QString kOrigin = QStringLiteral("-");
 constexpr int kMaxElementType = 30;
 // Coordinates beyond this are nonsense from a damaged file; they are pulled in before any arithmetic.
 constexpr int kMaxCoordinate = 1 << 20;
+// A GigE discovery pass takes about a second; this bounds how long the start waits for the list.
+constexpr int kStartDiscoveryTimeoutMs = 15000;
 
 // Producer (system key) and interface key of a camera's descriptor; "-1" where the library cannot tell.
 void TransportKeys(const std::shared_ptr<orna::core::DeviceDescriptor>& descriptor, QString* producer,
@@ -187,6 +192,11 @@ workspace::Document MainWindow::DeskDocument() const
 
 bool MainWindow::SaveWorkspace(const QString& name, bool showErrors)
 {
+    // The save at exit (no messages) never writes over a file this session refused to load as too large; a
+    // save the user asks for does, and ends the refusal.
+    if (!showErrors && m_refusedWorkspaces.count(name) > 0)
+        return false;
+    m_refusedWorkspaces.erase(name);
     const QByteArray bytes = workspace::Write(DeskDocument());
     const QString fileName = WorkspaceFileName(name);
     // Written beside the target and renamed over it: a failed or interrupted save keeps the old workspace.
@@ -434,6 +444,7 @@ void MainWindow::ApplyWorkspaceElement(const workspace::Element& e, std::map<int
         VisionCamera* camera = cameraObject->Camera();
         if (camera != nullptr && camera->IsOpen())
         {
+            camera->SetNodePollingEnabled(m_parameterPolling);
             if (e.camera.acquisition == 1)
                 camera->StartAcquisition();
             // The factor first: the mode may overwrite it.
@@ -460,6 +471,14 @@ void MainWindow::ApplyWorkspaceElement(const workspace::Element& e, std::map<int
         o.crosshairPenStyle = c.crosshairPenStyle;
         cameraObject->SetOverlay(o);
         cameraObject->SetShowControls(c.showControls == 1);
+        // The warning is a modal dialog: the element may be gone after it.
+        if (camera != nullptr && camera->IsOpen())
+        {
+            QPointer<ControlElement> guard(element);
+            CheckLinkSpeed(camera, false);
+            if (guard.isNull() || m_beingDestroyed)
+                return;
+        }
     }
     else if (auto* fields = dynamic_cast<WorkspaceFields*>(element); fields != nullptr && !oldCustomTree)
     {
@@ -487,6 +506,9 @@ void MainWindow::ApplyWorkspaceElement(const workspace::Element& e, std::map<int
     // 10.
     element->SetRestoreRect(QRect(e.xLast, e.yLast, e.widthLast, e.heightLast));
     KeepOnScreen(element);
+    // A node tree is complete once its own fields are in: it shows here, and step 10 of the load leaves it alone.
+    if (element->Type() == workspace::GenicamTreeType)
+        element->show();
 }
 
 bool MainWindow::LoadWorkspace(const QString& name)
@@ -514,21 +536,32 @@ bool MainWindow::LoadWorkspace(const QString& name)
 
     // 3.
     QFile file(WorkspaceFileName(name));
-    if (file.open(QIODevice::ReadOnly | QIODevice::Text))
+    const bool opened = file.open(QIODevice::ReadOnly | QIODevice::Text);
+    workspace::Document document;
+    QString refusal;
+    if (opened)
     {
         // 4. and 5.
         SetWorkspaceProgress(20);
-        const workspace::Document document = workspace::Read(&file);
+        document = workspace::Read(&file);
         if (!document.error.isEmpty())
             LogMessageSender::Error(
                 kOrigin, QStringLiteral("bool MainWindow::LoadWorkspace(QString)"),
                 tr("Workspace \"%1\" is damaged; what could be read is loaded: %2").arg(name, document.error));
+        // A desk cut short would be saved back short and lose the rest: such a file is not loaded at all, and
+        // the save at exit leaves it alone.
         if (document.droppedElements > 0)
-            LogMessageSender::Error(kOrigin, QStringLiteral("bool MainWindow::LoadWorkspace(QString)"),
-                                    tr("Workspace \"%1\" has more than %2 elements; %3 were left out.")
-                                        .arg(name)
-                                        .arg(workspace::kMaxElements)
-                                        .arg(document.droppedElements));
+        {
+            refusal = tr("The workspace \"%1\" has more than %2 elements and is not loaded. The file is left as it "
+                         "is.")
+                          .arg(name, QString::number(workspace::kMaxElements));
+            LogMessageSender::Error(kOrigin, QStringLiteral("bool MainWindow::LoadWorkspace(QString)"), refusal);
+            m_refusedWorkspaces.insert(name);
+            FillWorkspaceCombo();
+        }
+    }
+    if (opened && refusal.isEmpty())
+    {
         workspaceVersionMajor = document.header.versionMajor;
         workspaceVersionMinor = document.header.versionMinor;
         workspaceVersionPatch = document.header.versionPatch;
@@ -556,7 +589,7 @@ bool MainWindow::LoadWorkspace(const QString& name)
         for (const workspace::Element& e : document.elements)
             ApplyWorkspaceElement(e, byIndex);
         // Undocking raises an element (it moves to the end of the vector) and shows it: the file's order is
-        // the stacking order, and nothing shows before step 10.
+        // the stacking order, and nothing but a node tree shows before step 10.
         std::vector<ControlElement*> ordered;
         auto onDesk = [this](ControlElement* element) {
             return std::find(elements.begin(), elements.end(), element) != elements.end();
@@ -573,7 +606,8 @@ bool MainWindow::LoadWorkspace(const QString& name)
                 ordered.push_back(element);
         elements = ordered;
         for (ControlElement* element : elements)
-            element->hide();
+            if (element->Type() != workspace::GenicamTreeType)
+                element->hide();
         SetWorkspaceProgress(60);
 
         // 9.
@@ -584,18 +618,16 @@ bool MainWindow::LoadWorkspace(const QString& name)
         // 10.
         for (ControlElement* element : elements)
         {
-            if (element->Type() != workspace::GenicamTreeType)
-                element->UpdateControls();
+            if (element->Type() == workspace::GenicamTreeType)
+                continue;
+            element->UpdateControls();
             element->OnWorkspaceLoaded();
             element->show();
         }
-        // The file's order is the stacking order; the three layers stay as BringToFront keeps them.
+        // The file's order is the stacking order, camera windows and panels alike, as it was when the file was
+        // saved (the applying pass raised what it undocked or tabbed); the fixed elements stay above the desk.
         for (ControlElement* e : elements)
-            if (e->Type() == ControlElement::kCameraObjectType)
-                e->raise();
-        for (ControlElement* e : elements)
-            if (e->Type() != ControlElement::kCameraObjectType)
-                e->raise();
+            e->raise();
         for (ControlElement* e : fixedElements)
             e->raise();
         SetWorkspaceProgress(100);
@@ -614,21 +646,22 @@ bool MainWindow::LoadWorkspace(const QString& name)
     workspaceVersionPatch = 0;
     workspaceVersionBuild = 0;
     UpdateEmptyDeskHint();
+    if (!refusal.isEmpty())
+        ShowInfo(tr("Error"), refusal);
     return true;
 }
 
-void MainWindow::LoadDefaultWorkspaceWhenListed()
+void MainWindow::LoadDefaultWorkspace()
 {
-    // The cameras of the default workspace are looked up in the camera list: the load waits for the list's
-    // first pass.
-    if (!m_defaultWorkspacePending || m_cameraList == nullptr)
+    if (m_defaultWorkspace.isEmpty() || m_defaultWorkspace == kNoWorkspace)
         return;
-    m_defaultWorkspacePending = false;
-    auto connection = std::make_shared<QMetaObject::Connection>();
-    *connection = connect(m_cameraList, &CameraListModel::UpdateFinished, this, [this, connection] {
-        disconnect(*connection);
-        if (!m_beingDestroyed && !AnyOpenInProgress())
-            LoadWorkspace(m_defaultWorkspace);
-    });
-    m_cameraList->RunUpdate();
+    // The workspace's cameras are looked up in the camera list, which has seen no discovery pass yet at this
+    // point of the start: one runs first, blocking like the load itself (the event loop has not started, so
+    // nothing else can open a camera meanwhile). A list that stays short gives windows without a camera.
+    if (m_cameraList != nullptr && !m_cameraList->UpdateAndWait(kStartDiscoveryTimeoutMs))
+        LogMessageSender::Error(kOrigin, QStringLiteral("bool MainWindow::LoadWorkspace(QString)"),
+                                tr("Camera discovery did not finish in time; the workspace \"%1\" opens the cameras "
+                                   "found so far.")
+                                    .arg(m_defaultWorkspace));
+    LoadWorkspace(m_defaultWorkspace);
 }

@@ -38,9 +38,10 @@ struct Rgb
 
 // The version this program writes.
 inline constexpr char kVersion[] = "1.2.0.0";
-// Elements read beyond this many are dropped (with one log line by the caller): a desk has dozens, and every
-// element becomes a widget.
-inline constexpr int kMaxElements = 128;
+// Elements read beyond this many are counted, not kept (every element becomes a widget). A desk has a camera
+// window and at most one panel of each type per camera, so this bound is over 40 cameras with every panel open:
+// no real desk reaches it. The main window refuses a file beyond it rather than load it cut short.
+inline constexpr int kMaxElements = 1024;
 // Characters one entity may expand into.
 inline constexpr int kEntityExpansionLimit = 1024;
 

@@ -335,6 +335,10 @@ public:
     VisionImageCaptureWorker* GetCaptureWorker() const { return captureWorker; }
     VisionEventWorker* GetEventWorker() const { return eventWorker; }
     NodePollingWorker* GetNodePollingWorker() const { return nodePollingWorker; }
+    // The application-wide camera parameter polling switch as the main window applied it to this camera (after
+    // its open, and by a workspace load); node polling polls only while it is set. GUI thread sets, any reads.
+    void SetNodePollingEnabled(bool enabled) { nodePollingEnabled = enabled; }
+    bool IsNodePollingEnabled() const { return nodePollingEnabled.load(); }
     // The threads exist from the constructor on; a thread that did not stop when the camera closed is handed
     // over to itself (freed when it finishes) and the getter then answers null.
     QThread* GetOpenThread() const { return openThread; }
@@ -509,6 +513,7 @@ private:
     // nodePollingThread never runs.
     NodePollingWorker* nodePollingWorker = nullptr;
     CameraThread nodePollingThread;
+    std::atomic<bool> nodePollingEnabled{true};
 
     QWidget* parentWindow = nullptr;
     QWidget* mainWindow = nullptr;

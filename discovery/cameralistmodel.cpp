@@ -6,9 +6,12 @@
 #include "orna/core/environmentinspector.h"
 #include "orna/core/producerlibrary.h"
 
+#include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QMetaObject>
 #include <QMutexLocker>
 #include <QRegularExpression>
+#include <QThread>
 #include <QtConcurrent/QtConcurrentRun>
 
 #include <algorithm>
@@ -651,6 +654,36 @@ bool CameraListModel::IsUpdateRunning() const
     return m_jobActive;
 }
 
+bool CameraListModel::UpdateAndWait(int timeoutMs)
+{
+    QElapsedTimer clock;
+    clock.start();
+    // A pass lists the cameras and reads the lock state of those it found; a camera announced after that read
+    // (by a callback of the library) asks for one more.
+    for (int pass = 0; pass < 4; ++pass)
+    {
+        // A running job is waited for and counts as the pass.
+        RunUpdate();
+        // Polled, not waitForFinished(): that could run a job not yet started on this thread.
+        while (IsUpdateRunning())
+        {
+            if (clock.elapsed() > timeoutMs)
+                return false;
+            QThread::msleep(5);
+        }
+        // The pass's events were posted to this thread in order; they are applied here, before anything else.
+        QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+        bool probesLeft = false;
+        {
+            std::lock_guard<std::mutex> lock(m_probes->mutex);
+            probesLeft = !m_probes->found.empty();
+        }
+        if (!probesLeft)
+            return true;
+    }
+    return false;
+}
+
 void CameraListModel::RunUpdate()
 {
     QMutexLocker lock(&m_updateMutex);
@@ -893,6 +926,22 @@ std::shared_ptr<orna::core::DeviceDescriptor> CameraListModel::DescriptorOf(cons
     if (!item || item->itemType != CameraListItem::Device)
         return nullptr;
     return static_cast<CameraListDeviceItem*>(item)->descriptor;
+}
+
+std::shared_ptr<orna::core::System> CameraListModel::SystemOf(const QModelIndex& index) const
+{
+    auto* item = ItemOf(index);
+    if (!item || item->itemType != CameraListItem::System)
+        return nullptr;
+    return static_cast<CameraListSystemItem*>(item)->system;
+}
+
+std::shared_ptr<orna::core::Interface> CameraListModel::InterfaceOf(const QModelIndex& index) const
+{
+    auto* item = ItemOf(index);
+    if (!item || item->itemType != CameraListItem::Interface)
+        return nullptr;
+    return static_cast<CameraListInterfaceItem*>(item)->iface;
 }
 
 std::shared_ptr<orna::core::DeviceDescriptor> CameraListModel::FindDescriptor(const std::string& systemKey,

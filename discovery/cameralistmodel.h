@@ -69,6 +69,9 @@ public:
 
     std::vector<CameraAction> ActionsOf(const QModelIndex& index) const;
     std::shared_ptr<orna::core::DeviceDescriptor> DescriptorOf(const QModelIndex& index) const;
+    // The system of a system row and the interface of an interface row; null for every other row.
+    std::shared_ptr<orna::core::System> SystemOf(const QModelIndex& index) const;
+    std::shared_ptr<orna::core::Interface> InterfaceOf(const QModelIndex& index) const;
     // Empty system or interface key: no filter. Model and serial must match.
     std::shared_ptr<orna::core::DeviceDescriptor> FindDescriptor(const std::string& systemKey,
                                                                  const std::string& interfaceKey,
@@ -82,6 +85,11 @@ public:
     int OpenableDeviceCount() const { return m_openableDeviceCount; }
     // True while a discovery job runs.
     bool IsUpdateRunning() const;
+    // GUI thread, for the start of the program only: blocks until the tree lists what discovery finds and the
+    // lock state of every new camera has been read (the read holds the camera open for a moment, so a camera is
+    // only free to open after it). Runs passes itself, applies their events at once, and gives up after
+    // timeoutMs; false then, with the tree as far as it got.
+    bool UpdateAndWait(int timeoutMs);
 
 public slots:
     void RunUpdate();

@@ -3,13 +3,16 @@
 #include "common/applicationglobals.h"
 #include "common/logmessagesender.h"
 #include "common/settings.h"
+#include "camera/cameracapabilities.h"
 #include "controlelement/customlayout.h"
 #include "discovery/cameralistinfo.h"
 #include "discovery/cameralistmodel.h"
 #include "discovery/cameralisttreeview.h"
 #include "orna/core/device.h"
 #include "orna/core/exception.h"
+#include "orna/core/interface.h"
 #include "orna/core/nodemap.h"
+#include "orna/core/system.h"
 #include "widgets/colorquestiondialog.h"
 #include "widgets/customfiledialog.h"
 #include "widgets/customswitch.h"
@@ -280,20 +283,35 @@ void CameraManager::OnCurrentChanged(const QModelIndex& current)
     m_info->ShowItem(current);
 }
 
+std::vector<CameraAction> CameraManager::RowActions(const QModelIndex& index) const
+{
+    if (m_model == nullptr)
+        return {};
+    // A system or an interface is a module with a description of its own, always at hand: saving it is what
+    // can be done with such a row.
+    if (m_model->SystemOf(index) != nullptr || m_model->InterfaceOf(index) != nullptr)
+        return {CameraAction::SaveXml};
+    return m_model->ActionsOf(index);
+}
+
 void CameraManager::UpdateButtonStates(QModelIndex index)
 {
-    const std::vector<CameraAction> actions =
-        m_model != nullptr ? m_model->ActionsOf(index) : std::vector<CameraAction>{};
+    const std::vector<CameraAction> actions = RowActions(index);
     m_buttonOpen->setEnabled(Has(actions, CameraAction::Open));
     m_buttonClose->setEnabled(Has(actions, CameraAction::Close));
     m_buttonSaveRemoteXml->setEnabled(Has(actions, CameraAction::SaveRemoteXml));
     m_buttonSaveXml->setEnabled(Has(actions, CameraAction::SaveXml));
+    // Update and info have no action of their own: a row that allows nothing leaves them disabled with the
+    // rest. Without a current row (an empty list, nothing chosen yet) they stay usable, so that an empty list
+    // can still be updated.
+    const bool rowAllowsSomething = !index.isValid() || !actions.empty();
+    m_buttonUpdate->setEnabled(rowAllowsSomething);
+    m_buttonInfo->setEnabled(rowAllowsSomething);
 }
 
 QStringList CameraManager::ContextMenuTexts(const QModelIndex& index) const
 {
-    const std::vector<CameraAction> actions =
-        m_model != nullptr ? m_model->ActionsOf(index) : std::vector<CameraAction>{};
+    const std::vector<CameraAction> actions = RowActions(index);
     QStringList texts;
     // "IP config..." belongs to the IP configuration page, which this panel does not show yet.
     if (Has(actions, CameraAction::Open))
@@ -421,15 +439,36 @@ void CameraManager::OnButtonResetDeviceManager()
 
 // --- XML descriptions
 
-QString CameraManager::DefaultXmlFileName(const QString& moduleName, bool remote, const QString& fileType)
+QString CameraManager::DefaultXmlFileName(const QString& moduleName, XmlModule module, const QString& fileType)
 {
     QString name = moduleName;
     // A file name of its own: no folder parts, no characters other systems refuse.
     static const QRegularExpression refused(QStringLiteral("[/\\\\:*?\"<>|\\s]+"));
     name.replace(refused, QStringLiteral("_"));
     if (name.isEmpty())
-        name = QStringLiteral("device");
-    return name + (remote ? QStringLiteral("_RemoteDevice.") : QStringLiteral("_LocalDevice.")) + fileType;
+        name = QStringLiteral("module");
+    switch (module)
+    {
+    case XmlModule::System:
+        return name + QStringLiteral("_System.") + fileType;
+    case XmlModule::Interface:
+        return name + QStringLiteral("_Interface.") + fileType;
+    case XmlModule::LocalDevice:
+        return name + QStringLiteral("_LocalDevice.") + fileType;
+    case XmlModule::RemoteDevice:
+        break;
+    }
+    return name + QStringLiteral("_RemoteDevice.") + fileType;
+}
+
+QString CameraManager::XmlFilters(const QString& fileType)
+{
+    // The module's own type first, then the two usual ones; a type is offered once.
+    QStringList filters{tr("%1 file (*.%2)").arg(fileType.toUpper(), fileType)};
+    for (const QString& other : {tr("ZIP file (*.zip)"), tr("XML file (*.xml)")})
+        if (!filters.contains(other))
+            filters << other;
+    return filters.join(QStringLiteral(";;"));
 }
 
 void CameraManager::OnButtonSaveRemoteXml()
@@ -446,59 +485,97 @@ bool CameraManager::SaveXml(QModelIndex index, bool remote)
 {
     if (m_model == nullptr)
         return false;
-    const std::shared_ptr<orna::core::DeviceDescriptor> descriptor = m_model->DescriptorOf(index);
-    if (descriptor == nullptr)
-        return false;
     const QString context = QStringLiteral("bool CameraManager::SaveXml(QModelIndex, bool)");
-    std::string xml;
+    std::string fileName;
+    std::vector<uint8_t> content;
     QString moduleName;
+    XmlModule module = XmlModule::RemoteDevice;
     try
     {
-        // An open camera gives its description as it is; another one is opened read-only for the time of the
-        // read, and closed when `device` goes.
-        std::shared_ptr<orna::core::Device> device = descriptor->GetOpenDevice();
-        if (device == nullptr && descriptor->GetIsOpenable(orna::core::DeviceAccessType::ReadOnly))
-            device = descriptor->OpenDevice(orna::core::DeviceAccessType::ReadOnly);
-        if (device == nullptr)
-            return false;
+        // The device of a device row stays open until the end of this block: `device` holds it.
+        std::shared_ptr<orna::core::Device> device;
+        std::shared_ptr<orna::core::Module> source;
         std::shared_ptr<orna::core::NodeMap> map;
-        if (remote)
-            map = device->GetRemoteDevice() != nullptr ? device->GetRemoteDevice()->GetNodeMap(0) : nullptr;
-        else
-            map = device->GetNodeMap(0);
-        if (map == nullptr)
+        if (const auto descriptor = m_model->DescriptorOf(index))
+        {
+            module = remote ? XmlModule::RemoteDevice : XmlModule::LocalDevice;
+            // A camera open here gives its description as it is; an openable one is opened read-only for the
+            // time of the read.
+            device = descriptor->GetOpenDevice();
+            if (device == nullptr && descriptor->GetIsOpenable(orna::core::DeviceAccessType::ReadOnly))
+                device = descriptor->OpenDevice(orna::core::DeviceAccessType::ReadOnly);
+            if (device == nullptr)
+                return false;
+            if (remote)
+                source = device->GetRemoteDevice();
+            else
+                source = device;
+            moduleName = QString::fromStdString(descriptor->GetModelName());
+        }
+        else if (const auto iface = m_model->InterfaceOf(index))
+        {
+            module = XmlModule::Interface;
+            source = iface;
+            moduleName = QString::fromStdString(iface->GetDisplayName());
+        }
+        else if (const auto system = m_model->SystemOf(index))
+        {
+            module = XmlModule::System;
+            source = system;
+            moduleName = QString::fromStdString(system->GetDisplayName());
+        }
+        if (source == nullptr)
             return false;
-        xml = map->GetXml();
-        moduleName = QString::fromStdString(descriptor->GetModelName());
+        // The file the module's first URL names, as the module gives it: a zipped description stays zipped.
+        // A module whose description lies elsewhere (no "Local:" URL) gives the text its node map was built
+        // from.
+        try
+        {
+            camera::ReadXmlThroughPort(source->GetPort(), fileName, content);
+        }
+        catch (const orna::core::Exception& e)
+        {
+            LogMessageSender::Error(kOrigin, context, QString::fromLatin1(e.what()));
+            content.clear();
+        }
+        if (content.empty())
+        {
+            const std::string xml = source->GetNodeMap(0)->GetXml();
+            content.assign(xml.begin(), xml.end());
+            fileName = "description.xml";
+        }
     }
     catch (const orna::core::Exception& e)
     {
         LogMessageSender::Error(kOrigin, context, QString::fromLatin1(e.what()));
         return false;
     }
-
-    // The library hands the description over unpacked, so the file type is that of an XML file.
-    const QString fileType = QStringLiteral("xml");
-    const QString filters = tr("%1 file (*.%2)").arg(fileType.toUpper(), fileType) + QStringLiteral(";;") +
-                            tr("ZIP file (*.zip)") + QStringLiteral(";;") + tr("XML file (*.xml)");
-    const QString folder = settings::ReadString(QStringLiteral("path_xml"), QDir::homePath());
-    const QString proposal = folder + QLatin1Char('/') + DefaultXmlFileName(moduleName, remote, fileType);
-    const QString fileName = SaveFileNameProvider()
-                                 ? SaveFileNameProvider()(this, tr("Save xml"), folder, filters, proposal)
-                                 : CustomFileDialog::GetSaveFileName(this, tr("Save xml"), proposal, filters);
-    if (fileName.isEmpty())
+    if (content.empty())
         return false;
-    settings::Write(QStringLiteral("path_xml"), QFileInfo(fileName).absolutePath());
 
-    QSaveFile file(fileName);
-    const QByteArray bytes = QByteArray::fromStdString(xml);
-    bool written = file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+    QString fileType = QFileInfo(QString::fromStdString(fileName)).suffix().toLower();
+    if (fileType.isEmpty())
+        fileType = QStringLiteral("xml");
+    const QString folder = settings::ReadString(QStringLiteral("path_xml"), QDir::homePath());
+    const QString proposal = folder + QLatin1Char('/') + DefaultXmlFileName(moduleName, module, fileType);
+    const QString filters = XmlFilters(fileType);
+    const QString target = SaveFileNameProvider()
+                               ? SaveFileNameProvider()(this, tr("Save xml"), folder, filters, proposal)
+                               : CustomFileDialog::GetSaveFileName(this, tr("Save xml"), proposal, filters);
+    if (target.isEmpty())
+        return false;
+    settings::Write(QStringLiteral("path_xml"), QFileInfo(target).absolutePath());
+
+    QSaveFile file(target);
+    const auto size = static_cast<qint64>(content.size());
+    bool written =
+        file.open(QIODevice::WriteOnly) && file.write(reinterpret_cast<const char*>(content.data()), size) == size;
     written = written && file.commit();
     if (!written)
     {
         file.cancelWriting();
         ShowMessage(tr("Error"),
-                    tr("Writing to ") + fileName + tr(" failed. Make sure you have the correct access rights.\n"));
+                    tr("Writing to ") + target + tr(" failed. Make sure you have the correct access rights.\n"));
     }
     return written;
 }

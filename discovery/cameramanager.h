@@ -13,6 +13,7 @@
 
 #include "controlelement/controlelement.h"
 #include "controlelement/workspacefields.h"
+#include "discovery/cameralistitem.h"
 
 #include <QModelIndex>
 #include <QPointer>
@@ -62,10 +63,23 @@ public:
     void SetBasicView(bool basic);
     bool IsInfoShown() const;
     void SetInfoShown(bool shown);
+    // What the row allows: a device row's actions; Save XML for a system or interface row; nothing otherwise.
+    std::vector<CameraAction> RowActions(const QModelIndex& index) const;
     // The texts of the context menu of the item, in their order.
     QStringList ContextMenuTexts(const QModelIndex& index) const;
+    // The module a description is saved from: a system row, an interface row, or a device row's local or
+    // remote device.
+    enum class XmlModule
+    {
+        System = 0,
+        Interface = 1,
+        LocalDevice = 2,
+        RemoteDevice = 3,
+    };
     // The default file name of a description: the module's name, its kind and the file type.
-    static QString DefaultXmlFileName(const QString& moduleName, bool remote, const QString& fileType);
+    static QString DefaultXmlFileName(const QString& moduleName, XmlModule module, const QString& fileType);
+    // The save dialog's filters for a description of that file type ("xml", "zip"): its own first, each once.
+    static QString XmlFilters(const QString& fileType);
 
     // --- WorkspaceFields: the view mode, whether the info pane is shown, and its height.
     QStringList WorkspaceKeys() const override;
@@ -90,8 +104,9 @@ public Q_SLOTS:
     void ConnectControls() override;
     void DisconnectControls() override;
     void UpdateStyleSheet() override;
-    // Saves the description of the item's local device (remote false) or remote device; false when nothing
-    // was written.
+    // Saves the description of a device row's local device (remote false) or remote device, or of a system or
+    // interface row's module, as the module gives it (a zipped one stays zipped); false when nothing was
+    // written.
     bool SaveXml(QModelIndex index, bool remote);
 
 Q_SIGNALS:

@@ -18,6 +18,7 @@
 #include "widgets/customcombobox.h"
 #include "widgets/customedit.h"
 
+#include <QDialog>
 #include <QFile>
 #include <QGuiApplication>
 #include <QScreen>
@@ -85,6 +86,22 @@ std::vector<CameraObject*> CameraWindows(const MainWindow& window)
     return result;
 }
 
+// Counts every dialog that shows anywhere in the application, with its title.
+class DialogWatcher : public QObject
+{
+public:
+    DialogWatcher() { qApp->installEventFilter(this); }
+    ~DialogWatcher() override { qApp->removeEventFilter(this); }
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::Show)
+            if (auto* dialog = qobject_cast<QDialog*>(watched))
+                shown << dialog->windowTitle();
+        return false;
+    }
+    QStringList shown;
+};
+
 } // namespace
 
 class TestMainWindowWorkspace : public QObject
@@ -145,7 +162,11 @@ private Q_SLOTS:
         Asked().clear();
     }
 
-    void cleanup() { MainWindow::WorkspaceProgressObserver() = nullptr; }
+    void cleanup()
+    {
+        MainWindow::WorkspaceProgressObserver() = nullptr;
+        ::setenv("ORNA_SIM_CAMERAS", "3", 1);
+    }
 
     // One camera window and three panels, a panel's index below its window's; the camera acquires and has
     // a fractional measuring value. The load starts acquisition in the applying pass and links every parent;
@@ -211,6 +232,37 @@ private Q_SLOTS:
         window.SetCameraList(nullptr);
     }
 
+    // A camera on a slow link: its warning comes in the applying pass (bar at 50), not while the creating pass
+    // opens the camera, and the options' parameter polling switch reaches the camera.
+    void applyingPassChecksTheLinkAndAppliesPolling()
+    {
+        ::setenv("ORNA_SIM_CAMERAS", "slowlink", 1);
+        MainWindow window;
+        CameraListModel list;
+        window.SetCameraList(&list);
+        auto windows = OpenCameras(window, list, 1);
+        QCOMPARE(windows.size(), size_t(1));
+        QVERIFY(windows[0]->Camera()->IsNodePollingEnabled());
+        QVERIFY(window.SaveWorkspace(QStringLiteral("slow"), true));
+        Q_EMIT window.Settings()->Signal_NodePollingChanged(false);
+        window.ClearDesk(false);
+
+        int bar = 0;
+        MainWindow::WorkspaceProgressObserver() = [&bar](int value) { bar = value; };
+        QList<int> warnedAt;
+        connect(&window, &MainWindow::Signal_InfoShown, this, [&](const QString& title, const QString&) {
+            if (title == QLatin1String("Warning"))
+                warnedAt << bar;
+        });
+        QVERIFY(window.LoadWorkspace(QStringLiteral("slow")));
+        QCOMPARE(warnedAt, QList<int>{50});
+        const auto loaded = CameraWindows(window);
+        QCOMPARE(loaded.size(), size_t(1));
+        QVERIFY(loaded[0]->Camera() != nullptr && loaded[0]->Camera()->IsOpen());
+        QVERIFY(!loaded[0]->Camera()->IsNodePollingEnabled());
+        window.SetCameraList(nullptr);
+    }
+
     // Three cameras and twelve panels, floating, docked and tabbed: save, clear, load, save: the same bytes.
     void roundTripOfAGeneratedDeskIsIdentical()
     {
@@ -255,6 +307,61 @@ private Q_SLOTS:
                                          .arg(i + 1)
                                          .arg(QString::fromUtf8(a[i]), QString::fromUtf8(b[i]))));
             QCOMPARE(a.size(), b.size());
+        }
+        window.SetCameraList(nullptr);
+    }
+
+    // Overlapping camera windows and panels, brought to the front in a mixed order: after the load the elements
+    // lie on each other in the file's order, camera windows among panels as they were, and the node tree, which
+    // its own applying step shows, is visible too.
+    void loadKeepsTheStackingOrderOfTheFile()
+    {
+        MainWindow window;
+        window.resize(1400, 900);
+        CameraListModel list;
+        window.SetCameraList(&list);
+        auto windows = OpenCameras(window, list, 2);
+        QCOMPARE(windows.size(), size_t(2));
+        ControlElement* first = window.AddControlElement(windows[0], 9);
+        ControlElement* second = window.AddControlElement(windows[1], 25);
+        ControlElement* tree = window.AddControlElement(windows[0], 4);
+        QVERIFY(first != nullptr && second != nullptr && tree != nullptr);
+        // Everything on one spot of the desk, docked, so that each lies on the others.
+        const QPoint spot = windows[0]->pos() + QPoint(20, 20);
+        for (ControlElement* e : {static_cast<ControlElement*>(windows[1]), first, second, tree})
+        {
+            if (!e->IsDocked())
+                e->SetDocked(true);
+            e->move(spot);
+        }
+        for (ControlElement* e :
+             {first, static_cast<ControlElement*>(windows[0]), tree, static_cast<ControlElement*>(windows[1]), second})
+            window.BringToFront(e);
+        QList<int> types;
+        for (ControlElement* e : window.Elements())
+        {
+            QVERIFY(e->IsDocked());
+            types << e->Type();
+        }
+        QCOMPARE(types, (QList<int>{9, 0, 4, 0, 25}));
+        QVERIFY(window.SaveWorkspace(QStringLiteral("stack"), true));
+
+        window.ClearDesk(false);
+        QVERIFY(window.LoadWorkspace(QStringLiteral("stack")));
+        types.clear();
+        for (ControlElement* e : window.Elements())
+            types << e->Type();
+        QCOMPARE(types, (QList<int>{9, 0, 4, 0, 25}));
+        // Sibling widgets paint in the order of their parent's children: the last lies on top.
+        const QObjectList children = window.children();
+        int below = -1;
+        for (ControlElement* e : window.Elements())
+        {
+            QVERIFY(e->isVisible());
+            QCOMPARE(e->parent(), static_cast<QObject*>(&window));
+            const int at = children.indexOf(e);
+            QVERIFY2(at > below, qPrintable(QStringLiteral("type %1 lies below the element before it").arg(e->Type())));
+            below = at;
         }
         window.SetCameraList(nullptr);
     }
@@ -415,6 +522,50 @@ private Q_SLOTS:
         QCOMPARE(window.Elements().size(), size_t(1));
     }
 
+    // default_workspace naming two cameras: a window that makes its own camera list has them open in their
+    // windows and acquiring by the end of its constructor, without a dialog, before the event loop runs.
+    void defaultWorkspaceOpensItsCamerasAtStart()
+    {
+        QStringList savedSerials;
+        {
+            MainWindow window;
+            CameraListModel list;
+            window.SetCameraList(&list);
+            const auto windows = OpenCameras(window, list, 2);
+            QCOMPARE(windows.size(), size_t(2));
+            for (CameraObject* c : windows)
+            {
+                QVERIFY(c->Camera()->IsAcquiring() || c->Camera()->StartAcquisition());
+                savedSerials << c->Camera()->GetSerialNumber();
+            }
+            QVERIFY(window.SaveWorkspace(QStringLiteral("startdesk"), true));
+            window.SetCameraList(nullptr);
+        }
+        settings::Write(QStringLiteral("default_workspace"), QStringLiteral("startdesk"));
+
+        DialogWatcher dialogs;
+        MainWindow window(nullptr, MainWindow::CameraListSource::Own);
+        QCOMPARE(window.CurrentWorkspaceName(), QStringLiteral("startdesk"));
+        const auto loaded = CameraWindows(window);
+        QCOMPARE(loaded.size(), size_t(2));
+        QStringList serials;
+        for (CameraObject* c : loaded)
+        {
+            QVERIFY(c->Camera() != nullptr);
+            QVERIFY(c->Camera()->IsOpen());
+            QVERIFY(c->Camera()->IsAcquiring());
+            QVERIFY(c->isVisible());
+            serials << c->Camera()->GetSerialNumber();
+        }
+        QCOMPARE(serials, savedSerials);
+        QVERIFY(window.Manager() != nullptr);
+        // Whatever an open reports comes queued: the frames of both cameras arrive first.
+        for (CameraObject* c : loaded)
+            QTRY_VERIFY_WITH_TIMEOUT(c->Camera()->GetFrameCounter() > 2, 20000);
+        QCOMPARE(dialogs.shown, QStringList());
+        QCOMPARE(CameraWindows(window).size(), size_t(2));
+    }
+
     // A save that fails shows the message and keeps the old file; a missing folder says "No write permission.".
     void failedSaveKeepsTheOldFile()
     {
@@ -482,7 +633,7 @@ private Q_SLOTS:
         QByteArray numbers = good;
         numbers.replace("<x>40</x>", "<x>forty</x>").replace("<index>2</index>", "<index>two</index>");
         QTest::newRow("not numbers") << numbers << 3;
-        // Every element a camera window without a camera, the heaviest kind: only the first ones are made.
+        // Every element a camera window without a camera, the heaviest kind: a file beyond the bound is refused.
         workspace::Document many;
         for (int i = 0; i < 10000; ++i)
         {
@@ -494,7 +645,7 @@ private Q_SLOTS:
             e.docked = 1;
             many.elements.push_back(e);
         }
-        QTest::newRow("10,000 elements") << workspace::Write(many) << workspace::kMaxElements;
+        QTest::newRow("10,000 elements") << workspace::Write(many) << 0;
     }
 
     void damagedFilesLoadWhatTheyCan()
@@ -514,6 +665,56 @@ private Q_SLOTS:
             for (ControlElement* up = e->ParentElement(); up != nullptr; up = up->ParentElement())
                 QVERIFY2(up != e, "a parent cycle survived the load");
         }
+    }
+
+    // A desk of 300 elements, far beyond what was once the bound, loads whole and saves back whole; a file
+    // beyond the bound is refused with a message and an empty desk, and the save at exit leaves it as it was.
+    void largeDesksAreNeverCutShort()
+    {
+        auto panels = [](int count) {
+            workspace::Document d;
+            for (int i = 0; i < count; ++i)
+            {
+                workspace::Element e;
+                e.index = i;
+                e.type = 9;
+                e.x = 40 + i % 50;
+                e.y = 40;
+                e.width = 200;
+                e.height = 200;
+                e.docked = 1;
+                d.elements.push_back(e);
+            }
+            return workspace::Write(d);
+        };
+        QVERIFY(WriteAll(File("large"), panels(300)));
+        {
+            MainWindow window;
+            QVERIFY(window.LoadWorkspace(QStringLiteral("large")));
+            QCOMPARE(window.Elements().size(), size_t(300));
+            QVERIFY(window.SaveWorkspace(QStringLiteral("large_again"), true));
+        }
+        QCOMPARE(ReadAll(File("large_again")).count("<element>"), 300);
+
+        const QByteArray over = panels(workspace::kMaxElements + 1);
+        QVERIFY(WriteAll(File("last_workspace"), over));
+        MainWindow window;
+        QSignalSpy shown(&window, &MainWindow::Signal_InfoShown);
+        QVERIFY(window.LoadWorkspace(QStringLiteral("last_workspace")));
+        QVERIFY(window.Elements().empty());
+        QCOMPARE(window.CurrentWorkspaceName(), QStringLiteral("None"));
+        QCOMPARE(shown.size(), 1);
+        QCOMPARE(shown[0][0].toString(), QStringLiteral("Error"));
+        QCOMPARE(shown[0][1].toString(), QStringLiteral("The workspace \"last_workspace\" has more than %1 elements "
+                                                        "and is not loaded. The file is left as it is.")
+                                             .arg(workspace::kMaxElements));
+        // The user goes on with a small desk; quitting does not write it over the refused file.
+        window.AppendElement(new CameraObject(&window));
+        QVERIFY(QMetaObject::invokeMethod(&window, "OnExitProgram"));
+        QCOMPARE(ReadAll(File("last_workspace")), over);
+        // Saving under that name on purpose does.
+        QVERIFY(window.SaveWorkspace(QStringLiteral("last_workspace"), true));
+        QCOMPARE(ReadAll(File("last_workspace")).count("<element>"), 1);
     }
 
     // Two elements whose parents name each other: the link that closes the cycle is dropped.

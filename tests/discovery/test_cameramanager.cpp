@@ -10,7 +10,10 @@
 #include "discovery/cameralisttreeview.h"
 #include "discovery/cameramanager.h"
 #include "orna/core/device.h"
+#include "orna/core/interface.h"
 #include "orna/core/nodemap.h"
+#include "orna/core/port.h"
+#include "orna/core/system.h"
 #include "view/cameraobject.h"
 #include "widgets/customswitch.h"
 #include "widgets/iconbutton.h"
@@ -117,15 +120,13 @@ private Q_SLOTS:
         QVERIFY(!manager->ToolButton("camera-close.png")->isEnabled());
         QVERIFY(manager->ToolButton("download-rxml.png")->isEnabled());
         QVERIFY(manager->ToolButton("download-xml.png")->isEnabled());
+        QVERIFY(manager->ToolButton("sync.png")->isEnabled());
+        QVERIFY(manager->ToolButton("information-outline.png")->isEnabled());
         QCOMPARE(manager->ContextMenuTexts(device), (QStringList{"open...", "save remote XML...", "save XML..."}));
 
         const QModelIndex system = FindKind(list, QStringLiteral("System"));
         QVERIFY(system.isValid());
         QVERIFY(list.ActionsOf(system).empty());
-        manager->UpdateButtonStates(system);
-        for (const char* icon : {"camera.png", "camera-close.png", "download-rxml.png", "download-xml.png"})
-            QVERIFY2(!manager->ToolButton(icon)->isEnabled(), icon);
-        QVERIFY(manager->ContextMenuTexts(system).isEmpty());
 
         // The info pane by kind, under the tree's labels.
         QCOMPARE(CameraListInfo::Lines(device).first().first, QStringLiteral("Device ID"));
@@ -134,6 +135,22 @@ private Q_SLOTS:
         QCOMPARE(systemLines.first().first, QStringLiteral("Transport layer ID"));
         QCOMPARE(systemLines.at(systemLines.size() - 2).first, QStringLiteral("CTI full path"));
         QVERIFY(CameraListInfo::Lines(QModelIndex()).isEmpty());
+        // A producer group of the basic view has no actions.
+        manager->SetBasicView(true);
+        const QModelIndex group = FindKind(list, QStringLiteral("Group"));
+        QVERIFY(group.isValid());
+        manager->UpdateButtonStates(group);
+        for (IconButton* button : manager->ToolButtons())
+            QVERIFY2(!button->isEnabled(), qPrintable(button->IconFile()));
+        QVERIFY(manager->ContextMenuTexts(group).isEmpty());
+        // Without a current row, update and info stay usable (an empty list can be updated); nothing else is.
+        manager->UpdateButtonStates(QModelIndex());
+        QStringList enabled;
+        for (IconButton* button : manager->ToolButtons())
+            if (button->isEnabled())
+                enabled << button->IconFile();
+        QCOMPARE(enabled, (QStringList{"sync.png", "information-outline.png"}));
+
         window.SetCameraList(nullptr);
         QVERIFY(window.Manager() == nullptr);
     }
@@ -204,7 +221,7 @@ private Q_SLOTS:
         };
         QVERIFY(manager->SaveXml(device, true));
         QCOMPARE(dialog[0], QStringLiteral("Save xml"));
-        QCOMPARE(dialog[2], QStringLiteral("XML file (*.xml);;ZIP file (*.zip);;XML file (*.xml)"));
+        QCOMPARE(dialog[2], QStringLiteral("XML file (*.xml);;ZIP file (*.zip)"));
         QVERIFY2(dialog[3].endsWith("_RemoteDevice.xml"), qPrintable(dialog[3]));
         QCOMPARE(settings::ReadString(QStringLiteral("path_xml")), folder.path());
         // The camera was opened for the save only.
@@ -232,6 +249,72 @@ private Q_SLOTS:
         QCOMPARE(shown[0][1].toString(),
                  QStringLiteral("Writing to ") + target + " failed. Make sure you have the correct access rights.\n");
         QVERIFY(!QFile::exists(target));
+        window.SetCameraList(nullptr);
+    }
+
+    // A camera that publishes its description zipped: Save remote XML writes the archive byte for byte under
+    // a proposed .zip name, with the ZIP filter first; system and interface rows save their own descriptions.
+    void zippedDescriptionAndModuleRows()
+    {
+        ::setenv("ORNA_SIM_CAMERAS", "zipped", 1);
+        MainWindow window;
+        CameraListModel list;
+        window.SetCameraList(&list);
+        CameraManager* manager = window.Manager();
+        const bool listed = Listed(list);
+        ::setenv("ORNA_SIM_CAMERAS", "1", 1);
+        QVERIFY(listed);
+        manager->SetBasicView(false);
+        const QModelIndex device = FindKind(list, QStringLiteral("Device"));
+        const auto descriptor = list.DescriptorOf(device);
+        QVERIFY(descriptor != nullptr);
+        QCOMPARE(descriptor->GetModelName(), std::string("LVS-2300C"));
+
+        QStringList dialog;
+        QString target = folder.path() + "/camera.zip";
+        CameraManager::SaveFileNameProvider() = [&](QWidget*, const QString& caption, const QString& dir,
+                                                    const QString& filters, const QString& proposal) {
+            dialog = QStringList{caption, dir, filters, proposal};
+            return target;
+        };
+        QVERIFY(manager->SaveXml(device, true));
+        QCOMPARE(dialog[2], QStringLiteral("ZIP file (*.zip);;XML file (*.xml)"));
+        QVERIFY2(dialog[3].endsWith("/LVS-2300C_RemoteDevice.zip"), qPrintable(dialog[3]));
+        QVERIFY(descriptor->GetOpenDevice() == nullptr);
+        QByteArray archive;
+        std::string remoteXml;
+        {
+            auto opened = descriptor->OpenDevice(orna::core::DeviceAccessType::ReadOnly);
+            const auto port = opened->GetRemoteDevice()->GetPort();
+            const auto url = port->GetURL(0);
+            const std::vector<uint8_t> bytes = port->Read(url->GetFileRegisterAddress(), url->GetFileSize());
+            archive = QByteArray(reinterpret_cast<const char*>(bytes.data()), int(bytes.size()));
+            remoteXml = opened->GetRemoteDevice()->GetNodeMap(0)->GetXml();
+        }
+        QVERIFY(archive.startsWith("PK\x03\x04"));
+        QCOMPARE(ReadAll(target), archive);
+        QVERIFY(archive.size() > int(remoteXml.size()));
+
+        const QModelIndex system = FindKind(list, QStringLiteral("System"));
+        const QModelIndex iface = FindKind(list, QStringLiteral("Interface"));
+        QVERIFY(system.isValid() && iface.isValid());
+        for (const QModelIndex& row : {system, iface})
+        {
+            manager->UpdateButtonStates(row);
+            QVERIFY(manager->ToolButton("download-xml.png")->isEnabled());
+            QVERIFY(!manager->ToolButton("download-rxml.png")->isEnabled());
+            QVERIFY(!manager->ToolButton("camera.png")->isEnabled());
+            QCOMPARE(manager->ContextMenuTexts(row), QStringList{"save XML..."});
+        }
+        target = folder.path() + "/system.xml";
+        QVERIFY(manager->SaveXml(system, false));
+        QVERIFY2(dialog[3].endsWith("_System.xml"), qPrintable(dialog[3]));
+        QCOMPARE(ReadAll(target), QByteArray::fromStdString(list.SystemOf(system)->GetNodeMap(0)->GetXml()));
+        target = folder.path() + "/interface.xml";
+        QVERIFY(manager->SaveXml(iface, false));
+        QVERIFY2(dialog[3].endsWith("_Interface.xml"), qPrintable(dialog[3]));
+        QCOMPARE(dialog[2], QStringLiteral("XML file (*.xml);;ZIP file (*.zip)"));
+        QCOMPARE(ReadAll(target), QByteArray::fromStdString(list.InterfaceOf(iface)->GetNodeMap(0)->GetXml()));
         window.SetCameraList(nullptr);
     }
 

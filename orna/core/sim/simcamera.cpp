@@ -130,7 +130,7 @@ void StoreUserId(const std::string& serial, const std::string& id)
 
 std::vector<std::string> SimCameraConfig::ModelNames()
 {
-    return {"color", "mono", "locked", "service", "booterror", "color12mp", "slowlink"};
+    return {"color", "mono", "locked", "service", "booterror", "color12mp", "slowlink", "zipped"};
 }
 
 bool SimCameraConfig::ForModel(const std::string& model, const std::string& serial, SimCameraConfig* out)
@@ -175,6 +175,12 @@ bool SimCameraConfig::ForModel(const std::string& model, const std::string& seri
         c.modelName = "LVS-2300C";
         c.tlType = "USB3Vision";
         c.linkSpeed = 40000000;
+    }
+    else if (model == "zipped")
+    {
+        // A camera that publishes its description zipped, as many GigE Vision cameras do.
+        c.modelName = "LVS-2300C";
+        c.zippedXml = true;
     }
     else if (model == "booterror")
     {
@@ -419,17 +425,18 @@ void SimCamera::BuildRegisters()
         AddFloat(ColorCorrectionMatrixValue + 8 * k, limits::ColorCorrectionDefault[k], limits::ColorCorrectionMin,
                  limits::ColorCorrectionMax, true);
     }
-    // The XML text in the camera's memory and the URL that points at it.
+    // The description file in the camera's memory and the URL that points at it.
     {
+        std::string fileName = c.modelName.substr(0, 40) + (c.zippedXml ? ".zip" : ".xml");
+        std::replace(fileName.begin(), fileName.end(), ' ', '_');
+        xmlFile_ = c.zippedXml ? ZipStored(fileName.substr(0, fileName.size() - 4) + ".xml", xml_) : xml_;
         char url[160];
-        std::snprintf(url, sizeof url, "Local:%s.xml;%" PRIx64 ";%zx", c.modelName.substr(0, 40).c_str(), XmlFile,
-                      xml_.size());
-        std::string name(url);
-        std::replace(name.begin(), name.end(), ' ', '_');
+        std::snprintf(url, sizeof url, "Local:%s;%" PRIx64 ";%zx", fileName.c_str(), XmlFile, xmlFile_.size());
+        const std::string name(url);
         Reg& r = AddReg(XmlUrl, Kind::Raw, kXmlUrlLength, false);
         std::copy_n(name.begin(), std::min<size_t>(name.size(), kXmlUrlLength - 1), r.bytes.begin());
-        Reg& x = AddReg(XmlFile, Kind::Raw, uint32_t(xml_.size()), false);
-        std::copy(xml_.begin(), xml_.end(), x.bytes.begin());
+        Reg& x = AddReg(XmlFile, Kind::Raw, uint32_t(xmlFile_.size()), false);
+        std::copy(xmlFile_.begin(), xmlFile_.end(), x.bytes.begin());
     }
     // Chunks and events.
     AddUInt(ChunkModeActive, 0, 0, 1, true, true);

@@ -67,7 +67,7 @@ struct SimEvent
 
 struct SimCameraConfig
 {
-    std::string model = "color"; // color, mono, locked, service, booterror, color12mp, slowlink
+    std::string model = "color"; // color, mono, locked, service, booterror, color12mp, slowlink, zipped
     std::string vendorName = "Lumivue";
     std::string modelName; // from the model when empty
     std::string familyName = "Lumivue Sim";
@@ -79,6 +79,7 @@ struct SimCameraConfig
     bool color = true;
     bool locked = false;            // lock register reads 1
     bool serviceFirmware = false;   // no data stream, reduced XML
+    bool zippedXml = false;         // the first URL names a zip archive that holds the XML
     uint32_t bootStatus = 0;        // val::BootStatus
     double fullFrameRate = 60.0;    // sensor readout limit at full height, Hz
     uint64_t linkSpeed = 400000000; // bytes per second (USB3 Vision)
@@ -88,8 +89,7 @@ struct SimCameraConfig
     std::chrono::milliseconds resetDuration{1500}; // DeviceReset: time until the camera is back
 
     // The configuration of a named model ("color", "mono", "locked", "service", "booterror", "color12mp",
-    // "slowlink");
-    // false for an unknown name.
+    // "slowlink", "zipped"); false for an unknown name.
     static bool ForModel(const std::string& model, const std::string& serial, SimCameraConfig* out);
     static std::vector<std::string> ModelNames();
 };
@@ -105,6 +105,9 @@ public:
     const SimCameraConfig& Config() const { return config_; }
     // GenICam XML (SFNC names) addressing this camera's register space.
     const std::string& GenICamXml() const { return xml_; }
+    // The description file as the camera's memory holds it: the XML text, or for zippedXml a zip archive with
+    // the text as its one entry.
+    const std::string& GenICamFile() const { return xmlFile_; }
     // false = access error (unmapped, write-only, disconnected, an access across register ends).
     bool ReadMemory(uint64_t address, void* data, size_t size);
     // false = access error (read-only, locked by TLParamsLocked, out of range, disconnected).
@@ -239,6 +242,7 @@ private:
 
     const SimCameraConfig config_;
     std::string xml_;
+    std::string xmlFile_;
 
     mutable std::mutex mutex_;
     std::map<uint64_t, Reg> regs_;

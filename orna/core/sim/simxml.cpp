@@ -884,4 +884,84 @@ std::string BuildGenICamXml(const SimCameraConfig& c)
     return x.o.str();
 }
 
+namespace {
+
+uint32_t Crc32(const std::string& bytes)
+{
+    uint32_t crc = 0xFFFFFFFFu;
+    for (unsigned char byte : bytes)
+    {
+        crc ^= byte;
+        for (int bit = 0; bit < 8; ++bit)
+            crc = (crc >> 1) ^ (0xEDB88320u & (0u - (crc & 1u)));
+    }
+    return ~crc;
+}
+
+void Put16(std::string& out, uint32_t value)
+{
+    out.push_back(char(value & 0xFF));
+    out.push_back(char((value >> 8) & 0xFF));
+}
+
+void Put32(std::string& out, uint32_t value)
+{
+    Put16(out, value & 0xFFFF);
+    Put16(out, value >> 16);
+}
+
+} // namespace
+
+std::string ZipStored(const std::string& entryName, const std::string& content)
+{
+    const uint32_t crc = Crc32(content);
+    const auto size = uint32_t(content.size());
+    const auto nameLength = uint32_t(entryName.size());
+    constexpr uint32_t kVersion = 20;
+    constexpr uint32_t kDate = (0 << 9) | (1 << 5) | 1; // 1980-01-01
+    std::string zip;
+    Put32(zip, 0x04034B50);
+    Put16(zip, kVersion);
+    Put16(zip, 0); // flags
+    Put16(zip, 0); // stored
+    Put16(zip, 0); // time
+    Put16(zip, kDate);
+    Put32(zip, crc);
+    Put32(zip, size);
+    Put32(zip, size);
+    Put16(zip, nameLength);
+    Put16(zip, 0); // extra
+    zip += entryName;
+    zip += content;
+    const auto directoryOffset = uint32_t(zip.size());
+    Put32(zip, 0x02014B50);
+    Put16(zip, kVersion);
+    Put16(zip, kVersion);
+    Put16(zip, 0);
+    Put16(zip, 0);
+    Put16(zip, 0);
+    Put16(zip, kDate);
+    Put32(zip, crc);
+    Put32(zip, size);
+    Put32(zip, size);
+    Put16(zip, nameLength);
+    Put16(zip, 0); // extra
+    Put16(zip, 0); // comment
+    Put16(zip, 0); // disk
+    Put16(zip, 0); // internal attributes
+    Put32(zip, 0); // external attributes
+    Put32(zip, 0); // offset of the local header
+    zip += entryName;
+    const auto directorySize = uint32_t(zip.size()) - directoryOffset;
+    Put32(zip, 0x06054B50);
+    Put16(zip, 0);
+    Put16(zip, 0);
+    Put16(zip, 1);
+    Put16(zip, 1);
+    Put32(zip, directorySize);
+    Put32(zip, directoryOffset);
+    Put16(zip, 0);
+    return zip;
+}
+
 } // namespace orna::core::sim

@@ -17,4 +17,8 @@ std::vector<uint32_t> PixelFormatsOf(const SimCameraConfig& config);
 // device information, boot status, reset and file access, no image or acquisition nodes.
 std::string BuildGenICamXml(const SimCameraConfig& config);
 
+// A zip archive with one entry, stored without compression (method 0), as a camera may publish its
+// description: local header, data, central directory, end record.
+std::string ZipStored(const std::string& entryName, const std::string& content);
+
 } // namespace orna::core::sim

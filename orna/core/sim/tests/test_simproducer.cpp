@@ -517,4 +517,47 @@ TEST_F(SimProducer, LockedAndServiceModels)
     ::setenv(sim::kSimCamerasEnvironmentVariable, "2", 1);
 }
 
+// The zipped model publishes a zip archive behind its first URL: one entry, stored, with a valid CRC, whose
+// content is the description the node map was built from. The plain model keeps its XML file.
+TEST_F(SimProducer, ZippedModelPublishesItsDescriptionAsAZipArchive)
+{
+    ::setenv(sim::kSimCamerasEnvironmentVariable, "color,zipped", 1);
+    iface->UpdateDevices(0);
+    ASSERT_EQ(iface->GetDevices().size(), 2u);
+    auto le16 = [](const std::vector<uint8_t>& b, size_t at) { return uint32_t(b[at] | (b[at + 1] << 8)); };
+    auto le32 = [&](const std::vector<uint8_t>& b, size_t at) { return le16(b, at) | (le16(b, at + 2) << 16); };
+
+    auto zipped = iface->FindDevice(sim::SimDeviceId("LVSZ00001"))->OpenDevice(DeviceAccessType::ReadOnly);
+    auto port = zipped->GetRemoteDevice()->GetPort();
+    ASSERT_EQ(port->GetNumURLs(), 1u);
+    const auto url = port->GetURL(0);
+    EXPECT_EQ(url->GetFileName(), "LVS-2300C.zip");
+    const std::vector<uint8_t> zip = port->Read(url->GetFileRegisterAddress(), size_t(url->GetFileSize()));
+    ASSERT_GT(zip.size(), 30u + 22u);
+    EXPECT_EQ(le32(zip, 0), 0x04034B50u);
+    EXPECT_EQ(le16(zip, 8), 0u) << "stored";
+    const uint32_t size = le32(zip, 18);
+    const uint32_t nameLength = le16(zip, 26);
+    const std::string name(zip.begin() + 30, zip.begin() + 30 + nameLength);
+    EXPECT_EQ(name, "LVS-2300C.xml");
+    const std::string content(zip.begin() + 30 + nameLength, zip.begin() + 30 + nameLength + size);
+    EXPECT_EQ(content, zipped->GetRemoteDevice()->GetNodeMap()->GetXml());
+    uint32_t crc = 0xFFFFFFFFu;
+    for (unsigned char byte : content)
+    {
+        crc ^= byte;
+        for (int bit = 0; bit < 8; ++bit)
+            crc = (crc >> 1) ^ (0xEDB88320u & (0u - (crc & 1u)));
+    }
+    EXPECT_EQ(le32(zip, 14), ~crc);
+    // The end record closes the archive and names the one entry.
+    EXPECT_EQ(le32(zip, zip.size() - 22), 0x06054B50u);
+    EXPECT_EQ(le16(zip, zip.size() - 12), 1u);
+
+    auto plain = iface->FindDevice(sim::SimDeviceId("LVSC00001"))->OpenDevice(DeviceAccessType::ReadOnly);
+    const auto plainUrl = plain->GetRemoteDevice()->GetPort()->GetURL(0);
+    EXPECT_EQ(plainUrl->GetFileName(), "LVS-2300C.xml");
+    ::setenv(sim::kSimCamerasEnvironmentVariable, "2", 1);
+}
+
 } // namespace

@@ -169,7 +169,8 @@ private Q_SLOTS:
         QVERIFY(camera->GetSupportedPixelFormatSourceStrings(formats));
         QVERIFY(std::find(formats.begin(), formats.end(), "BayerRG8") != formats.end());
         QVERIFY(camera->IsPixelFormatSourceSupported("Mono8"));
-        QVERIFY(!camera->IsPixelFormatSourceSupported("BayerGB8"));
+        QVERIFY(camera->IsPixelFormatSourceSupported("BayerGB8"));
+        QVERIFY(!camera->IsPixelFormatSourceSupported("BayerBG8"));
         int64_t speed = 0;
         QVERIFY(camera->GetDeviceLinkSpeed_bytes_per_second(speed));
         QVERIFY(speed > 0);

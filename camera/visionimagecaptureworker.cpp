@@ -275,6 +275,7 @@ void VisionImageCaptureWorker::ProcessFrame()
         const int64_t finished_ns = SteadyNow_ns();
         PassCounters counters;
         bool passed = false;
+        bool failed = false;
         {
             QMutexLocker use(&cameraUseMutex);
             if (cameraDetached)
@@ -287,18 +288,19 @@ void VisionImageCaptureWorker::ProcessFrame()
             }
             catch (const std::exception& e)
             {
-                // The frame raised (a buffer shorter than its format needs, a stage's failure): a processing
-                // error, and the next frame is taken at once. Only a failing wait below pauses the loop. The
-                // pass still holds the camera: ProcessBuffer raises nothing while it lets go of it.
+                // The frame raised (a buffer shorter than its format needs, a stage or a consumer that failed):
+                // a processing error, not a frame, and the next frame is taken at once; the next frame's counters
+                // report the error. Only a failing wait below pauses the loop. The pass holds the camera here:
+                // ProcessBuffer raises nothing while it lets go of it.
                 camera->IncrementProcessingErrorCounter();
                 Log(kProcessFrameContext, QString::fromStdString(e.what()));
-                FinishPass(counters);
                 passed = true;
+                failed = true;
             }
             if (!passed)
                 requeue.Dismiss();
         }
-        if (passed)
+        if (passed && !failed)
             emit Signal_UpdateCounters(false, counters.frameTime_ms, counters.processingTime_ms, counters.frames,
                                        counters.processingErrors, counters.incompletes);
     }
@@ -468,6 +470,9 @@ bool VisionImageCaptureWorker::ProcessBuffer(const std::shared_ptr<orna::core::B
             stageClock.Publish(
                 FrameStageTimes{++publishedFrames, image->GetTimestamp(), finished_ns, processed_ns, SteadyNow_ns()});
             // The consumers may hold the frame up for any time; the camera may go meanwhile.
+            // A consumer's failure is rethrown once the pass holds the camera again, so that it is handled like
+            // any failure of the frame (ProcessFrame) and never while the camera may be going.
+            std::exception_ptr consumerFailure;
             use.unlock();
             try
             {
@@ -476,13 +481,15 @@ bool VisionImageCaptureWorker::ProcessBuffer(const std::shared_ptr<orna::core::B
                 else
                     emit Signal_UpdateDisplay();
             }
-            catch (const std::exception& e)
+            catch (...)
             {
-                Log(kProcessFrameContext, QString::fromStdString(e.what()));
+                consumerFailure = std::current_exception();
             }
             use.relock();
             if (cameraDetached)
                 return false;
+            if (consumerFailure)
+                std::rethrow_exception(consumerFailure);
         }
     }
     else if (!processingEnabled.load())

@@ -368,8 +368,8 @@ private Q_SLOTS:
         QCOMPARE(histogram.GetStartedCount(), 2u);
     }
 
-    // A buffer whose leader announces more lines than it carries cannot be wrapped: the frame is a processing
-    // error with its reason in the log, it is still counted, and the loop takes the next frame as usual.
+    // A buffer whose leader announces more lines than it carries cannot be wrapped: the pass is a processing
+    // error with its reason in the log, and the loop takes the next frame as usual.
     void aBufferShorterThanItsFormatIsAProcessingError()
     {
         Open("LVSM00001");
@@ -383,7 +383,7 @@ private Q_SLOTS:
         QVERIFY(camera->StopAcquisition());
         QCoreApplication::processEvents();
         QCOMPARE(camera->GetProcessingErrorCounter(), 1);
-        // The failed frame reported its counters like any other: the error shows in the panel at once.
+        // The failed pass is not a frame; the next frame's counters carry the error.
         const auto reported = std::find_if(recorder.counters.begin(), recorder.counters.end(),
                                            [](const CaptureRecorder::Counters& c) { return c.errors == 1; });
         QVERIFY(reported != recorder.counters.end());

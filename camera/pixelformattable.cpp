@@ -105,7 +105,7 @@ std::string PixelFormatToName(uint32_t code)
 {
     const auto& t = Table().toName;
     const auto it = t.find(code);
-    return it == t.end() ? std::string() : it->second;
+    return it == t.end() ? std::string(kInvalidPixelFormatName) : it->second;
 }
 
 bool IsKnownPixelFormat(uint32_t code)

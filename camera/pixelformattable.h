@@ -17,9 +17,12 @@
 
 namespace camera {
 
-// Name to code; 0 for a name the system does not know.
+// The name of a code the system does not know.
+constexpr const char* kInvalidPixelFormatName = "INVALID PIXEL FORMAT VALUE";
+
+// Name to code; 0 for a name the system does not know (kInvalidPixelFormatName too).
 uint32_t PixelFormatFromName(const std::string& name);
-// Code to name; an empty string for a code the system does not know.
+// Code to name; kInvalidPixelFormatName for a code the system does not know.
 std::string PixelFormatToName(uint32_t code);
 bool IsKnownPixelFormat(uint32_t code);
 // Every name of the table, in the order the system lists them.

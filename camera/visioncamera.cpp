@@ -3,6 +3,7 @@
 // probes and settings transfer in visioncamera_capabilities.cpp.
 #include "camera/visioncamera.h"
 
+#include "camera/histogramcalculator.h"
 #include "camera/imagebuffermanager.h"
 #include "camera/visioncameraopenworker.h"
 #include "camera/visioneventworker.h"
@@ -148,6 +149,7 @@ VisionCamera::VisionCamera(QWidget* parentWindow_, QWidget* mainWindow_,
     iplTransformationFeatureProvider = own(new IplTransformationFeatureProvider(this));
     videoFeatureProvider = own(new VideoFeatureProvider(this));
     imageBufferManager = own(new ImageBufferManager);
+    histogramCalculator = own(new HistogramCalculator(this));
     try
     {
         converter = std::make_unique<orna::ipl::ImageConverter>();
@@ -164,6 +166,9 @@ VisionCamera::VisionCamera(QWidget* parentWindow_, QWidget* mainWindow_,
     for (FeatureProviderBase* sizeProvider : std::initializer_list<FeatureProviderBase*>{
              iplBinningFeatureProvider, iplDecimationFeatureProvider, iplTransformationFeatureProvider})
         connect(sizeProvider, &FeatureProviderBase::Changed, this, &VisionCamera::Signal_ImageSizeDestinationChanged);
+    // A quarter turn swaps the size the measuring consumers see.
+    connect(iplTransformationFeatureProvider, &IplTransformationFeatureProvider::TransposedChanged, this,
+            [this] { PassImageSizeDestinationOn(); });
     for (FeatureProviderBase* mappingProvider :
          std::initializer_list<FeatureProviderBase*>{iplGammaFeatureProvider, iplTransformationFeatureProvider})
         connect(mappingProvider, &FeatureProviderBase::Changed, this, [this] { AdaptDestinationToTransformation(); });
@@ -473,12 +478,14 @@ bool VisionCamera::AllocBuffers()
 
 void VisionCamera::CreateImageBuffer()
 {
-    int64_t width = imageWidth;
-    int64_t height = imageHeight;
-    if (iplDecimationFeatureProvider->IsActive())
-        iplDecimationFeatureProvider->GetOutputSize(width, height, &width, &height);
-    if (iplBinningFeatureProvider->IsActive())
-        iplBinningFeatureProvider->GetOutputSize(width, height, &width, &height);
+    // The stored finished size already holds the width factor and the host binning or decimation; a buffer
+    // of several images makes one image of all of them.
+    const ImageSizeDestination size = GetImageSizeDestination();
+    int64_t width = size.width;
+    int64_t height = size.height;
+    const int perBuffer = imagesPerBuffer;
+    if (perBuffer > 1)
+        height *= perBuffer;
     const uint32_t destination = iplGammaFeatureProvider->MapDestinationFormat(pixelFormatDestination);
     if (iplTransformationFeatureProvider->IsTransposed())
         std::swap(width, height);
@@ -486,8 +493,9 @@ void VisionCamera::CreateImageBuffer()
     {
         if (!converter)
             orna::core::Raise(orna::core::ReturnCode::NotInitialized, "No image converter.");
-        converter->PreAllocateConversion(pixelFormatUnpacked, destination, uint32_t(std::max<int64_t>(width, 0)),
-                                         uint32_t(std::max<int64_t>(height, 0)), 5);
+        // Without a finished size yet there is nothing to prepare; the worker prepares pools on first use.
+        if (width > 0 && height > 0)
+            converter->PreAllocateConversion(pixelFormatUnpacked, destination, uint32_t(width), uint32_t(height), 5);
     }
     catch (const std::exception& e)
     {
@@ -527,10 +535,9 @@ bool VisionCamera::PrepareAcquisition()
         return false;
     if (!QueryImageGeometry())
         return false;
+    // Passes the finished size on to the consumers, turned as they see it.
     UpdateImageSizeDestination();
     iplTransformationFeatureProvider->SetImageSize(imageWidth, imageHeight);
-    iplSharpnessFeatureProvider->SetImageSize(imageWidth, imageHeight);
-    aflManager->SetImageSize(imageWidth, imageHeight);
     iplGammaFeatureProvider->SetPixelFormat(pixelFormatDestination);
     if (!AllocBuffers())
         return false;

@@ -54,6 +54,7 @@ class NodePollingWorker;
 class NodeMapAccess;
 class NodeMapModel;
 class NodeMapFilterModel;
+class HistogramCalculator;
 class ImageBufferManager;
 class IplGainFeatureProvider;
 class IplEdgeEnhancementFeatureProvider;
@@ -273,6 +274,11 @@ public:
     // first frame of a run (the open leaves the camera to it then).
     bool UpdateImageSizeDestination();
     ImageSizeDestination GetImageSizeDestination() const;
+    // Passes the stored finished size to its consumers: the sharpness provider and the auto feature manager
+    // (only when active) get it as the images they are handed are, with width and height swapped while the
+    // transformation is transposed; the hot pixel provider gets it as stored. Runs after each size update and
+    // on the transformation's TransposedChanged. Same threads as UpdateImageSizeDestination.
+    void PassImageSizeDestinationOn();
     // Buffer width over ROI width; 0 while unset (from the start of a run until its first frame).
     double GetWidthFactor() const { return widthFactor.load(); }
     void SetWidthFactor(double factor) { widthFactor = factor; }
@@ -372,6 +378,7 @@ public:
     }
     VideoFeatureProvider* GetVideoFeatureProvider() const { return videoFeatureProvider; }
     ImageBufferManager* GetImageBufferManager() const { return imageBufferManager; }
+    HistogramCalculator* GetHistogramCalculator() const { return histogramCalculator; }
     orna::ipl::ImageConverter* GetConverter() const { return converter.get(); }
 
     // ---- Texts
@@ -567,6 +574,7 @@ private:
     VideoFeatureProvider* videoFeatureProvider = nullptr;
 
     ImageBufferManager* imageBufferManager = nullptr;
+    HistogramCalculator* histogramCalculator = nullptr;
     std::unique_ptr<orna::ipl::ImageConverter> converter;
 
     std::atomic<uint32_t> pixelFormatSource{0};

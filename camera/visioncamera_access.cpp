@@ -915,18 +915,23 @@ bool VisionCamera::UpdateImageSizeDestination()
         QMutexLocker lock(&destinationMutex);
         imageSizeDestination = size;
     }
-    iplSharpnessFeatureProvider->SetImageSize(size.width, size.height);
-    iplHotpixelFeatureProvider->SetImageSize(size.width, size.height);
-    if (aflManager->IsActive())
-    {
-        if (iplTransformationFeatureProvider->IsTransposed())
-            aflManager->SetImageSize(size.height, size.width);
-        else
-            aflManager->SetImageSize(size.width, size.height);
-    }
+    PassImageSizeDestinationOn();
     if (size.tooSmall)
         emit Signal_IplDecimationAndBinningLeadsToImageSizeSmallerThanMinimum();
     return true;
+}
+
+void VisionCamera::PassImageSizeDestinationOn()
+{
+    const ImageSizeDestination size = GetImageSizeDestination();
+    // Sharpness and auto features measure the images after mirror and rotation, in their coordinates.
+    const bool transposed = iplTransformationFeatureProvider->IsTransposed();
+    const int64_t seenWidth = transposed ? size.height : size.width;
+    const int64_t seenHeight = transposed ? size.width : size.height;
+    iplSharpnessFeatureProvider->SetImageSize(seenWidth, seenHeight);
+    iplHotpixelFeatureProvider->SetImageSize(size.width, size.height);
+    if (aflManager->IsActive())
+        aflManager->SetImageSize(seenWidth, seenHeight);
 }
 
 VisionCamera::ImageSizeDestination VisionCamera::GetImageSizeDestination() const

@@ -5,6 +5,7 @@
 #include "camera/visioncamera.h"
 #include "camera/visioneventworker.h"
 #include "common/logmessagesender.h"
+#include "orna/ipl/pixelformat.h"
 #include "processing/aflmanager.h"
 #include "processing/iplgammafeatureprovider.h"
 #include "processing/iplgammafeatureproviderwithdigitalblack.h"
@@ -106,6 +107,9 @@ void VisionCameraOpenWorker::OnCameraOpen()
         return fail(tr("Failed to determine image geometry"));
     if (!cam->CheckColorCamera())
         return fail(tr("Failed to determine the camera type (mono, color, ...)"));
+    // The finished image starts 8 bits deep whatever the camera delivers: the pixel format step below only
+    // replaces a destination its tables refuse, so a camera that starts in a deeper format keeps this one.
+    cam->SetPixelFormatDestination(cam->IsColorCamera() ? orna::ipl::BGRa8 : orna::ipl::Mono8);
     if (!cam->InitDataStream())
         return fail(tr("Data stream initialization failed"));
     if (cancelled())

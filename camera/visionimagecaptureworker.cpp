@@ -1,5 +1,7 @@
 // One pass of the capture loop (ProcessFrame), in order:
-//  1. WaitForFinishedBuffer(waitTimeout) on the camera's data stream; KillWait ends an endless wait.
+//  1. WaitForFinishedBuffer(waitTimeout) on the camera's data stream; KillWait ends an endless wait. A failing
+//     wait pauses 100 ms (a camera gone bad must not flood the log); a frame that raises is counted as a
+//     processing error and the loop goes on at once.
 //  2. BufferRequeue arms: the buffer goes back to the stream when the pass ends, on every path.
 //  3. An incomplete buffer is counted and processed all the same.
 //  4. CheckTransportStatus: leader (GigE Vision) and trailer status of the buffer.
@@ -22,6 +24,7 @@
 // 18. The guard queues the buffer.
 #include "camera/visionimagecaptureworker.h"
 
+#include "camera/histogramcalculator.h"
 #include "camera/imagebuffermanager.h"
 #include "camera/pixelformattable.h"
 #include "camera/visioncamera.h"
@@ -272,17 +275,32 @@ void VisionImageCaptureWorker::ProcessFrame()
         const int64_t finished_ns = SteadyNow_ns();
         PassCounters counters;
         bool passed = false;
+        bool failed = false;
         {
             QMutexLocker use(&cameraUseMutex);
             if (cameraDetached)
                 return; // the buffers went with the camera's stream
             // Declared after the lock: the buffer goes back while the camera is still held.
             BufferRequeue requeue(stream, buffer, keyText);
-            passed = ProcessBuffer(buffer, finished_ns, use, counters);
+            try
+            {
+                passed = ProcessBuffer(buffer, finished_ns, use, counters);
+            }
+            catch (const std::exception& e)
+            {
+                // The frame raised (a buffer shorter than its format needs, a stage or a consumer that failed):
+                // a processing error, not a frame, and the next frame is taken at once; the next frame's counters
+                // report the error. Only a failing wait below pauses the loop. The pass holds the camera here:
+                // ProcessBuffer raises nothing while it lets go of it.
+                camera->IncrementProcessingErrorCounter();
+                Log(kProcessFrameContext, QString::fromStdString(e.what()));
+                passed = true;
+                failed = true;
+            }
             if (!passed)
                 requeue.Dismiss();
         }
-        if (passed)
+        if (passed && !failed)
             emit Signal_UpdateCounters(false, counters.frameTime_ms, counters.processingTime_ms, counters.frames,
                                        counters.processingErrors, counters.incompletes);
     }
@@ -405,7 +423,12 @@ bool VisionImageCaptureWorker::ProcessBuffer(const std::shared_ptr<orna::core::B
             RunDestinationStages(image);
             const int64_t processed_ns = SteadyNow_ns();
 
-            // 16. The histogram calculation is not part of this build: IsHistogramEnabled stays false until it is.
+            // 16. The histogram sees the finished image, after every stage that changes it.
+            if (camera->IsHistogramEnabled())
+            {
+                camera->GetHistogramCalculator()->Calculate(image, camera->GetPixelFormatUnpacked());
+                CountStage(ChainStage::Histogram);
+            }
 
             // 17. Publish.
             ImageBufferManager* manager = camera->GetImageBufferManager();
@@ -447,14 +470,26 @@ bool VisionImageCaptureWorker::ProcessBuffer(const std::shared_ptr<orna::core::B
             stageClock.Publish(
                 FrameStageTimes{++publishedFrames, image->GetTimestamp(), finished_ns, processed_ns, SteadyNow_ns()});
             // The consumers may hold the frame up for any time; the camera may go meanwhile.
+            // A consumer's failure is rethrown once the pass holds the camera again, so that it is handled like
+            // any failure of the frame (ProcessFrame) and never while the camera may be going.
+            std::exception_ptr consumerFailure;
             use.unlock();
-            if (callback && display)
-                callback(display);
-            else
-                emit Signal_UpdateDisplay();
+            try
+            {
+                if (callback && display)
+                    callback(display);
+                else
+                    emit Signal_UpdateDisplay();
+            }
+            catch (...)
+            {
+                consumerFailure = std::current_exception();
+            }
             use.relock();
             if (cameraDetached)
                 return false;
+            if (consumerFailure)
+                std::rethrow_exception(consumerFailure);
         }
     }
     else if (!processingEnabled.load())
@@ -462,13 +497,18 @@ bool VisionImageCaptureWorker::ProcessBuffer(const std::shared_ptr<orna::core::B
         processingJustOff.store(false);
     }
 
+    FinishPass(counters);
+    return true;
+}
+
+void VisionImageCaptureWorker::FinishPass(PassCounters& counters)
+{
     processingTime_ms.store(double(processingTimer.nsecsElapsed()) / 1e6);
     counters.frameTime_ms = frameTime_ms.load();
     counters.processingTime_ms = processingTime_ms.load();
     counters.frames = camera->IncrementFrameCounter();
     counters.processingErrors = camera->GetProcessingErrorCounter();
     counters.incompletes = camera->GetIncompleteCounter();
-    return true;
 }
 
 // --- Host stages

@@ -102,6 +102,7 @@ enum class ChainStage : int
     ColorCorrection,
     EdgeEnhancement,
     Gamma,
+    Histogram,         // the finished image offered to the histogram calculation
     DisplayConversion, // the 8-bit display form of a deeper image
     VideoAppend,
     Count
@@ -194,6 +195,8 @@ private:
     // hold on cameraUseMutex: released around the consumers, held again when this returns.
     bool ProcessBuffer(const std::shared_ptr<orna::core::Buffer>& buffer, int64_t finished_ns, QMutexLocker& use,
                        PassCounters& counters);
+    // The frame's accounting at the end of a pass: processing time, frame counter, the counters to report.
+    void FinishPass(PassCounters& counters);
     // Binning or decimation (marks the record private), mirror, rotation, host gain, hot pixels.
     void RunSourceStages(FrameRecord& record);
     void CountStage(ChainStage stage) { stageRuns[size_t(stage)].fetch_add(1, std::memory_order_relaxed); }

@@ -6,6 +6,8 @@
 #include "common/logmessagesender.h"
 #include "controlelement/customlayout.h"
 #include "orna/ipl/pixelformat.h"
+#include "processing/iplbinningfeatureprovider.h"
+#include "processing/ipldecimationfeatureprovider.h"
 #include "processing/ipltransformationfeatureprovider.h"
 #include "widgets/customcombobox.h"
 #include "widgets/iconbutton.h"
@@ -141,9 +143,41 @@ void HostFeatures::OnCameraChanged()
     UpdateControls();
 }
 
+void HostFeatures::FollowCamera(VisionCamera* camera)
+{
+    if (camera == followedCamera && (camera == nullptr || !cameraConnections.empty()))
+        return;
+    for (const QMetaObject::Connection& connection : cameraConnections)
+        disconnect(connection);
+    cameraConnections.clear();
+    followedCamera = camera;
+    if (camera == nullptr)
+        return;
+    // Queued: the destination may change on the open thread, and a handler here changes it in mid-work.
+    IplTransformationFeatureProvider* transformation = camera->GetIplTransformationFeatureProvider();
+    cameraConnections.push_back(connect(camera, &VisionCamera::Signal_PixelFormatDestinationChanged, this,
+                                        &HostFeatures::UpdateControls, Qt::QueuedConnection));
+    cameraConnections.push_back(connect(transformation, &IplTransformationFeatureProvider::AvailableChanged, this,
+                                        &HostFeatures::UpdateControls, Qt::QueuedConnection));
+    cameraConnections.push_back(connect(transformation, &IplTransformationFeatureProvider::TransformationChanged, this,
+                                        &HostFeatures::UpdateControls, Qt::QueuedConnection));
+}
+
 QString HostFeatures::ClassicMessage()
 {
     return tr("The conversion mode \"Classic\" only supports the camera pixel formats BayerRG8 and BayerGR8.");
+}
+
+QString HostFeatures::PackedSourceRefusal(bool packed, int binningHorizontal, int binningVertical,
+                                          int decimationHorizontal, int decimationVertical)
+{
+    if (!packed)
+        return QString();
+    if (binningHorizontal >= 2 || binningVertical >= 2)
+        return tr("Packed source pixel formats are not supported with host binning.");
+    if (decimationHorizontal >= 2 || decimationVertical >= 2)
+        return tr("Packed source pixel formats are not supported with host decimation.");
+    return QString();
 }
 
 void HostFeatures::Inform(const QString& text)
@@ -173,6 +207,8 @@ void HostFeatures::UpdateControls()
 {
     DisconnectControls();
     VisionCamera* camera = Camera();
+    // Here rather than in OnCameraChanged: not every way a panel gets its camera passes there.
+    FollowCamera(camera);
     setEnabled(camera != nullptr);
     if (camera == nullptr)
     {
@@ -279,8 +315,18 @@ void HostFeatures::OnComboPixelFormatSource()
     if (camera == nullptr)
         return;
     const std::string name = comboPixelFormatSource->currentText().toStdString();
-    // 1-2. Host binning and decimation refuse packed sources: their providers are in their off state in this
-    // build, so neither check can trigger yet.
+    // 1-2. Host binning and decimation cannot take a packed source: the combo goes back to the camera's format.
+    IplBinningFeatureProvider* binning = camera->GetIplBinningFeatureProvider();
+    IplDecimationFeatureProvider* decimation = camera->GetIplDecimationFeatureProvider();
+    const QString refusal = PackedSourceRefusal(VisionCamera::IsPackedPixelFormat(name), binning->GetFactorHorizontal(),
+                                                binning->GetFactorVertical(), decimation->GetFactorHorizontal(),
+                                                decimation->GetFactorVertical());
+    if (!refusal.isEmpty())
+    {
+        UpdateControls();
+        Inform(refusal);
+        return;
+    }
     // 3.
     const bool wasAcquiring = StopIfAcquiring();
     // 4.

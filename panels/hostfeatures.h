@@ -9,11 +9,15 @@
 
 #include "controlelement/controlelement.h"
 
+#include <QMetaObject>
 #include <QPointer>
+
+#include <vector>
 
 class CustomComboBox;
 class IconButton;
 class QLabel;
+class VisionCamera;
 
 class HostFeatures : public ControlElement
 {
@@ -40,6 +44,10 @@ public:
     IconButton* TransformationButton(int index) const { return transformationButtons[index]; }
     // The information messages this panel showed, newest last (each one also opens a dialog).
     QStringList Messages() const { return messages; }
+    // Why a source format cannot be chosen with the host binning and decimation factors given (binning is asked
+    // first); empty when it can.
+    static QString PackedSourceRefusal(bool packed, int binningHorizontal, int binningVertical,
+                                       int decimationHorizontal, int decimationVertical);
 
 public Q_SLOTS:
     void OnComboConversionMode();
@@ -60,6 +68,10 @@ private:
     void RunTransformationEvent(void (*event)(class IplTransformationFeatureProvider*), const QString& refused);
     void EnableTransformationButtons(bool available, const QString& unavailableTooltip);
     static QString ClassicMessage();
+    // Follows the camera's destination and its transformation's availability and state, whoever changes them
+    // (a workspace load, a script, the tables' fallback): each change refreshes the panel once the event loop
+    // comes back, so a change made inside one of this panel's own handlers does not refill its combos under it.
+    void FollowCamera(VisionCamera* camera);
 
     CustomComboBox* comboConversionMode;
     CustomComboBox* comboPixelFormatSource;
@@ -69,4 +81,6 @@ private:
     QLabel* labelTransformationStatus;
     IconButton* transformationButtons[5];
     QStringList messages;
+    QPointer<VisionCamera> followedCamera;
+    std::vector<QMetaObject::Connection> cameraConnections;
 };

@@ -709,6 +709,14 @@ void ImageConverter::PreAllocateConversion(uint32_t sourceFormat, uint32_t desti
     }
 }
 
+size_t ImageConverter::GetPoolSize(uint32_t destinationFormat, uint32_t width, uint32_t height) const
+{
+    for (const auto& pool : impl_->pools)
+        if (pool.format == destinationFormat && pool.width == width && pool.height == height)
+            return pool.storages.size();
+    return 0;
+}
+
 Image ImageConverter::Convert(const Image& source, uint32_t destinationFormat)
 {
     if (source.IsEmpty())

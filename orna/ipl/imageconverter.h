@@ -50,6 +50,10 @@ public:
     void PreAllocateConversion(uint32_t sourceFormat, uint32_t destinationFormat, uint32_t width, uint32_t height,
                                size_t count);
 
+    // Images of the pool prepared for destinationFormat at width x height; 0 when there is none. Same thread
+    // as Convert.
+    size_t GetPoolSize(uint32_t destinationFormat, uint32_t width, uint32_t height) const;
+
     // A new image of destinationFormat with the source's size and timestamp. Raises
     // ImageFormatNotSupportedException for a pair outside IsConversionSupported, or for Classic mode with
     // a mosaic of more than 8 bits.

@@ -5,7 +5,8 @@
 // pattern its top-left pixels have afterwards, which is only defined for even width and height: a Bayer image
 // of odd size is refused. Packed and YUV formats are refused too (their pixels are not whole elements).
 //
-// Quarter turns and the combined mirror go through a scratch image that the transformer keeps and grows, so
+// A quarter turn copies the pixels aside into a scratch image that the transformer keeps and grows (no quarter
+// turn of a non-square image can be done without one), then turns them back in one blocked pass; so
 // a steady stream of one geometry allocates nothing after its first frame.
 //
 // Thread safety: one thread per transformer (the capture worker); the scratch image is not shared.

@@ -88,6 +88,11 @@ private Q_SLOTS:
         QVERIFY(ItemEnabled(panel->DestinationCombo(), QStringLiteral("BayerRG8")));
         QVERIFY(!ItemEnabled(panel->DestinationCombo(), QStringLiteral("BayerGB8")));
         QVERIFY(panel->DestinationWarning()->isHidden());
+        // The wide list belongs to the RG order alone.
+        Choose(panel->SourceCombo(), QStringLiteral("BayerGB8"));
+        QVERIFY(!ItemEnabled(panel->DestinationCombo(), QStringLiteral("BGR8")));
+        QVERIFY(ItemEnabled(panel->DestinationCombo(), QStringLiteral("BGRa8")));
+        QVERIFY(ItemEnabled(panel->DestinationCombo(), QStringLiteral("BayerGB8")));
 
         // A camera format without a table entry: nothing to choose, and the warning names both formats.
         const uint32_t destination = camera->GetPixelFormatDestination();
@@ -107,7 +112,8 @@ private Q_SLOTS:
         Choose(panel->ConversionModeCombo(), QStringLiteral("Classic"));
         QCOMPARE(camera->GetConversionMode(), 3);
         QVERIFY(panel->Messages().isEmpty());
-        Choose(panel->SourceCombo(), QStringLiteral("Mono8"));
+        Choose(panel->SourceCombo(), QStringLiteral("BayerGB8"));
+        QCOMPARE(camera->GetPixelFormatSource(), uint32_t(orna::ipl::BayerGB8));
         QCOMPARE(camera->GetConversionMode(), 1);
         QCOMPARE(panel->ConversionModeCombo()->currentText(), QStringLiteral("Fast"));
         QCOMPARE(panel->Messages().size(), 1);
@@ -159,6 +165,52 @@ private Q_SLOTS:
         QCOMPARE(panel->TransformationButton(0)->toolTip(),
                  QStringLiteral("Mirror and rotation is not supported for the current source pixel format."));
         QCOMPARE(panel->StatusLabel()->text(), QStringLiteral("Active: No transformation active"));
+    }
+
+    // A packed source is refused while host binning or decimation reduces the image, binning asked first; an
+    // unpacked one, or factors of 1, pass.
+    void packedSourcesAreRefusedWithHostBinningOrDecimation()
+    {
+        const QString binning = QStringLiteral("Packed source pixel formats are not supported with host binning.");
+        const QString decimation =
+            QStringLiteral("Packed source pixel formats are not supported with host decimation.");
+        QCOMPARE(HostFeatures::PackedSourceRefusal(true, 2, 1, 1, 1), binning);
+        QCOMPARE(HostFeatures::PackedSourceRefusal(true, 1, 4, 1, 1), binning);
+        QCOMPARE(HostFeatures::PackedSourceRefusal(true, 2, 2, 2, 2), binning);
+        QCOMPARE(HostFeatures::PackedSourceRefusal(true, 1, 1, 2, 1), decimation);
+        QCOMPARE(HostFeatures::PackedSourceRefusal(true, 1, 1, 1, 3), decimation);
+        QVERIFY(HostFeatures::PackedSourceRefusal(true, 1, 1, 1, 1).isEmpty());
+        QVERIFY(HostFeatures::PackedSourceRefusal(false, 4, 4, 4, 4).isEmpty());
+        // With factors of 1 the panel takes a packed source.
+        Choose(panel->SourceCombo(), QStringLiteral("BayerRG12p"));
+        QCOMPARE(camera->GetPixelFormatSource(), uint32_t(orna::ipl::BayerRG12p));
+        QVERIFY(panel->Messages().isEmpty());
+    }
+
+    // Changes made elsewhere (a workspace load writes the features and the destination, a script the source)
+    // reach the panel without anyone calling it.
+    void thePanelFollowsChangesMadeElsewhere()
+    {
+        camera->SetPixelFormatDestination(orna::ipl::RGB8);
+        QTRY_COMPARE(panel->DestinationCombo()->currentText(), QStringLiteral("RGB8"));
+
+        camera->GetIplTransformationFeatureProvider()->GetMirrorYFeature()->SetBoolValue(true);
+        QTRY_COMPARE(panel->StatusLabel()->text(), QStringLiteral("Active: mirror vertical"));
+        camera->GetIplTransformationFeatureProvider()->GetRotationFeature()->SetIntValue(270);
+        QTRY_COMPARE(panel->StatusLabel()->text(), QStringLiteral("Active: mirror vertical, rotation 270°"));
+
+        QVERIFY(camera->SetPixelFormatSourceOverString("BayerRG12p"));
+        QTRY_VERIFY(!panel->TransformationButton(0)->isEnabled());
+        QCOMPARE(panel->SourceCombo()->currentText(), QStringLiteral("BayerRG12p"));
+        QVERIFY(camera->SetPixelFormatSourceOverString("BayerRG8"));
+        QTRY_VERIFY(panel->TransformationButton(0)->isEnabled());
+
+        // A panel moved to no camera lets go of the old one's signals.
+        panel->SetCamera(nullptr);
+        panel->UpdateControls();
+        camera->SetPixelFormatDestination(orna::ipl::Mono8);
+        QCoreApplication::processEvents();
+        QCOMPARE(panel->DestinationCombo()->currentText(), QStringLiteral("RGB8"));
     }
 };
 

@@ -209,7 +209,7 @@ struct SimCamera::FrameJob
     double chunkGain = 0;
     bool chunkMode = false;
     bool chunkEnabled[val::kChunkCount] = {};
-    bool drop = false, incomplete = false;
+    bool drop = false, incomplete = false, overstatedHeight = false;
     bool measure = false; // an auto function needs the levels of this frame
     bool measured = false;
     double levels[3] = {0, 0, 0};
@@ -1593,6 +1593,11 @@ void SimCamera::InjectIncompleteNextFrame()
     std::lock_guard<std::mutex> lock(mutex_);
     incompleteNext_ = true;
 }
+void SimCamera::InjectOverstatedHeightNextFrame()
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    overstatedHeightNext_ = true;
+}
 void SimCamera::SetHeldByOtherProcess(bool held)
 {
     std::lock_guard<std::mutex> lock(mutex_);
@@ -1837,6 +1842,7 @@ void SimCamera::AcquisitionLoop()
                       (config_.color && U32(BalanceWhiteAuto) != val::AutoOff);
         job.drop = std::exchange(dropNext_, false);
         job.incomplete = std::exchange(incompleteNext_, false);
+        job.overstatedHeight = std::exchange(overstatedHeightNext_, false);
         Pending pending;
         if (U32(EventNotification + 4 * val::EventSelExposureEnd) == val::On)
         {
@@ -1983,7 +1989,7 @@ void SimCamera::DeliverFrame(FrameJob& job)
     header.frameId = job.frameId;
     header.timestampNs = job.timestampNs;
     header.width = job.settings.width;
-    header.height = job.settings.height;
+    header.height = job.overstatedHeight ? 2 * job.settings.height : job.settings.height;
     header.pixelFormat = job.settings.pixelFormat;
     header.imageSize = imageBytes;
     header.payloadSize = imageBytes + chunkBytes;

@@ -130,6 +130,9 @@ public:
     // Injectable faults.
     void InjectDropNextFrame();
     void InjectIncompleteNextFrame();
+    // The next frame's leader announces twice the height of the image it carries (a leader and payload that
+    // disagree): the buffer is shorter than its announced format needs.
+    void InjectOverstatedHeightNextFrame();
     void DisconnectNow();
     // The link comes back after `delay`; the register state survives (a link loss, not a power cycle).
     void ReconnectAfter(std::chrono::milliseconds delay);
@@ -270,7 +273,7 @@ private:
     uint32_t pendingAcquisitionTriggers_ = 0;
     uint32_t triggerDividerCount_ = 0;
     uint64_t nextFrameId_ = 1;
-    bool dropNext_ = false, incompleteNext_ = false;
+    bool dropNext_ = false, incompleteNext_ = false, overstatedHeightNext_ = false;
     std::vector<uint64_t> failingReads_;
     std::vector<uint64_t> failingWrites_;
     std::map<uint64_t, std::chrono::milliseconds> commandDurations_;

@@ -24,6 +24,8 @@ PixelFormatInfo DescribePixelFormat(uint32_t pfnc)
         return {PixelLayout::G24, 12, false, false, "Mono12g24KVX"};
     case pfnc::BayerRG8:
         return {PixelLayout::Plain8, 8, true, false, "BayerRG8"};
+    case pfnc::BayerGB8:
+        return {PixelLayout::Plain8, 8, true, false, "BayerGB8", 1};
     case pfnc::BayerRG10:
         return {PixelLayout::Plain16, 10, true, false, "BayerRG10"};
     case pfnc::BayerRG10p:

@@ -10,7 +10,7 @@ namespace orna::core::sim {
 enum class PixelLayout
 {
     Unknown,
-    Plain8,    // one byte per sample (Mono8, BayerRG8)
+    Plain8,    // one byte per sample (Mono8, BayerRG8, BayerGB8)
     Plain16,   // 16-bit little-endian per sample, value in the low bits (Mono10/12, BayerRG10/12)
     Packed10p, // PFNC 10p: little-endian bit stream, 4 pixels in 5 bytes
     Packed12p, // PFNC 12p: little-endian bit stream, 2 pixels in 3 bytes
@@ -24,10 +24,17 @@ struct PixelFormatInfo
 {
     PixelLayout layout = PixelLayout::Unknown;
     uint32_t bitDepth = 0;      // significant bits per sample
-    bool bayer = false;         // one colour sample per pixel in an RG mosaic
+    bool bayer = false;         // one colour sample per pixel in a mosaic
     bool color = false;         // three samples per pixel
     const char* name = nullptr; // GenICam entry name
+    uint32_t bayerRowShift = 0; // 0: the mosaic starts with a red-green row (RG); 1: green-blue (GB)
 };
+
+// Channel (0 red, 1 green, 2 blue) of the mosaic site (x, y) of a Bayer format.
+inline uint32_t BayerChannel(const PixelFormatInfo& info, uint32_t x, uint32_t y)
+{
+    return ((y + info.bayerRowShift) & 1) == 0 ? ((x & 1) == 0 ? 0 : 1) : ((x & 1) == 0 ? 1 : 2);
+}
 
 // Facts about a PFNC (or vendor) code; layout Unknown for codes the camera does not produce.
 PixelFormatInfo DescribePixelFormat(uint32_t pfnc);

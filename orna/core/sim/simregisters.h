@@ -24,6 +24,7 @@ constexpr uint32_t BayerRG10 = 0x0110000Du;
 constexpr uint32_t BayerRG10p = 0x010A0058u;
 constexpr uint32_t BayerRG12 = 0x01100011u;
 constexpr uint32_t BayerRG12p = 0x010C0059u;
+constexpr uint32_t BayerGB8 = 0x0108000Au;
 constexpr uint32_t RGB8 = 0x02180014u;
 constexpr uint32_t BGRa8 = 0x02200017u;
 // Vendor formats: the codes the viewer's own pixel format table uses for them.

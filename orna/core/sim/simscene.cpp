@@ -419,7 +419,7 @@ void SimFrameGenerator::BuildBase()
         }
         if (info.bayer)
         {
-            const uint32_t c = (y & 1) == 0 ? ((x & 1) == 0 ? 0 : 1) : ((x & 1) == 0 ? 1 : 2);
+            const uint32_t c = BayerChannel(info, x, y);
             return lutOf(c)[lin[c * n + i]];
         }
         // A colour sensor sending a mono format: luma of the three channels.
@@ -565,7 +565,7 @@ template <typename T> void SimFrameGenerator::DrawElement(uint64_t frameIndex, u
             uint32_t c = 0;
             if (info.bayer)
             {
-                c = (y & 1) == 0 ? ((x & 1) == 0 ? 0 : 1) : ((x & 1) == 0 ? 1 : 2);
+                c = BayerChannel(info, uint32_t(x), uint32_t(y));
             }
             row[x] = T(v[c]);
         }
@@ -670,7 +670,7 @@ void SimFrameGenerator::Measure(const uint8_t* image, double mean[3]) const
             uint32_t c = 1;
             if (info.bayer)
             {
-                c = (y & 1) == 0 ? ((x & 1) == 0 ? 0 : 1) : ((x & 1) == 0 ? 1 : 2);
+                c = BayerChannel(info, uint32_t(x), uint32_t(y));
             }
             sum[c] += row[x];
             ++count[c];

@@ -14,8 +14,9 @@ std::vector<uint32_t> PixelFormatsOf(const SimCameraConfig& config)
 {
     if (config.color)
     {
-        return {pfnc::BayerRG8,     pfnc::BayerRG10,    pfnc::BayerRG10p, pfnc::BayerRG12, pfnc::BayerRG12p,
-                pfnc::BayerRG10g40, pfnc::BayerRG12g24, pfnc::RGB8,       pfnc::BGRa8,     pfnc::Mono8};
+        return {pfnc::BayerRG8,   pfnc::BayerRG10,    pfnc::BayerRG10p,   pfnc::BayerRG12,
+                pfnc::BayerRG12p, pfnc::BayerRG10g40, pfnc::BayerRG12g24, pfnc::RGB8,
+                pfnc::BGRa8,      pfnc::Mono8,        pfnc::BayerGB8};
     }
     return {pfnc::Mono8, pfnc::Mono10, pfnc::Mono10p, pfnc::Mono12, pfnc::Mono12p, pfnc::Mono10g40, pfnc::Mono12g24};
 }

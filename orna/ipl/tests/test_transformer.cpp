@@ -5,8 +5,10 @@
 #include "orna/ipl/pixelformat.h"
 
 #include <gtest/gtest.h>
+#include <opencv2/core.hpp>
 
 #include <cstring>
+#include <random>
 #include <vector>
 
 using namespace orna::ipl;
@@ -172,4 +174,44 @@ TEST(ImageTransformer, KeepsTheBitDepthOfA16BitMosaic)
     EXPECT_EQ(image.GetPixelFormat(), uint32_t(BayerBG12));
     // (3, 0) of a 4-wide image turns left to (0, 0).
     EXPECT_EQ(reinterpret_cast<uint16_t*>(image.GetData())[0], 4095);
+}
+
+// Quarter turns of every element size, on sizes that leave partial tiles at the right and bottom edges, agree
+// with OpenCV's rotation of the same pixels.
+TEST(ImageTransformer, QuarterTurnsOfEveryElementSizeMatchOpenCv)
+{
+    struct Case
+    {
+        uint32_t format;
+        int cvType;
+    };
+    const Case cases[] = {{Mono8, CV_8UC1}, {Mono12, CV_16UC1}, {RGB8, CV_8UC3},
+                          {BGRa8, CV_8UC4}, {RGB12, CV_16UC3},  {BGRa12, CV_16UC4}};
+    std::mt19937 rng(5);
+    ImageTransformer transformer;
+    for (const Case& c : cases)
+        for (const auto& [width, height] : {std::pair<uint32_t, uint32_t>{70, 45}, {33, 130}, {64, 64}})
+            for (const uint16_t angle : {uint16_t(90), uint16_t(270)})
+            {
+                Image image = Image::Construct(c.format, width, height);
+                for (size_t i = 0; i < image.GetByteCount(); ++i)
+                    image.GetData()[i] = uint8_t(rng());
+                const cv::Mat before = cv::Mat(int(height), int(width), c.cvType, image.GetData()).clone();
+                cv::Mat expected;
+                cv::rotate(before, expected, angle == 90 ? cv::ROTATE_90_COUNTERCLOCKWISE : cv::ROTATE_90_CLOCKWISE);
+                // The same pixels in memory the image does not own: turned where they are.
+                std::vector<uint8_t> foreign(image.GetData(), image.GetData() + image.GetByteCount());
+                Image view = Image::ConstructFromBuffer(c.format, width, height, foreign.data(), foreign.size());
+                transformer.RotateInPlace(image, angle);
+                transformer.RotateInPlace(view, angle);
+                for (const Image* turned : {&image, &view})
+                {
+                    ASSERT_EQ(turned->GetWidth(), height);
+                    ASSERT_EQ(turned->GetHeight(), width);
+                    ASSERT_EQ(std::memcmp(turned->GetData(), expected.data, turned->GetByteCount()), 0)
+                        << PixelFormat::ToName(c.format) << " " << width << "x" << height << " by " << angle
+                        << (turned == &view ? " (view)" : " (owned)");
+                }
+                EXPECT_EQ(view.GetData(), foreign.data());
+            }
 }

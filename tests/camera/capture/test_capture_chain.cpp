@@ -4,6 +4,8 @@
 // rotation act on the live image.
 #include "capturefixture.h"
 
+#include "camera/histogramcalculator.h"
+#include "processing/iplhotpixelfeatureprovider.h"
 #include "processing/iplsharpnessfeatureprovider.h"
 #include "processing/ipltransformationfeatureprovider.h"
 #include "processing/videofeatureprovider.h"
@@ -12,6 +14,7 @@
 
 #include <array>
 #include <atomic>
+#include <future>
 #include <mutex>
 #include <set>
 
@@ -265,6 +268,129 @@ private Q_SLOTS:
         QTRY_VERIFY(!recorder.log.isEmpty());
         QVERIFY2(recorder.log.first().contains(QLatin1String("Failed to convert image to destination pixel format. ")),
                  qPrintable(recorder.log.first()));
+    }
+
+    // A quarter turn swaps the size the measuring consumers are told, before a run and at its start alike,
+    // while the hot pixel stage (which sees the size as stored) keeps it; turning back restores it.
+    void consumersGetTheSizeOfTheTurnedImage()
+    {
+        Open("LVSC00001");
+        IplTransformationFeatureProvider* transformation = camera->GetIplTransformationFeatureProvider();
+        FeatureProviderBase* sharpness = camera->GetIplSharpnessFeatureProvider();
+        FeatureProviderBase* hotpixel = camera->GetIplHotpixelFeatureProvider();
+        QVERIFY(camera->UpdateImageSizeDestination());
+        QCOMPARE(sharpness->GetImageWidth(), 640);
+        QCOMPARE(sharpness->GetImageHeight(), 480);
+
+        transformation->OnRotateLeft();
+        QCOMPARE(sharpness->GetImageWidth(), 480);
+        QCOMPARE(sharpness->GetImageHeight(), 640);
+        QCOMPARE(hotpixel->GetImageWidth(), 640);
+
+        QVERIFY(camera->StartAcquisition());
+        QTRY_VERIFY(recorder.displays >= 1);
+        QCOMPARE(sharpness->GetImageWidth(), 480);
+        QCOMPARE(sharpness->GetImageHeight(), 640);
+        QCOMPARE(hotpixel->GetImageWidth(), 640);
+        QCOMPARE(hotpixel->GetImageHeight(), 480);
+        QVERIFY(camera->StopAcquisition());
+
+        // A half turn is not transposed.
+        transformation->OnRotateLeft();
+        QCOMPARE(sharpness->GetImageWidth(), 640);
+        QCOMPARE(sharpness->GetImageHeight(), 480);
+        transformation->Reset();
+        QCOMPARE(sharpness->GetImageWidth(), 640);
+    }
+
+    // The histogram is offered the finished image (after the destination stages, in the destination format)
+    // with the intermediate format beside it, only while it is on and processing runs.
+    void histogramSeesTheFinishedImageWhileOn()
+    {
+        Open("LVSC00001");
+        camera->SetPixelFormatDestination(orna::ipl::BGRa8);
+        HistogramCalculator* histogram = camera->GetHistogramCalculator();
+        std::atomic<int> calls{0};
+        std::atomic<uint32_t> seenFormat{0}, seenFlag{0};
+        histogram->SetConsumer([&](const std::shared_ptr<const orna::ipl::Image>& image, uint32_t flag) {
+            seenFormat.store(image->GetPixelFormat());
+            seenFlag.store(flag);
+            calls.fetch_add(1);
+        });
+        int frames = 0;
+        StageCounts counts = Run(3, &frames);
+        QCOMPARE(counts[ChainStage::Histogram], 0u);
+        QCOMPARE(calls.load(), 0);
+
+        camera->SetHistogramEnabled(true);
+        counts = Run(3, &frames);
+        QCOMPARE(int(counts[ChainStage::Histogram]), frames);
+        QVERIFY(histogram->Wait(5000));
+        // Free run: the first frame is taken, the rest of the 500 ms are left out.
+        QVERIFY(calls.load() >= 1);
+        QCOMPARE(seenFormat.load(), uint32_t(orna::ipl::BGRa8));
+        QCOMPARE(seenFlag.load(), uint32_t(orna::ipl::BayerRG8));
+
+        // Display off: the histogram stands still while frames are counted.
+        const int before = calls.load();
+        Worker()->SetProcessingEnabled(false);
+        counts = Run(3, &frames);
+        QVERIFY(frames >= 3);
+        QCOMPARE(counts[ChainStage::Histogram], 0u);
+        QCOMPARE(calls.load(), before);
+        camera->SetHistogramEnabled(false);
+        histogram->SetConsumer(nullptr);
+    }
+
+    // One image at a time: a second offer while the first is worked on is skipped and changes nothing; the
+    // packed 10-bit RGB form reaches the consumer unpacked.
+    void histogramTakesOneImageAtATime()
+    {
+        HistogramCalculator histogram(nullptr);
+        std::promise<void> release;
+        std::shared_future<void> released = release.get_future().share();
+        std::atomic<uint32_t> seenFormat{0};
+        histogram.SetConsumer([&](const std::shared_ptr<const orna::ipl::Image>& image, uint32_t) {
+            seenFormat.store(image->GetPixelFormat());
+            released.wait();
+        });
+        auto image = std::make_shared<orna::ipl::Image>(orna::ipl::Image::Construct(orna::ipl::RGB10p32, 8, 4));
+        QCOMPARE(histogram.Calculate(image, orna::ipl::BayerRG10), HistogramCalculator::kAccepted);
+        QCOMPARE(histogram.Calculate(image, orna::ipl::BayerRG10), HistogramCalculator::kBusy);
+        QCOMPARE(histogram.GetStartedCount(), 1u);
+        QVERIFY(histogram.IsRunning());
+        release.set_value();
+        QVERIFY(histogram.Wait(5000));
+        QCOMPARE(seenFormat.load(), uint32_t(orna::ipl::RGB10));
+        // Outside acquisition every image is taken.
+        QCOMPARE(histogram.Calculate(image, orna::ipl::BayerRG10), HistogramCalculator::kAccepted);
+        QVERIFY(histogram.Wait(5000));
+        QCOMPARE(histogram.GetStartedCount(), 2u);
+    }
+
+    // A buffer whose leader announces more lines than it carries cannot be wrapped: the pass is a processing
+    // error with its reason in the log, and the loop takes the next frame as usual.
+    void aBufferShorterThanItsFormatIsAProcessingError()
+    {
+        Open("LVSM00001");
+        QVERIFY(camera->StartAcquisition());
+        QTRY_VERIFY(recorder.displays >= 2);
+        QCOMPARE(camera->GetProcessingErrorCounter(), 0);
+        Sim("LVSM00001")->InjectOverstatedHeightNextFrame();
+        QTRY_COMPARE(camera->GetProcessingErrorCounter(), 1);
+        const int displays = recorder.displays;
+        QTRY_VERIFY(recorder.displays >= displays + 3);
+        QVERIFY(camera->StopAcquisition());
+        QCoreApplication::processEvents();
+        QCOMPARE(camera->GetProcessingErrorCounter(), 1);
+        // The failed pass is not a frame; the next frame's counters carry the error.
+        const auto reported = std::find_if(recorder.counters.begin(), recorder.counters.end(),
+                                           [](const CaptureRecorder::Counters& c) { return c.errors == 1; });
+        QVERIFY(reported != recorder.counters.end());
+        QVERIFY(!reported->exception);
+        QVERIFY(reported == recorder.counters.begin() || std::prev(reported)->frames + 1 == reported->frames);
+        QTRY_VERIFY(!recorder.log.isEmpty());
+        QVERIFY2(recorder.log.first().contains(QLatin1String("smaller than")), qPrintable(recorder.log.first()));
     }
 };
 

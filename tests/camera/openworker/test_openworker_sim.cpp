@@ -11,7 +11,10 @@
 #include "common/settings.h"
 #include "simdescriptors.h"
 
+#include "orna/core/sim/simcamera.h"
+#include "orna/core/sim/simregisters.h"
 #include "orna/core/sim/simregistry.h"
+#include "orna/ipl/pixelformat.h"
 
 #include <QElapsedTimer>
 #include <QSettings>
@@ -59,7 +62,7 @@ private Q_SLOTS:
     void initTestCase()
     {
         ::setenv("ORNA_TRANSPORTS", "sim", 1);
-        ::setenv(orna::core::sim::kSimCamerasEnvironmentVariable, "color,locked,service,booterror", 1);
+        ::setenv(orna::core::sim::kSimCamerasEnvironmentVariable, "color,locked,service,booterror,mono", 1);
         orna::Library::Initialize();
         if (!sim.Open("sim:"))
             QSKIP("the sim: producer is not offered");
@@ -68,6 +71,14 @@ private Q_SLOTS:
     }
 
     void init() { logErrors.clear(); }
+    // Every case opens the cameras in their own start formats.
+    void cleanup()
+    {
+        for (const auto& [serial, format] : {std::pair<const char*, uint32_t>{"LVSC00001", orna::ipl::BayerRG8},
+                                             std::pair<const char*, uint32_t>{"LVSM00001", orna::ipl::Mono8}})
+            if (auto sim = orna::core::sim::SimCameraRegistry::Instance().Find(serial))
+                sim->WriteMemory(orna::core::sim::reg::PixelFormat, &format, sizeof format);
+    }
 
     void lockedCameraStopsAtTheLockTest()
     {
@@ -185,6 +196,37 @@ private Q_SLOTS:
         QVERIFY(!camera->GetEventThread() || !camera->GetEventThread()->isRunning());
         camera.reset();
         QVERIFY2(logErrors.isEmpty(), qPrintable(logErrors.join('\n')));
+    }
+
+    // A camera that starts in a deeper format than 8 bits still opens on the 8-bit destination of its kind:
+    // the tables' defaults for such formats (RGB12, RGB10p32) are for a source switched later, not for the open.
+    void deepSourceFormatsOpenOnAnEightBitDestination_data()
+    {
+        QTest::addColumn<QString>("serial");
+        QTest::addColumn<uint>("source");
+        QTest::addColumn<uint>("destination");
+        QTest::newRow("color BayerRG12") << "LVSC00001" << uint(orna::ipl::BayerRG12) << uint(orna::ipl::BGRa8);
+        QTest::newRow("color BayerRG10p") << "LVSC00001" << uint(orna::ipl::BayerRG10p) << uint(orna::ipl::BGRa8);
+        QTest::newRow("mono Mono12") << "LVSM00001" << uint(orna::ipl::Mono12) << uint(orna::ipl::Mono8);
+    }
+    void deepSourceFormatsOpenOnAnEightBitDestination()
+    {
+        QFETCH(QString, serial);
+        QFETCH(uint, source);
+        QFETCH(uint, destination);
+        auto sim = orna::core::sim::SimCameraRegistry::Instance().Find(serial.toStdString());
+        QVERIFY(sim);
+        const uint32_t start = source;
+        QVERIFY(sim->WriteMemory(orna::core::sim::reg::PixelFormat, &start, sizeof start));
+        OpenResults results;
+        auto camera = Open(qPrintable(serial), &results, &results, false);
+        QVERIFY(camera);
+        QSignalSpy opened(camera.get(), &VisionCamera::Signal_Opened);
+        QVERIFY(opened.wait(5000));
+        QCOMPARE(uint(camera->GetPixelFormatSource()), source);
+        QCOMPARE(uint(camera->GetPixelFormatDestination()), destination);
+        QCOMPARE(QString::fromStdString(camera->GetPixelFormatDestinationName()),
+                 QString::fromStdString(orna::ipl::PixelFormat::ToName(destination)));
     }
 
     void bootErrorReachesTheMainWindow()

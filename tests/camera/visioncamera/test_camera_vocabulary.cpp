@@ -32,7 +32,10 @@ TEST(PixelFormatTable, NamesAndCodesMapBothWaysAndUnknownNamesGiveZero)
     EXPECT_EQ(camera::PixelFormatFromName(""), 0u);
     // Known to the image library, but not offered by the system.
     EXPECT_EQ(camera::PixelFormatFromName("YUV420_8_YY_VU_SemiplanarKVX"), 0u);
-    EXPECT_EQ(camera::PixelFormatToName(0x12345678u), "");
+    // An unknown code has a name that no table holds, and that name has no code.
+    EXPECT_EQ(camera::PixelFormatToName(0x12345678u), "INVALID PIXEL FORMAT VALUE");
+    EXPECT_EQ(camera::PixelFormatToName(0), "INVALID PIXEL FORMAT VALUE");
+    EXPECT_EQ(camera::PixelFormatFromName("INVALID PIXEL FORMAT VALUE"), 0u);
 }
 
 TEST(PixelFormatTable, PackingClassBytesPerPixelAndUnpackedForm)

@@ -12,6 +12,7 @@
 #include "orna/core/datastream.h"
 #include "orna/core/nodemap.h"
 #include "orna/core/nodes.h"
+#include "orna/ipl/imageconverter.h"
 #include "orna/ipl/pixelformat.h"
 #include "processing/ipltransformationfeatureprovider.h"
 
@@ -169,7 +170,8 @@ private Q_SLOTS:
         QVERIFY(camera->GetSupportedPixelFormatSourceStrings(formats));
         QVERIFY(std::find(formats.begin(), formats.end(), "BayerRG8") != formats.end());
         QVERIFY(camera->IsPixelFormatSourceSupported("Mono8"));
-        QVERIFY(!camera->IsPixelFormatSourceSupported("BayerGB8"));
+        QVERIFY(camera->IsPixelFormatSourceSupported("BayerGB8"));
+        QVERIFY(!camera->IsPixelFormatSourceSupported("BayerBG8"));
         int64_t speed = 0;
         QVERIFY(camera->GetDeviceLinkSpeed_bytes_per_second(speed));
         QVERIFY(speed > 0);
@@ -457,6 +459,30 @@ private Q_SLOTS:
         QVERIFY(camera->UpdateImageSizeDestination());
         QCOMPARE(camera->GetImageSizeDestination().width, int64_t(1));
         QCOMPARE(tooSmall.count(), 1);
+    }
+
+    // The conversion pool made before a run has the finished size: the width factor counts, and a quarter turn
+    // swaps the sides.
+    void imageBufferPoolHasTheFinishedSize()
+    {
+        auto camera = OpenCamera(color);
+        QVERIFY(camera->IsOpen());
+        QVERIFY(camera->SetIntegerValue("Width", 64));
+        QVERIFY(camera->SetIntegerValue("Height", 16));
+        QVERIFY(camera->UpdatePixelFormatSource());
+        QVERIFY(camera->QueryImageGeometry());
+        camera->SetPixelFormatDestination(orna::ipl::BGRa8);
+        camera->SetWidthFactor(0.5);
+        QVERIFY(camera->UpdateImageSizeDestination());
+        camera->CreateImageBuffer();
+        const orna::ipl::ImageConverter* converter = camera->GetConverter();
+        QCOMPARE(converter->GetPoolSize(orna::ipl::BGRa8, 32, 16), size_t(5));
+        QCOMPARE(converter->GetPoolSize(orna::ipl::BGRa8, 64, 16), size_t(0));
+
+        camera->GetIplTransformationFeatureProvider()->OnRotateLeft();
+        camera->CreateImageBuffer();
+        QCOMPARE(converter->GetPoolSize(orna::ipl::BGRa8, 16, 32), size_t(5));
+        camera->GetIplTransformationFeatureProvider()->Reset();
     }
 
     // The destination's text travels with its value; packing is asked by name.

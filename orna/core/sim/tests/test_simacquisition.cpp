@@ -315,6 +315,29 @@ TEST_F(SimAcquisition, InjectedFaultsShowInTheBuffers)
     EXPECT_GE(cam->LostFrameCount(), 2u);
 }
 
+TEST_F(SimAcquisition, AnOverstatedHeightAnnouncesMoreThanTheBufferHolds)
+{
+    ASSERT_TRUE(WriteF64(*cam, reg::AcquisitionFrameRate, 50.0));
+    ASSERT_TRUE(Execute(*cam, reg::AcquisitionStart));
+    ASSERT_TRUE(sink.WaitFor(1));
+    cam->InjectOverstatedHeightNextFrame();
+    const size_t before = sink.Frames().size();
+    ASSERT_TRUE(sink.WaitFor(before + 2));
+    ASSERT_TRUE(Execute(*cam, reg::AcquisitionStop));
+    const auto frames = sink.Frames();
+    int overstated = 0;
+    for (const auto& f : frames)
+    {
+        // The payload itself stays that of the real height; only the leader's height is wrong, once.
+        EXPECT_EQ(f.header.imageSize, size_t(320) * 240);
+        if (f.header.height == 2 * 240u)
+            ++overstated;
+        else
+            EXPECT_EQ(f.header.height, 240u);
+    }
+    EXPECT_EQ(overstated, 1);
+}
+
 TEST_F(SimAcquisition, MultiImageBuffersHoldSeveralImages)
 {
     ASSERT_TRUE(WriteU32(*cam, reg::ImageBufferMode, val::MultiImage));

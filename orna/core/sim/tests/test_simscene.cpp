@@ -107,6 +107,29 @@ TEST(SimScene, RedPatchIsBrightOnTheRedBayerSites)
     EXPECT_GT(red, 3.0 * blue);
 }
 
+// The green-blue order starts its mosaic one row later: red sits on the odd rows, blue on the even ones.
+TEST(SimScene, RedPatchIsBrightOnTheRedSitesOfAGreenBlueMosaic)
+{
+    SimImageSettings s;
+    s.pixelFormat = pfnc::BayerGB8;
+    s.exposureUs = 6000;
+    const auto img = Render(s);
+    const int cx = int((0.04 + 2.5 / 6 * 0.52) * s.width), cy = int((0.06 + 2.5 / 4 * 0.50) * s.height);
+    double red = 0, blue = 0, redSitesOfRG = 0;
+    for (int y = (cy - 20) & ~1; y < cy + 20; y += 2)
+    {
+        for (int x = (cx - 20) & ~1; x < cx + 20; x += 2)
+        {
+            red += img[size_t(y + 1) * s.width + x];
+            blue += img[size_t(y) * s.width + x + 1];
+            redSitesOfRG += img[size_t(y) * s.width + x];
+        }
+    }
+    EXPECT_GT(red, 3.0 * blue);
+    // The RG order's red sites are green here.
+    EXPECT_GT(red, 1.5 * redSitesOfRG);
+}
+
 TEST(SimScene, RgbAndBgraCarryTheChannelsInTheirOrder)
 {
     SimImageSettings s;

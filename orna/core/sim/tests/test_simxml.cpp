@@ -334,9 +334,9 @@ TEST_F(SimXmlTest, ColourCameraHasEveryPromisedNodeWithItsType)
 TEST_F(SimXmlTest, PixelFormatEntriesAreTheOfferedCodesInOrder)
 {
     Open("color");
-    const std::vector<std::string> colour = {
-        "BayerRG8",        "BayerRG10",       "BayerRG10p", "BayerRG12", "BayerRG12p",
-        "BayerRG10g40KVX", "BayerRG12g24KVX", "RGB8",       "BGRa8",     "Mono8"};
+    const std::vector<std::string> colour = {"BayerRG8",   "BayerRG10",       "BayerRG10p",      "BayerRG12",
+                                             "BayerRG12p", "BayerRG10g40KVX", "BayerRG12g24KVX", "RGB8",
+                                             "BGRa8",      "Mono8",           "BayerGB8"};
     const auto names = EntryNames(gc_, "PixelFormat");
     EXPECT_EQ(std::set<std::string>(names.begin(), names.end()), std::set<std::string>(colour.begin(), colour.end()));
     ASSERT_TRUE(SetEnum("PixelFormat", "BayerRG10g40KVX"));

@@ -15,6 +15,7 @@
 #include "orna/core/device.h"
 #include "orna/core/exception.h"
 #include "orna/core/system.h"
+#include "orna/ipl/gain.h"
 #include "orna/ipl/imageconverter.h"
 #include "processing/aflmanager.h"
 #include "processing/iflfeatureprovider.h"
@@ -130,7 +131,9 @@ VisionCamera::VisionCamera(QWidget* parentWindow_, QWidget* mainWindow_,
         ownedObjects.push_back(object);
         return object;
     };
+    iplGain = std::make_unique<orna::ipl::Gain>();
     iplGainFeatureProvider = own(new IplGainFeatureProvider(this));
+    iplGainFeatureProvider->SetGainIPL(iplGain.get());
     iplEdgeEnhancementFeatureProvider = own(new IplEdgeEnhancementFeatureProvider(this));
     iplDecimationFeatureProvider = own(new IplDecimationFeatureProvider(this));
     iplBinningFeatureProvider = own(new IplBinningFeatureProvider(this));
@@ -526,7 +529,6 @@ bool VisionCamera::PrepareAcquisition()
     UpdateImageSizeDestination();
     iplTransformationFeatureProvider->SetImageSize(imageWidth, imageHeight);
     iplSharpnessFeatureProvider->SetImageSize(imageWidth, imageHeight);
-    aflManager->SetImageSize(imageWidth, imageHeight);
     iplGammaFeatureProvider->SetPixelFormat(pixelFormatDestination);
     if (!AllocBuffers())
         return false;

@@ -44,6 +44,8 @@ char ModelLetter(const std::string& model)
         return 'X';
     if (model == "slowlink")
         return 'U';
+    if (model == "dusk")
+        return 'D';
     return 'C';
 }
 

@@ -56,8 +56,12 @@ void AflAutoFeatureProviderBase::WriteRoi()
 {
     if (!controller)
         return;
+    // Following the image is the library's whole-image ROI (width and height 0): it then fits every frame,
+    // also before the first size is known.
     const QRect region = roiGroup.Region();
-    const orna_afl_roi roi{region.x(), region.y(), region.width(), region.height()};
+    const orna_afl_roi roi = roiGroup.Follow()->GetBoolValue(false)
+                                 ? orna_afl_roi{0, 0, 0, 0}
+                                 : orna_afl_roi{region.x(), region.y(), region.width(), region.height()};
     try
     {
         CheckStatus(orna_afl_AutoController_ROI_Set(controller->GetHandle(), &roi));

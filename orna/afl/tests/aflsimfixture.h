@@ -90,7 +90,8 @@ public:
     // One frame as a view of its buffer, handed to `use`, then queued back.
     void Frame(const std::function<void(orna::ipl::Image&)>& use)
     {
-        auto buffer = stream->WaitForFinishedBuffer(5000);
+        // Generous: a sanitizer build on a loaded machine makes frames slowly.
+        auto buffer = stream->WaitForFinishedBuffer(20000);
         const uint32_t format = uint32_t(buffer->GetPixelFormat());
         auto image = orna::ipl::Image::ConstructFromBuffer(
             format, uint32_t(buffer->GetWidth()), uint32_t(buffer->GetHeight()),

@@ -16,6 +16,7 @@
 #include "orna/core/device.h"
 #include "orna/core/exception.h"
 #include "orna/core/system.h"
+#include "orna/ipl/gain.h"
 #include "orna/ipl/imageconverter.h"
 #include "processing/aflmanager.h"
 #include "processing/iflfeatureprovider.h"
@@ -131,7 +132,9 @@ VisionCamera::VisionCamera(QWidget* parentWindow_, QWidget* mainWindow_,
         ownedObjects.push_back(object);
         return object;
     };
+    iplGain = std::make_unique<orna::ipl::Gain>();
     iplGainFeatureProvider = own(new IplGainFeatureProvider(this));
+    iplGainFeatureProvider->SetGainIPL(iplGain.get());
     iplEdgeEnhancementFeatureProvider = own(new IplEdgeEnhancementFeatureProvider(this));
     iplDecimationFeatureProvider = own(new IplDecimationFeatureProvider(this));
     iplBinningFeatureProvider = own(new IplBinningFeatureProvider(this));

@@ -70,6 +70,9 @@ class IplGammaFeatureProvider;
 class IplTransformationFeatureProvider;
 class VideoFeatureProvider;
 
+namespace orna::ipl {
+class Gain;
+}
 namespace orna::core {
 class Buffer;
 class DataStream;
@@ -354,6 +357,7 @@ public:
 
     // ---- Providers (set once in the constructor; no lock needed to read them)
     IplGainFeatureProvider* GetIplGainFeatureProvider() const { return iplGainFeatureProvider; }
+    orna::ipl::Gain* GetIplGain() const { return iplGain.get(); }
     IplEdgeEnhancementFeatureProvider* GetIplEdgeEnhancementFeatureProvider() const
     {
         return iplEdgeEnhancementFeatureProvider;
@@ -558,6 +562,9 @@ private:
     NodeMapModel* nodeMapModel[kNumXmlModules] = {};
     NodeMapFilterModel* nodeMapFilterModel[kNumXmlModules] = {};
 
+    // The host gain of stage 7, which the gain provider applies and the auto white balance writes. Declared
+    // before the providers' users: it is freed after every provider and the auto feature manager.
+    std::unique_ptr<orna::ipl::Gain> iplGain;
     IplGainFeatureProvider* iplGainFeatureProvider = nullptr;
     IplEdgeEnhancementFeatureProvider* iplEdgeEnhancementFeatureProvider = nullptr;
     IplDecimationFeatureProvider* iplDecimationFeatureProvider = nullptr;

@@ -259,9 +259,14 @@ bool VisionCamera::InitGainNames()
     hasGainAnalogGreen = has("AnalogGreen");
     hasGainDigitalBlue = has("DigitalBlue");
     hasGainAnalogBlue = has("AnalogBlue");
-    // A colour camera without gains of its own for red and blue needs the host's.
-    const bool cameraColourGains = (hasGainDigitalRed || hasGainAnalogRed) && (hasGainDigitalBlue || hasGainAnalogBlue);
-    hostGainRequired = isColorCamera && !cameraColourGains;
+    // Host gain (stage 7) runs unless the camera has a gain of its own for each of red, green and blue, of the
+    // digital, analog or plain kind. A monochrome camera has none, so its master gain runs on the host.
+    const bool cameraColourGains = (hasGainDigitalRed || hasGainAnalogRed || has("Red")) &&
+                                   (hasGainDigitalGreen || hasGainAnalogGreen || has("Green")) &&
+                                   (hasGainDigitalBlue || hasGainAnalogBlue || has("Blue"));
+    hostGainRequired = !cameraColourGains;
+    if (iplGainFeatureProvider)
+        iplGainFeatureProvider->SetColorGainsAvailable(isColorCamera);
     return true;
 }
 

@@ -77,10 +77,10 @@ void VisionCameraOpenWorker::OnCameraOpen()
             return fail(PasswordProtectedText());
     }
 
-    // 4: the auto feature manager starts with every controller off. Its focus controller, node map binding
-    // and firmware auto feature check arrive with the auto feature stage itself.
+    // 4: the auto feature manager on the remote node map and the host gain; modes saved by a former
+    // disconnection come back. A refusal is logged and the camera works without host auto features.
     if (cam->aflManager)
-        cam->aflManager->SwitchAllOff();
+        cam->aflManager->Connect(cam->remoteDeviceNodeMap, cam->iplGain.get());
 
     if (cancelled())
         return;

@@ -783,9 +783,8 @@ void VisionImageCaptureWorker::SingleFrame()
 }
 
 // The frame pass: frames go to the auto feature manager until both its brightness and its white balance flag
-// have gone false. The auto feature controllers are still in their off state in this build, so the flags are
-// never set and the pass ends after its first frame with true. That is the honest result of controllers that
-// are off: nothing was adjusted, and nothing is claimed to be.
+// have gone false, that is until the controllers' "Once" ended; a "Once" that ended on a failure makes the
+// pass fail, as do 100 frames without an end.
 bool VisionImageCaptureWorker::AdjustFramePass()
 {
     adjustFramePasses.fetch_add(1);
@@ -813,8 +812,9 @@ bool VisionImageCaptureWorker::AdjustFramePass()
                 afl->ProcessImageBlocking(*record.image);
             }
             adjustFramesSeen.fetch_add(1);
+            // A controller that ended on a refused write or gave up did not reach its target.
             if (!afl->IsBrightnessAutoActive() && !afl->IsWhiteBalanceAutoActive())
-                return true;
+                return !afl->TakeAdjustFailure();
         }
         return false;
     }

@@ -130,7 +130,7 @@ void StoreUserId(const std::string& serial, const std::string& id)
 
 std::vector<std::string> SimCameraConfig::ModelNames()
 {
-    return {"color", "mono", "locked", "service", "booterror", "color12mp", "slowlink", "zipped"};
+    return {"color", "mono", "locked", "service", "booterror", "color12mp", "slowlink", "zipped", "dusk"};
 }
 
 bool SimCameraConfig::ForModel(const std::string& model, const std::string& serial, SimCameraConfig* out)
@@ -182,6 +182,14 @@ bool SimCameraConfig::ForModel(const std::string& model, const std::string& seri
         c.modelName = "LVS-2300C";
         c.zippedXml = true;
     }
+    else if (model == "dusk")
+    {
+        // A dim scene under warm light: the host auto features' demonstration (dark, with a colour cast).
+        c.modelName = "LVS-2300C";
+        c.sceneLight[0] = 0.3;
+        c.sceneLight[1] = 0.2;
+        c.sceneLight[2] = 0.12;
+    }
     else if (model == "booterror")
     {
         c.modelName = "LVS-2300C";
@@ -219,6 +227,8 @@ struct SimCamera::FrameJob
 
 SimCamera::SimCamera(const SimCameraConfig& config) : config_(config), generator_(std::make_unique<SimFrameGenerator>())
 {
+    for (int c = 0; c < 3; ++c)
+        sceneLight_[c] = config_.sceneLight[c];
     xml_ = BuildGenICamXml(config_);
     epoch_ = poweredAt_ = Clock::now();
     if (const char* hold = std::getenv("ORNA_SIM_FRAME_HOLD_MS"))
@@ -1027,6 +1037,14 @@ void SimCamera::TriggerEdge(uint32_t source)
     acqCv_.notify_all();
 }
 
+void SimCamera::SetSceneLight(double red, double green, double blue)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    sceneLight_[0] = red;
+    sceneLight_[1] = green;
+    sceneLight_[2] = blue;
+}
+
 void SimCamera::SetLineInput(uint32_t line, bool level)
 {
     std::lock_guard<std::mutex> lock(mutex_);
@@ -1193,6 +1211,8 @@ SimImageSettings SimCamera::ImageSettingsLocked() const
     s.gamma = F64(reg::Gamma);
     s.focusPosition = int(U32(FocusStepper));
     s.focusPeak = config_.focusPeak;
+    for (uint32_t c = 0; c < 3; ++c)
+        s.light[c] = sceneLight_[c];
     s.colorCorrection = U32(reg::ColorCorrectionMode) == val::ColorCorrectionAuto;
     for (uint32_t k = 0; k < val::kColorCorrectionGains; ++k)
     {

@@ -86,6 +86,8 @@ struct SimCameraConfig
     // The transport the device names in DeviceTLType ("USB3Vision"); empty: no such node, as before.
     std::string tlType;
     int focusPeak = 612;
+    // The scene's light per red, green, blue at power-up (SimImageSettings::light); SetSceneLight changes it.
+    double sceneLight[3] = {1.0, 1.0, 1.0};
     std::chrono::milliseconds resetDuration{1500}; // DeviceReset: time until the camera is back
 
     // The configuration of a named model ("color", "mono", "locked", "service", "booterror", "color12mp",
@@ -151,6 +153,9 @@ public:
     void SetFrameHold(std::chrono::milliseconds hold);
     // Drives the level of an input line (Line0, Line2, Line3 as inputs); edges can trigger frames.
     void SetLineInput(uint32_t line, bool level);
+    // The scene's light per red, green, blue (1: reference); frames made after the call see it. For tests of
+    // the host auto features: a darker scene, a colour cast.
+    void SetSceneLight(double red, double green, double blue);
 
     // Counters for tests and diagnostics.
     uint64_t LostFrameCount() const;
@@ -263,6 +268,7 @@ private:
     bool connected_ = true;
     bool heldByOther_ = false;
     bool lineInput_[4] = {false, false, false, false};
+    double sceneLight_[3] = {1.0, 1.0, 1.0}; // guarded by mutex_
     std::chrono::steady_clock::time_point epoch_;
     std::chrono::steady_clock::time_point poweredAt_;
     // Acquisition state.

@@ -46,6 +46,8 @@ char ModelLetter(const std::string& model)
         return 'U';
     if (model == "zipped")
         return 'Z';
+    if (model == "dusk")
+        return 'D';
     return 'C';
 }
 

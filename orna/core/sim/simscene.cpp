@@ -176,6 +176,7 @@ bool SimImageSettings::operator==(const SimImageSettings& o) const
            decimationV == o.decimationV && binningAverage == o.binningAverage && reverseX == o.reverseX &&
            reverseY == o.reverseY && pixelFormat == o.pixelFormat && exposureUs == o.exposureUs && gainDb == o.gainDb &&
            balance[0] == o.balance[0] && balance[1] == o.balance[1] && balance[2] == o.balance[2] &&
+           light[0] == o.light[0] && light[1] == o.light[1] && light[2] == o.light[2] &&
            blackLevelPercent == o.blackLevelPercent && gamma == o.gamma && colorCorrection == o.colorCorrection &&
            std::equal(std::begin(ccm), std::end(ccm), std::begin(o.ccm)) && focusPosition == o.focusPosition &&
            focusPeak == o.focusPeak && lowNoise == o.lowNoise && rollingShutter == o.rollingShutter && seed == o.seed;
@@ -395,7 +396,8 @@ void SimFrameGenerator::BuildBase()
     for (uint32_t c = 0; c < channels_; ++c)
     {
         const double balance = channels_ == 3 ? s.balance[c] : 1.0;
-        const double k = s.exposureUs / kReferenceExposureUs * gainLinear * balance / kRadianceMax;
+        const double light = channels_ == 3 ? s.light[c] : s.light[1];
+        const double k = s.exposureUs / kReferenceExposureUs * gainLinear * balance * light / kRadianceMax;
         uint16_t* lut = lut_.data() + size_t(c) * 65536;
         for (uint32_t r = 0; r < 65536; ++r)
         {

@@ -32,6 +32,9 @@ struct SimImageSettings
     double exposureUs = 10000.0;
     double gainDb = 0.0;
     double balance[3] = {1.0, 1.0, 1.0};
+    // The scene's light per red, green, blue: 1 is the reference lighting; a lower value is a darker scene,
+    // unequal values a colour cast. A mono sensor sees the green value.
+    double light[3] = {1.0, 1.0, 1.0};
     double blackLevelPercent = 0.0;
     double gamma = 1.0;
     bool colorCorrection = false; // applies `ccm` to RGB outputs (raw Bayer data stays raw)

@@ -6,6 +6,7 @@
 #include "camera/visioncameraopenworker.h"
 #include "camera/visionimagecaptureworker.h"
 #include "common/logmessagesender.h"
+#include "processing/iplgainfeatureprovider.h"
 
 #include "orna/core/sim/simregistry.h"
 
@@ -77,7 +78,12 @@ private Q_SLOTS:
         QVERIFY(mono->IsOpen());
         QVERIFY(!mono->IsColorCamera());
         QVERIFY(!mono->HasCameraBalanceWhiteAuto());
-        QVERIFY(!mono->IsHostGainRequired());
+        // Neither model has red, green and blue gains of its own, so both run the host gain; only the colour
+        // one has colour factors.
+        QVERIFY(mono->IsHostGainRequired());
+        QVERIFY(color->IsHostGainRequired());
+        QVERIFY(!mono->GetIplGainFeatureProvider()->IsColorGainsAvailable());
+        QVERIFY(color->GetIplGainFeatureProvider()->IsColorGainsAvailable());
         QVERIFY2(logErrors.isEmpty(), qPrintable(logErrors.join('\n')));
     }
 

@@ -5,6 +5,8 @@
 
 #include "orna/core/datastream.h"
 #include "orna/ipl/image.h"
+#include "processing/aflmanager.h"
+#include "processing/iplgainfeatureprovider.h"
 #include "processing/iplhotpixelfeatureprovider.h"
 
 #include <QSignalSpy>
@@ -57,7 +59,10 @@ private Q_SLOTS:
         camera.reset();
         recorder.Detach();
         for (const auto& sim : orna::core::sim::SimCameraRegistry::Instance().Cameras())
+        {
             sim->SetHeldByOtherProcess(false);
+            sim->SetSceneLight(1.0, 1.0, 1.0);
+        }
     }
 
     void cleanupTestCase()
@@ -313,7 +318,7 @@ private Q_SLOTS:
     }
 
     // The optimise routine: one frame pass on a mono camera, a second one for white balance on a colour
-    // camera. The auto feature controllers are off in this build, so each pass ends after its first frame.
+    // camera; each pass runs until its controller ended its "Once".
     void adjustLoopPasses_data()
     {
         QTest::addColumn<QString>("serial");
@@ -331,7 +336,10 @@ private Q_SLOTS:
         QVERIFY(camera->StopAcquisition());
         QVERIFY(Worker()->AdjustLoop());
         QCOMPARE(Worker()->GetAdjustFramePasses(), passes);
-        QCOMPARE(Worker()->GetAdjustFramesSeen(), passes);
+        QVERIFY(Worker()->GetAdjustFramesSeen() >= passes);
+        QVERIFY(Worker()->GetAdjustFramesSeen() <= 100 * passes);
+        QVERIFY(!camera->GetAflManager()->IsBrightnessAutoActive());
+        QVERIFY(!camera->GetAflManager()->IsWhiteBalanceAutoActive());
         QTRY_COMPARE(recorder.adjustResults.size(), size_t(1));
         QVERIFY(recorder.adjustResults.front());
         // Afterwards hot pixel correction is on, at sensitivity 3.
@@ -342,6 +350,58 @@ private Q_SLOTS:
         const int before = camera->GetFrameCounter();
         QVERIFY(camera->StartAcquisition());
         QTRY_VERIFY(camera->GetFrameCounter() >= before + 2);
+    }
+
+    // A dark scene with a colour cast: the optimise routine brings the level near the target and the grey
+    // world near neutral through the host gain, which stage 7 then applies to every frame.
+    void adjustLoopCorrectsDarkColourCast()
+    {
+        Open("LVSC00001");
+        auto model = Sim("LVSC00001");
+        QVERIFY(model);
+        model->SetSceneLight(0.45, 0.3, 0.18);
+        QVERIFY(camera->StartAcquisition());
+        QTRY_VERIFY(recorder.displays >= 1);
+        QVERIFY(camera->StopAcquisition());
+        QVERIFY(Worker()->AdjustLoop());
+        QCOMPARE(Worker()->GetAdjustFramePasses(), 2);
+        auto* gain = camera->GetIplGainFeatureProvider();
+        QVERIFY(gain->GetGainRed() < 0.9);
+        QVERIFY(gain->GetGainBlue() > 1.2);
+        // Stage 7 runs on the live frames now, and only while a factor differs from 1.
+        const uint64_t before = Worker()->GetStageRuns(ChainStage::HostGain);
+        QVERIFY(camera->StartAcquisition());
+        QTRY_VERIFY(Worker()->GetStageRuns(ChainStage::HostGain) >= before + 3);
+        QVERIFY(camera->StopAcquisition());
+        gain->Reset();
+        const uint64_t neutral = Worker()->GetStageRuns(ChainStage::HostGain);
+        const int frames = camera->GetFrameCounter();
+        QVERIFY(camera->StartAcquisition());
+        QTRY_VERIFY(camera->GetFrameCounter() >= frames + 3);
+        QVERIFY(camera->StopAcquisition());
+        QCOMPARE(Worker()->GetStageRuns(ChainStage::HostGain), neutral);
+        model->SetSceneLight(1.0, 1.0, 1.0);
+    }
+
+    // No light at all: brightness cannot reach its target; the pass ends on its frame limit or on the refusal
+    // of the gain beyond the camera's range, and the routine reports the failure; the auto features end off.
+    void adjustLoopFailsWithoutLight()
+    {
+        Open("LVSM00001");
+        auto model = Sim("LVSM00001");
+        QVERIFY(model);
+        model->SetSceneLight(0.0, 0.0, 0.0);
+        QVERIFY(camera->StartAcquisition());
+        QTRY_VERIFY(recorder.displays >= 1);
+        QVERIFY(camera->StopAcquisition());
+        QVERIFY(!Worker()->AdjustLoop());
+        QCOMPARE(Worker()->GetAdjustFramePasses(), 1);
+        // Either the frame limit or the end of what exposure and gain can do stops it.
+        QVERIFY(Worker()->GetAdjustFramesSeen() <= 100);
+        QVERIFY(!camera->GetAflManager()->IsBrightnessAutoActive());
+        QTRY_COMPARE(recorder.adjustResults.size(), size_t(1));
+        QVERIFY(!recorder.adjustResults.front());
+        model->SetSceneLight(1.0, 1.0, 1.0);
     }
 };
 

@@ -87,6 +87,36 @@ TEST(SimScene, BalanceRatioScalesItsChannel)
     EXPECT_NEAR(channelMean(after, s.width, s.height, 0, 0), channelMean(before, s.width, s.height, 0, 0), 1.0);
 }
 
+TEST(SimScene, SceneLightDimsAndCastsLikeExposureAndBalance)
+{
+    SimImageSettings s = Bayer8();
+    auto channelMean = [&s](const std::vector<uint8_t>& img, int dx, int dy) {
+        double sum = 0;
+        size_t n = 0;
+        for (uint32_t y = dy; y < s.height; y += 2)
+            for (uint32_t x = dx; x < s.width; x += 2, ++n)
+                sum += img[size_t(y) * s.width + x];
+        return sum / double(n);
+    };
+    const auto reference = Render(s);
+    // A quarter of the light is a quarter of the exposure.
+    s.light[0] = s.light[1] = s.light[2] = 0.25;
+    const auto dim = Render(s);
+    s.light[0] = s.light[1] = s.light[2] = 1.0;
+    s.exposureUs /= 4;
+    const auto shorter = Render(s);
+    EXPECT_LT(Mean(dim), 0.35 * Mean(reference));
+    EXPECT_NEAR(Mean(dim), Mean(shorter), 0.5);
+    // A warm cast: red up, blue down, green as it was.
+    s.exposureUs *= 4;
+    s.light[0] = 1.5;
+    s.light[2] = 0.5;
+    const auto warm = Render(s);
+    EXPECT_GT(channelMean(warm, 0, 0), 1.3 * channelMean(reference, 0, 0));
+    EXPECT_LT(channelMean(warm, 1, 1), 0.6 * channelMean(reference, 1, 1));
+    EXPECT_NEAR(channelMean(warm, 1, 0), channelMean(reference, 1, 0), 1.0);
+}
+
 TEST(SimScene, RedPatchIsBrightOnTheRedBayerSites)
 {
     SimImageSettings s;

@@ -1,9 +1,9 @@
 #include "discovery/cameramanager.h"
 
+#include "camera/cameracapabilities.h"
 #include "common/applicationglobals.h"
 #include "common/logmessagesender.h"
 #include "common/settings.h"
-#include "camera/cameracapabilities.h"
 #include "controlelement/customlayout.h"
 #include "discovery/cameralistinfo.h"
 #include "discovery/cameralistmodel.h"

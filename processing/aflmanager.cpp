@@ -9,8 +9,8 @@
 // controllers and the manager.
 #include "processing/aflmanager.h"
 
-#include "common/logmessagesender.h"
 #include "camera/visioncamera.h"
+#include "common/logmessagesender.h"
 #include "orna/afl/autofeatures.h"
 #include "orna/core/nodemap.h"
 #include "orna/ipl/image.h"

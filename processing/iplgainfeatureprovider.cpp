@@ -1,7 +1,7 @@
 #include "processing/iplgainfeatureprovider.h"
 
-#include "common/logmessagesender.h"
 #include "camera/visioncamera.h"
+#include "common/logmessagesender.h"
 #include "orna/ipl/gain.h"
 #include "orna/ipl/image.h"
 #include "orna/ipl/pixelformat.h"
